@@ -1,0 +1,12 @@
+'use strict';
+
+if (process.platform !== 'win32' || process.arch !== 'x64') {
+  throw new Error(`borvanta-util runs on 64-bit Windows only, not on ${process.platform} ${process.arch}`);
+}
+
+const addon = require('../prebuilds/win32-x64/borvanta-util.node');
+
+// One by one, so that ES modules can import them by name.
+exports.getCpuName = addon.getCpuName;
+exports.getOsVersionWithReleaseId = addon.getOsVersionWithReleaseId;
+exports.enumProcessList = addon.enumProcessList;

@@ -1,0 +1,60 @@
+// clang-format and clang-tidy over all C++ files. A file that clang-tidy found nothing in is not looked at again until
+// it, a header or a setting changes.
+import { execFile, spawnSync } from 'node:child_process';
+import { createHash } from 'node:crypto';
+import { existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
+import os from 'node:os';
+import path from 'node:path';
+import { promisify } from 'node:util';
+import { buildFolder } from './build.mjs';
+import { onWindows, root, say } from './shell.mjs';
+
+function sourceFiles() {
+  const listed = spawnSync('git', ['ls-files', '--cached', '--others', '--exclude-standard', '*.cc', '*.h'],
+    { cwd: root, encoding: 'utf8' });
+  return listed.stdout.split('\n').filter((file) => file && existsSync(path.join(root, file)));
+}
+
+/** Where the cross-compiler's own headers lie: clang-tidy does not find Debian's "-posix" folder by itself. */
+function crossCompilerArguments() {
+  const library = spawnSync('x86_64-w64-mingw32-g++-posix', ['-print-libgcc-file-name'], { encoding: 'utf8' }).stdout;
+  const include = path.join(path.dirname(library.trim()), 'include', 'c++');
+  return ['--target=x86_64-w64-mingw32', `-isystem${include}`, `-isystem${include}/x86_64-w64-mingw32`];
+}
+
+function checkFormat(files) {
+  const result = spawnSync('clang-format-14', ['--dry-run', '-Werror', ...files], { cwd: root, encoding: 'utf8' });
+  return result.status === 0 ? { passed: 1, failed: 0 } : { passed: 0, failed: 1, output: result.stderr };
+}
+
+async function checkTidy(files) {
+  const hash = (...parts) => createHash('sha256').update(parts.join('\0')).digest('hex');
+  const read = (file) => readFileSync(path.join(root, file), 'utf8');
+  const common = hash(read('.clang-tidy'), ...files.filter((file) => file.endsWith('.h')).map(read));
+  const cache = path.join(root, 'build', 'tidy');
+  mkdirSync(cache, { recursive: true });
+  const extra = crossCompilerArguments().map((argument) => `--extra-arg=${argument}`);
+  const queue = files.filter((file) => file.endsWith('.cc'))
+    .map((file) => ({ file, stamp: path.join(cache, hash(common, file, read(file))) }))
+    .filter(({ stamp }) => !existsSync(stamp));
+  if (queue.length > 0) say(`Running clang-tidy over ${queue.length} files`);
+  const findings = [];
+  await Promise.all(os.cpus().map(async () => {
+    for (let next = queue.shift(); next; next = queue.shift()) {
+      try {
+        await promisify(execFile)('clang-tidy-14', ['-p', buildFolder, '--quiet', ...extra, next.file], { cwd: root });
+        writeFileSync(next.stamp, '');
+      } catch (error) {
+        findings.push(error.stdout || error.message);
+      }
+    }
+  }));
+  return findings.length === 0 ? { passed: 1, failed: 0 } : { passed: 0, failed: 1, output: findings.join('\n') };
+}
+
+/** The results by name. On Windows the two are not required to be installed, and CI runs them on Debian. */
+export async function checkStyle() {
+  if (onWindows) return [];
+  const files = sourceFiles();
+  return [['clang-format', checkFormat(files)], ['clang-tidy', await checkTidy(files)]];
+}

@@ -1,0 +1,79 @@
+// npm test: builds, checks the style, runs all native and script tests as Windows programs, and closes with one line of
+// how many passed and failed. Arguments select tests whose path contains one of them: npm test -- process_list
+import { readdirSync } from 'node:fs';
+import path from 'node:path';
+import { build, buildFolder } from './lib/build.mjs';
+import { checkStyle } from './lib/style.mjs';
+import { checkTypes } from './lib/types.mjs';
+import { ensureTools, ensureWinePrefix } from './lib/setup.mjs';
+import { onWindows, root, runMain, say } from './lib/shell.mjs';
+import { nodeVersions, runWindows, stopLane, windowsNode } from './lib/windows.mjs';
+
+const timeoutMs = 300_000;
+// Two lanes for two cores. Each has a Wine prefix, and so a registry, of its own.
+const lanes = onWindows ? [0] : [0, 1];
+
+const totals = { passed: 0, failed: 0 };
+
+/** Adds one run's result to the totals and shows it; the output of a failed run is shown whole. */
+function report(name, { passed, failed, output, seconds }) {
+  totals.passed += passed;
+  totals.failed += failed;
+  const time = seconds === undefined ? '' : ` (${seconds.toFixed(1)} s)`;
+  console.log(`${failed ? 'FAILED' : 'ok    '} ${name}: ${passed} passed, ${failed} failed${time}`);
+  if (failed) console.log(output);
+}
+
+/** Runs a test program and counts by the two patterns; an end without a count, or with a failure code, is a failure. */
+async function runTestProgram(name, program, args, lane, passedPattern, failedPattern) {
+  const chunks = [];
+  const collect = (chunk) => chunks.push(chunk);
+  const start = performance.now();
+  const code = await runWindows(program, args, { lane, stdout: collect, stderr: collect, timeoutMs, cwd: root });
+  const output = Buffer.concat(chunks).toString();
+  const count = (pattern) => Number(output.match(pattern)?.[1] ?? 0);
+  let failed = count(failedPattern);
+  const passed = count(passedPattern);
+  if (failed === 0 && (code !== 0 || passed === 0)) failed = 1;
+  report(name, { passed, failed, output: `${output}\n(exit code ${code})`, seconds: (performance.now() - start) / 1000 });
+}
+
+function nativeTests() {
+  const folder = path.join(buildFolder, 'native_tests');
+  return readdirSync(folder).filter((file) => file.endsWith('.exe')).sort().map((file) => ({
+    name: `tests/native/${file.slice(0, -'.exe'.length)}`,
+    run: (name, lane) => runTestProgram(name, path.join(folder, file), [], lane,
+      /^\[ {2}PASSED {2}\] (\d+) tests?\.$/m, /^\[ {2}FAILED {2}\] (\d+) tests?, listed below:$/m),
+  }));
+}
+
+function scriptTests() {
+  const files = readdirSync(path.join(root, 'tests'), { recursive: true })
+    .filter((file) => file.endsWith('.test.js')).map((file) => file.replaceAll('\\', '/')).sort();
+  return nodeVersions.toReversed().flatMap((version) => files.map((file) => ({
+    name: `tests/${file} in Node.js ${version}`,
+    run: (name, lane) => runTestProgram(name, windowsNode(version),
+      ['--test-reporter=tap', path.join(root, 'tests', file)], lane, /^# pass (\d+)\r?$/m, /^# fail (\d+)\r?$/m),
+  })));
+}
+
+await runMain(async () => {
+  const selections = process.argv.slice(2);
+  const selected = ({ name }) => selections.length === 0 || selections.some((selection) => name.includes(selection));
+  ensureTools({ forTests: true });
+  build({ tests: true });
+  const queue = [...nativeTests(), ...scriptTests()].filter(selected);
+  for (const version of nodeVersions) windowsNode(version);
+  for (const lane of lanes) if (!onWindows) ensureWinePrefix(lane);
+  await Promise.all(lanes.map(async (lane) => {
+    for (let test = queue.shift(); test; test = queue.shift()) await test.run(test.name, lane);
+    stopLane(lane);
+  }));
+  if (selections.length === 0) {
+    report('types', checkTypes());
+    for (const [name, result] of await checkStyle()) report(name, result);
+  }
+  say('');
+  console.log(`${totals.passed} passed, ${totals.failed} failed`);
+  return totals.failed === 0 && totals.passed > 0 ? 0 : 1;
+});

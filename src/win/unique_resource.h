@@ -1,0 +1,74 @@
+#pragma once
+
+#include <windows.h>
+
+#include <utility>
+
+namespace win {
+
+/// Owns one resource of a C interface and gives it back in its destructor. Movable, not copyable, not thread-safe.
+///
+/// `Traits` names the resource's `Value` type, its `Invalid()` value, and `Close(Value)`, which is never called with
+/// the invalid value. Kinds differ in their invalid value (null for kernel objects, INVALID_HANDLE_VALUE for files and
+/// snapshots), so each kind is a type of its own and one cannot be tested with the other's value by mistake.
+template <typename Traits>
+class UniqueResource {
+ public:
+  using Value = typename Traits::Value;
+
+  UniqueResource() noexcept = default;
+  explicit UniqueResource(Value value) noexcept : value_(value) {}
+  ~UniqueResource() { Reset(); }
+
+  UniqueResource(UniqueResource&& other) noexcept : value_(other.Release()) {}
+  UniqueResource& operator=(UniqueResource&& other) noexcept {
+    if (this != &other) Reset(other.Release());
+    return *this;
+  }
+  UniqueResource(const UniqueResource&) = delete;
+  UniqueResource& operator=(const UniqueResource&) = delete;
+
+  /// True when there is a resource to use (and to close).
+  explicit operator bool() const noexcept { return value_ != Traits::Invalid(); }
+
+  /// The resource, still owned by this object.
+  Value Get() const noexcept { return value_; }
+
+  /// Closes what is held and gives the place where an out-parameter may store a new resource.
+  Value* Receive() noexcept {
+    Reset();
+    return &value_;
+  }
+
+  /// Closes what is held and takes `value` instead.
+  void Reset(Value value = Traits::Invalid()) noexcept {
+    if (value_ != Traits::Invalid()) Traits::Close(value_);
+    value_ = value;
+  }
+
+  /// Gives the resource away: from here on the caller closes it.
+  [[nodiscard]] Value Release() noexcept { return std::exchange(value_, Traits::Invalid()); }
+
+ private:
+  Value value_ = Traits::Invalid();
+};
+
+struct KernelHandleTraits {
+  using Value = HANDLE;
+  static Value Invalid() noexcept { return nullptr; }
+  static void Close(Value value) noexcept { CloseHandle(value); }
+};
+
+struct FileHandleTraits {
+  using Value = HANDLE;
+  static Value Invalid() noexcept { return INVALID_HANDLE_VALUE; }
+  static void Close(Value value) noexcept { CloseHandle(value); }
+};
+
+/// A process, thread, mutex or other kernel object whose opening function fails with null.
+using UniqueHandle = UniqueResource<KernelHandleTraits>;
+
+/// A file, device or snapshot, whose opening function fails with INVALID_HANDLE_VALUE.
+using UniqueFile = UniqueResource<FileHandleTraits>;
+
+}  // namespace win

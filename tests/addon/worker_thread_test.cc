@@ -1,0 +1,76 @@
+#include "addon/worker_thread.h"
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <cstring>
+#include <future>
+#include <string>
+
+#include "support/import_patch.h"
+#include "win/get_function.h"
+#include "win/unique_resource.h"
+
+namespace {
+
+/// The name of the worker as this thread, another one, sees it.
+std::wstring NameSeenFromOutside(const char* name) {
+  std::promise<DWORD> named;
+  std::promise<void> seen;
+  std::promise<void> ended;
+  addon::StartWorker(name, [&] {
+    named.set_value(GetCurrentThreadId());
+    seen.get_future().wait();
+    ended.set_value();
+  });
+  const win::UniqueHandle thread(OpenThread(THREAD_QUERY_LIMITED_INFORMATION, FALSE, named.get_future().get()));
+  using GetThreadDescriptionFunction = HRESULT(WINAPI*)(HANDLE, PWSTR*);
+  const auto getThreadDescription =
+      win::GetFunction<GetThreadDescriptionFunction>(GetModuleHandleW(L"kernel32.dll"), "GetThreadDescription");
+  PWSTR description = nullptr;
+  std::wstring result;
+  if (SUCCEEDED(getThreadDescription(thread.Get(), &description))) {
+    result = description;
+    LocalFree(description);
+  }
+  seen.set_value();
+  ended.get_future().wait();
+  return result;
+}
+
+using testing_support::RealFunction;
+auto* const realGetProcAddress = RealFunction<decltype(GetProcAddress)>(L"kernel32.dll", "GetProcAddress");
+auto* const realRaiseException = RealFunction<decltype(RaiseException)>(L"kernel32.dll", "RaiseException");
+
+FARPROC WINAPI HideSetThreadDescription(HMODULE module, LPCSTR name) {
+  return std::strcmp(name, "SetThreadDescription") == 0 ? nullptr : realGetProcAddress(module, name);
+}
+
+std::string raisedName;
+
+/// Reads the name as a debugger would, then really raises the exception.
+void WINAPI ReadAndRaise(DWORD code, DWORD flags, DWORD count, const ULONG_PTR* arguments) {
+  EXPECT_EQ(code, 0x406D1388U);
+  EXPECT_EQ(flags, 0U);
+  ASSERT_EQ(count, 3U);
+  EXPECT_EQ(static_cast<DWORD>(arguments[0]), 0x1000U);
+  raisedName = reinterpret_cast<const char*>(arguments[1]);
+  EXPECT_EQ(arguments[2], GetCurrentThreadId()) << "the upper half holds the flags, which are 0";
+  realRaiseException(code, flags, count, arguments);
+}
+
+}  // namespace
+
+TEST(WorkerThread, CarriesItsNameWholeUpToFifteenCharacters) {
+  EXPECT_EQ(NameSeenFromOutside("EnumProcessList"), L"EnumProcessList");
+  EXPECT_EQ(NameSeenFromOutside("CaptureJank"), L"CaptureJank");
+  EXPECT_EQ(NameSeenFromOutside("SixteenCharacter"), L"SixteenCharacte");
+}
+
+TEST(WorkerThread, TellsDebuggersTheNameOnASystemWithoutThreadDescriptions) {
+  const testing_support::ImportPatch hide("GetProcAddress", &HideSetThreadDescription);
+  const testing_support::ImportPatch raise("RaiseException", &ReadAndRaise);
+  addon::SetCurrentThreadName("CaptureJank");
+  EXPECT_EQ(raisedName, "CaptureJank") << "and the thread went on";
+}

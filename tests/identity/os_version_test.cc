@@ -1,0 +1,74 @@
+#include "identity/os_version.h"
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "support/import_patch.h"
+
+using identity::ClassifyOsGeneration;
+using identity::OsGeneration;
+using identity::OsGenerationName;
+
+namespace {
+
+/// The system that the stand-in for VerifyVersionInfoW plays.
+struct {
+  DWORD major;
+  DWORD minor;
+  DWORD build;
+  bool server;
+} system_;
+
+/// Answers as Windows does: versions compare as major, minor, service pack, and the build on its own.
+BOOL WINAPI PlayVersion(OSVERSIONINFOEXW* asked, DWORD typeMask, DWORDLONG conditions) {
+  DWORDLONG expected = 0;
+  for (DWORD bit = 1; bit <= 0x80; bit <<= 1) {
+    const bool product = bit == VER_PRODUCT_TYPE;
+    if (typeMask & bit) expected = VerSetConditionMask(expected, bit, product ? VER_EQUAL : VER_GREATER_EQUAL);
+  }
+  if (conditions != expected || asked->dwOSVersionInfoSize != sizeof(*asked)) return FALSE;
+  if (typeMask == VER_PRODUCT_TYPE) return (asked->wProductType == VER_NT_WORKSTATION) == !system_.server;
+  if ((typeMask & VER_BUILDNUMBER) && system_.build < asked->dwBuildNumber) return FALSE;
+  if (system_.major != asked->dwMajorVersion) return system_.major > asked->dwMajorVersion;
+  return system_.minor >= asked->dwMinorVersion && asked->wServicePackMajor == 0;
+}
+
+OsGeneration Classify(DWORD major, DWORD minor, DWORD build, bool server = false) {
+  const testing_support::ImportPatch patch("VerifyVersionInfoW", &PlayVersion);
+  system_ = {.major = major, .minor = minor, .build = build, .server = server};
+  return ClassifyOsGeneration();
+}
+
+}  // namespace
+
+TEST(OsVersion, EveryCodeHasItsName) {
+  const wchar_t* const names[] = {L"unknown", L"32s", L"nt3",  L"95",   L"98",    L"me",     L"nt4",
+                                  L"2000",    L"xp",  L"2003", L"2008", L"vista", L"2008r2", L"7",
+                                  L"8",       L"8.1", L"10",   L"11",   L"Server"};
+  int32_t code = 4096;
+  for (const wchar_t* name : names)
+    EXPECT_EQ(OsGenerationName(static_cast<OsGeneration>(code++)), name);
+  EXPECT_EQ(code, 4115);
+  for (const int32_t outside : {0, 4095, 4115, -1}) {
+    EXPECT_EQ(OsGenerationName(static_cast<OsGeneration>(outside)), L"unknown");
+  }
+}
+
+TEST(OsVersion, ClassifiesByTheFirstTestThatHolds) {
+  EXPECT_EQ(Classify(10, 0, 22631), OsGeneration::k11);
+  EXPECT_EQ(Classify(10, 0, 21996), OsGeneration::k11);
+  EXPECT_EQ(Classify(10, 0, 21995), OsGeneration::k10);
+  EXPECT_EQ(Classify(6, 3, 9600), OsGeneration::k81);
+  EXPECT_EQ(Classify(6, 2, 9200), OsGeneration::k8);
+  EXPECT_EQ(Classify(6, 1, 7601), OsGeneration::k7);
+  EXPECT_EQ(Classify(6, 0, 6002), OsGeneration::kVista);
+  EXPECT_EQ(Classify(5, 2, 3790), OsGeneration::kXp);
+  EXPECT_EQ(Classify(5, 0, 2195), OsGeneration::kUnknown);
+}
+
+TEST(OsVersion, NamesAServerByItsVersionUnlessThatIsTooOld) {
+  EXPECT_EQ(Classify(10, 0, 17763, true), OsGeneration::k10);
+  EXPECT_EQ(Classify(10, 0, 26100, true), OsGeneration::k11);
+  EXPECT_EQ(Classify(5, 0, 2195, true), OsGeneration::kServer);
+}

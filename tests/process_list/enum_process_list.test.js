@@ -1,0 +1,52 @@
+'use strict';
+const assert = require('node:assert/strict');
+const { execFileSync, spawn } = require('node:child_process');
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
+const test = require('node:test');
+const { call, load, loadHelper } = require('../support/windows.js');
+
+const util = load();
+
+test('lists the processes that an independent client sees, the test itself among them', async () => {
+  const seenByWmi = execFileSync('wmic', ['process', 'get', 'Name,ProcessId'], { encoding: 'utf16le' });
+  const { list } = await call(util.enumProcessList);
+  const names = new Map(list.map(({ pid, name }) => [pid, name]));
+  assert.equal(names.get(process.pid), path.basename(process.execPath));
+  assert.equal(names.size, list.length, 'no process twice');
+  const seen = [...seenByWmi.matchAll(/^(\S.*?) +(\d+) *\r?$/gm)].filter(([, name]) => name.toLowerCase() !== 'wmic.exe');
+  assert.ok(seen.length > 3);
+  for (const [, name, pid] of seen) assert.equal(names.get(Number(pid)), name);
+  assert.deepEqual(Object.keys(list[0]), ['pid', 'name']);
+});
+
+test('gives a name outside ASCII and the basic plane as it is', async () => {
+  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-'));
+  const name = 'прямой эфир 直播 😀.exe';
+  fs.copyFileSync(path.join(process.env.SystemRoot, 'system32', 'cmd.exe'), path.join(folder, name));
+  const child = spawn(path.join(folder, name), ['/k'], { stdio: ['pipe', 'ignore', 'ignore'] });
+  try {
+    const { list } = await call(util.enumProcessList);
+    assert.equal(list.find(({ pid }) => pid === child.pid)?.name, name);
+  } finally {
+    child.kill();
+    await new Promise((resolve) => { child.on('close', resolve); });
+    fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
+  }
+});
+
+test('overlapping calls each get one callback with a list of their own', async () => {
+  const results = await Promise.all(Array.from({ length: 20 }, () => call(util.enumProcessList)));
+  assert.equal(new Set(results.map(({ list }) => list)).size, 20);
+  for (const { list } of results) assert.ok(list.some(({ pid }) => pid === process.pid));
+});
+
+test('refuses what is no function and starts nothing', () => {
+  const helper = loadHelper();
+  helper.recordThreadNames();
+  for (const args of [[], [undefined], [null], [5], ['f'], [{}], [[() => {}]]]) {
+    assert.throws(() => util.enumProcessList(...args), { name: 'TypeError', message: 'Invalid arg' });
+  }
+  assert.deepEqual(helper.threadNames(), []);
+});

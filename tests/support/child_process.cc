@@ -1,0 +1,96 @@
+#include "support/child_process.h"
+
+#include <array>
+#include <iostream>
+#include <map>
+#include <stdexcept>
+
+#include "win/text.h"
+
+namespace testing_support {
+
+namespace {
+
+std::map<std::string, ChildMain>& Children() {
+  static std::map<std::string, ChildMain> children;
+  return children;
+}
+
+}  // namespace
+
+ChildRegistration::ChildRegistration(const char* name, ChildMain main) {
+  Children()[name] = main;
+}
+
+bool RunAsChild(int argc, char** argv, int& exitCode) {
+  const std::string prefix = "--child=";
+  if (argc < 2 || std::string(argv[1]).rfind(prefix, 0) != 0) return false;
+  exitCode = Children().at(argv[1] + prefix.size())(std::vector<std::string>(argv + 2, argv + argc));
+  std::cout.flush();
+  return true;
+}
+
+ChildProcess::ChildProcess(const std::string& name, const std::vector<std::string>& arguments) {
+  SECURITY_ATTRIBUTES inherit{.nLength = sizeof(inherit), .lpSecurityDescriptor = nullptr, .bInheritHandle = TRUE};
+  win::UniqueHandle childOutput;
+  win::UniqueHandle childInput;
+  CreatePipe(output_.Receive(), childOutput.Receive(), &inherit, 0);
+  CreatePipe(childInput.Receive(), input_.Receive(), &inherit, 0);
+  SetHandleInformation(output_.Get(), HANDLE_FLAG_INHERIT, 0);
+  SetHandleInformation(input_.Get(), HANDLE_FLAG_INHERIT, 0);
+
+  std::array<wchar_t, 1024> self{};
+  GetModuleFileNameW(nullptr, self.data(), static_cast<DWORD>(self.size()));
+  std::wstring command = L"\"" + std::wstring(self.data()) + L"\" --child=" + win::NarrowToWide(CP_UTF8, name);
+  for (const std::string& argument : arguments)
+    command += L" " + win::NarrowToWide(CP_UTF8, argument);
+
+  STARTUPINFOW startup{};
+  startup.cb = sizeof(startup);
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdInput = childInput.Get();
+  startup.hStdOutput = childOutput.Get();
+  startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+  PROCESS_INFORMATION information{};
+  if (!CreateProcessW(self.data(), command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                      &information)) {
+    throw std::runtime_error("the child process cannot be started");
+  }
+  process_.Reset(information.hProcess);
+  CloseHandle(information.hThread);
+  id_ = information.dwProcessId;
+}
+
+ChildProcess::~ChildProcess() {
+  if (process_ && WaitForSingleObject(process_.Get(), 0) == WAIT_TIMEOUT) Kill();
+}
+
+std::string ChildProcess::ReadLine() {
+  std::string line;
+  char character = 0;
+  DWORD count = 0;
+  while (ReadFile(output_.Get(), &character, 1, &count, nullptr) && count == 1 && character != '\n') {
+    if (character != '\r') line += character;
+  }
+  return line;
+}
+
+void ChildProcess::WriteLine(const std::string& line) {
+  const std::string text = line + "\n";
+  DWORD count = 0;
+  WriteFile(input_.Get(), text.data(), static_cast<DWORD>(text.size()), &count, nullptr);
+}
+
+DWORD ChildProcess::Wait() {
+  if (WaitForSingleObject(process_.Get(), 60'000) != WAIT_OBJECT_0) Kill();
+  DWORD exitCode = 0;
+  GetExitCodeProcess(process_.Get(), &exitCode);
+  return exitCode;
+}
+
+void ChildProcess::Kill() {
+  TerminateProcess(process_.Get(), 0xDEAD);
+  WaitForSingleObject(process_.Get(), INFINITE);
+}
+
+}  // namespace testing_support

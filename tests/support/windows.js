@@ -1,0 +1,56 @@
+'use strict';
+// What script tests share. They run in Node.js for Windows.
+const { execFileSync, spawn } = require('node:child_process');
+const path = require('node:path');
+
+const root = path.resolve(__dirname, '..', '..');
+
+/** The built module. */
+exports.modulePath = path.join(root, 'prebuilds', 'win32-x64', 'borvanta-util.node');
+exports.load = () => require(exports.modulePath);
+
+/** The test helper add-on, which works on the loaded module from outside. */
+exports.loadHelper = () => {
+  exports.load();
+  const build = path.join(root, 'build', process.env.BORVANTA_BUILD ?? 'mingw');
+  return require(path.join(build, 'helpers', 'test-helper.node'));
+};
+
+/** Calls a function whose last parameter is a callback and resolves to the callback's argument. */
+exports.call = (start, ...args) => new Promise((resolve) => {
+  start(...args, resolve);
+});
+
+/**
+ * Runs `body` in a Node.js process of its own, with `util` (the module) and `print` (one value as JSON) in scope, and
+ * resolves to what it printed, parsed. Rejects when the process ends with a failure code.
+ */
+exports.runScript = (body, { execPath = process.execPath, env = {}, args = [], module = exports.modulePath } = {}) => {
+  const source = `'use strict'; const util = require(${JSON.stringify(module)});
+    const print = (value) => process.stdout.write(JSON.stringify(value) + '\\n');
+    (async () => { ${body} })();`;
+  return new Promise((resolve, reject) => {
+    const child = spawn(execPath, ['-e', source, ...args], { env: { ...process.env, ...env } });
+    let stdout = '';
+    let stderr = '';
+    child.stdout.on('data', (chunk) => { stdout += chunk; });
+    child.stderr.on('data', (chunk) => { stderr += chunk; });
+    child.on('error', reject);
+    child.on('close', (code, signal) => {
+      if (code !== 0) reject(new Error(`exit code ${code ?? signal}: ${stderr}${stdout}`));
+      else resolve(stdout.split('\n').filter(Boolean).map((line) => JSON.parse(line)));
+    });
+  });
+};
+
+/** Windows' own registry tool, an independent client: reg('add', key, ...). Throws when it fails. */
+exports.reg = (...args) => execFileSync('reg', args, { encoding: 'utf8', stdio: ['ignore', 'pipe', 'pipe'] });
+
+/** reg() that does not mind failing. */
+exports.tryReg = (...args) => {
+  try {
+    return exports.reg(...args);
+  } catch {
+    return undefined;
+  }
+};
