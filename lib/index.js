@@ -9,4 +9,5 @@ const addon = require('../prebuilds/win32-x64/borvanta-util.node');
 // One by one, so that ES modules can import them by name.
 exports.getCpuName = addon.getCpuName;
 exports.getOsVersionWithReleaseId = addon.getOsVersionWithReleaseId;
+exports.captureNativeJank = addon.captureNativeJank;
 exports.enumProcessList = addon.enumProcessList;

@@ -1,4 +1,11 @@
-import type { ProcessListResult } from './index.js';
+import type { CaptureJankArgs, CaptureJankResult, ProcessListResult } from './index.js';
+
+/**
+ * Captures a stalled thread; the promise form of the callback function of the same name. Rejects with TypeError
+ * "Invalid arg" where that one throws, and is never settled when the script environment ends first. A capture that fails
+ * resolves: the result says so.
+ */
+export function captureNativeJank(args: CaptureJankArgs): Promise<CaptureJankResult>;
 
 /**
  * Lists the running processes on a thread of its own; the promise form of the callback function of the same name. The

@@ -9,4 +9,5 @@ function promisify(start) {
   });
 }
 
+exports.captureNativeJank = promisify(util.captureNativeJank);
 exports.enumProcessList = promisify(util.enumProcessList);

@@ -6,6 +6,7 @@
 
 #include "addon/keep_loaded.h"
 #include "identity/handlers.h"
+#include "jank/handlers.h"
 #include "process_list/handlers.h"
 
 namespace {
@@ -19,6 +20,7 @@ struct ScriptFunction {
 constexpr ScriptFunction kScriptFunctions[] = {
     {"getCpuName", &identity::GetCpuName},
     {"getOsVersionWithReleaseId", &identity::GetOsVersionWithReleaseId},
+    {"captureNativeJank", &jank::CaptureNativeJank},
     {"enumProcessList", &process_list::EnumProcessList},
 };
 

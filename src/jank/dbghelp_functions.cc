@@ -1,0 +1,90 @@
+#include "jank/dbghelp_functions.h"
+
+#include <atomic>
+#include <mutex>
+
+#include "win/get_function.h"
+
+namespace {
+
+/// How often SymInitialize is tried when the list of modules changes under it.
+constexpr unsigned kSymInitializeAttempts = 3;
+
+/// STATUS_INFO_LENGTH_MISMATCH, as GetLastError reports it.
+constexpr DWORD kModuleListChanged = 0xC0000004;
+
+// All of this lives as long as the module: DbgHelp is never unloaded, its symbol handler for this process never
+// stopped, and the locks never deleted, because other native code may use them until the process ends.
+DbgHelpFunctions table;
+CRITICAL_SECTION callLock;
+std::mutex loaderLock;
+HMODULE library = nullptr;
+bool ownSymbolsStarted = false;
+DWORD lastSymbolError = ERROR_SUCCESS;
+std::atomic<bool> ready = false;
+
+void EnterCallLock() {
+  EnterCriticalSection(&callLock);
+}
+
+void LeaveCallLock() {
+  LeaveCriticalSection(&callLock);
+}
+
+/// Loads DbgHelp and fills the table. A function that it lacks leaves its field null and is no error here.
+bool LoadDbgHelp() {
+  library = LoadLibraryW(L"DbgHelp");
+  if (!library) return false;
+  const auto resolve = [](auto& field, const char* name) {
+    field = win::GetFunction<std::remove_reference_t<decltype(field)>>(library, name);
+  };
+  resolve(table.SymInitialize, "SymInitialize");
+  resolve(table.SymCleanup, "SymCleanup");
+  resolve(table.StackWalk64, "StackWalk64");
+  resolve(table.SymFunctionTableAccess64, "SymFunctionTableAccess64");
+  resolve(table.SymGetModuleBase64, "SymGetModuleBase64");
+  resolve(table.EnumerateLoadedModulesW64, "EnumerateLoadedModulesW64");
+  resolve(table.MiniDumpWriteDump, "MiniDumpWriteDump");
+  resolve(table.SymRefreshModuleList, "SymRefreshModuleList");
+  resolve(table.SymFromAddrW, "SymFromAddrW");
+  InitializeCriticalSection(&callLock);
+  table.Lock = &EnterCallLock;
+  table.Unlock = &LeaveCallLock;
+  return true;
+}
+
+/// Starts the symbol handler, again at once while the list of modules changes under it.
+bool StartSymbolsRetrying(HANDLE process, BOOL invadeProcess) {
+  for (unsigned attempt = 0; attempt < kSymInitializeAttempts; ++attempt) {
+    if (table.SymInitialize(process, nullptr, invadeProcess)) {
+      ownSymbolsStarted = true;
+      return true;
+    }
+    lastSymbolError = GetLastError();
+    if (lastSymbolError != kModuleListChanged) return false;
+  }
+  return false;
+}
+
+bool StartOwnSymbols() {
+  const HANDLE process = GetCurrentProcess();
+  if (StartSymbolsRetrying(process, TRUE)) return true;
+  // DbgHelp's answer when somebody has started the handler for this process already.
+  if (lastSymbolError != ERROR_INVALID_PARAMETER) return false;
+  table.SymCleanup(process);
+  return StartSymbolsRetrying(process, TRUE);
+}
+
+}  // namespace
+
+extern "C" DbgHelpFunctions* GetDbgHelpFunctions() {
+  if (ready) return &table;
+  const std::lock_guard lock(loaderLock);
+  if (!ready) {
+    if (!library && !LoadDbgHelp()) return nullptr;
+    if (!table.SymInitialize || !table.SymCleanup) return nullptr;
+    if (!ownSymbolsStarted && !StartOwnSymbols()) return nullptr;
+    ready = true;
+  }
+  return &table;
+}

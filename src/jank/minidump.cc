@@ -1,0 +1,41 @@
+#include "jank/minidump.h"
+
+#include "jank/dbghelp_functions.h"
+#include "jank/output_file.h"
+
+namespace jank {
+
+namespace {
+
+/// Neither full memory nor data segments: the dump stays small.
+constexpr auto kDumpType = static_cast<MINIDUMP_TYPE>(MiniDumpWithUnloadedModules | MiniDumpWithProcessThreadData |
+                                                      MiniDumpWithFullMemoryInfo | MiniDumpWithThreadInfo);
+static_assert(kDumpType == 0x1920);
+
+}  // namespace
+
+bool WriteMiniDump(const std::wstring& path, HANDLE process, DWORD processId, DWORD threadId,
+                   std::pmr::string& errorText) {
+  const DbgHelpFunctions* const dbgHelp = GetDbgHelpFunctions();
+  if (!dbgHelp || !dbgHelp->MiniDumpWriteDump) {
+    errorText = "Invalid dbghelp functions";
+    return false;
+  }
+  const win::UniqueFile file = CreateOutputFile(path);
+  if (!file) {
+    errorText = "Failed to create dump file";
+    return false;
+  }
+  // There is no exception: the record only tells readers of the dump which thread stalled.
+  MINIDUMP_EXCEPTION_INFORMATION stalled{};
+  stalled.ThreadId = threadId;
+  stalled.ExceptionPointers = nullptr;
+  stalled.ClientPointers = FALSE;
+  if (!dbgHelp->MiniDumpWriteDump(process, processId, file.Get(), kDumpType, &stalled, nullptr, nullptr)) {
+    errorText = "Failed to write dump";
+    return false;
+  }
+  return true;
+}
+
+}  // namespace jank
