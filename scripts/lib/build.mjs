@@ -9,5 +9,5 @@ export const buildFolder = `${root}/build/${preset}`;
 export function build({ tests = false } = {}) {
   say(tests ? 'Building the module and its tests' : 'Building the module');
   run('cmake', ['--preset', preset]);
-  run('cmake', ['--build', '--preset', preset, ...(tests ? [] : ['--target', 'borvanta_util'])]);
+  run('cmake', ['--build', '--preset', preset, ...(tests ? [] : ['--target', 'borvanta_util', 'runtime'])]);
 }

@@ -16,7 +16,25 @@ std::map<std::string, ChildMain>& Children() {
   return children;
 }
 
+std::wstring ProgramPath() {
+  std::array<wchar_t, 1024> path{};
+  GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+  return path.data();
+}
+
+std::wstring Joined(const std::vector<std::string>& arguments) {
+  std::wstring joined;
+  for (const std::string& argument : arguments)
+    joined += L" " + win::NarrowToWide(CP_UTF8, argument);
+  return joined;
+}
+
 }  // namespace
+
+std::wstring ProgramFolder() {
+  const std::wstring path = ProgramPath();
+  return path.substr(0, path.rfind(L'\\') + 1);
+}
 
 ChildRegistration::ChildRegistration(const char* name, ChildMain main) {
   Children()[name] = main;
@@ -31,6 +49,16 @@ bool RunAsChild(int argc, char** argv, int& exitCode) {
 }
 
 ChildProcess::ChildProcess(const std::string& name, const std::vector<std::string>& arguments) {
+  const std::wstring self = ProgramPath();
+  Start(self, L"\"" + self + L"\" --child=" + win::NarrowToWide(CP_UTF8, name) + Joined(arguments));
+}
+
+ChildProcess::ChildProcess(const std::wstring& program, const std::vector<std::string>& arguments) {
+  const std::wstring path = ProgramFolder() + program;
+  Start(path, L"\"" + path + L"\"" + Joined(arguments));
+}
+
+void ChildProcess::Start(const std::wstring& program, std::wstring command) {
   SECURITY_ATTRIBUTES inherit{.nLength = sizeof(inherit), .lpSecurityDescriptor = nullptr, .bInheritHandle = TRUE};
   win::UniqueHandle childOutput;
   win::UniqueHandle childInput;
@@ -39,12 +67,6 @@ ChildProcess::ChildProcess(const std::string& name, const std::vector<std::strin
   SetHandleInformation(output_.Get(), HANDLE_FLAG_INHERIT, 0);
   SetHandleInformation(input_.Get(), HANDLE_FLAG_INHERIT, 0);
 
-  std::array<wchar_t, 1024> self{};
-  GetModuleFileNameW(nullptr, self.data(), static_cast<DWORD>(self.size()));
-  std::wstring command = L"\"" + std::wstring(self.data()) + L"\" --child=" + win::NarrowToWide(CP_UTF8, name);
-  for (const std::string& argument : arguments)
-    command += L" " + win::NarrowToWide(CP_UTF8, argument);
-
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   startup.dwFlags = STARTF_USESTDHANDLES;
@@ -52,7 +74,7 @@ ChildProcess::ChildProcess(const std::string& name, const std::vector<std::strin
   startup.hStdOutput = childOutput.Get();
   startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
   PROCESS_INFORMATION information{};
-  if (!CreateProcessW(self.data(), command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+  if (!CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
                       &information)) {
     throw std::runtime_error("the child process cannot be started");
   }

@@ -29,11 +29,16 @@ struct ChildRegistration {
 /// false when none is asked for.
 bool RunAsChild(int argc, char** argv, int& exitCode);
 
-/// A started child: this test program again, in another process. Killed, if it still runs, by the destructor.
+/// A started child: this test program again in another process, or another program. Killed, if it still runs, by the
+/// destructor.
 class ChildProcess {
  public:
   /// Starts the child `name` with `arguments` (no quotes, no blanks).
   explicit ChildProcess(const std::string& name, const std::vector<std::string>& arguments = {});
+
+  /// Starts another program of the build folder, given by its path relative to this test program's folder.
+  ChildProcess(const std::wstring& program, const std::vector<std::string>& arguments);
+
   ~ChildProcess();
   ChildProcess(ChildProcess&&) = default;
   ChildProcess& operator=(ChildProcess&&) = delete;
@@ -54,10 +59,15 @@ class ChildProcess {
   void Kill();
 
  private:
+  void Start(const std::wstring& program, std::wstring command);
+
   DWORD id_ = 0;
   win::UniqueHandle process_;
   win::UniqueHandle output_;
   win::UniqueHandle input_;
 };
+
+/// The folder of this test program, with a backslash at the end.
+std::wstring ProgramFolder();
 
 }  // namespace testing_support
