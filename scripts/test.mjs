@@ -7,7 +7,7 @@ import { checkStyle } from './lib/style.mjs';
 import { checkTypes } from './lib/types.mjs';
 import { ensureTools, ensureWinePrefix } from './lib/setup.mjs';
 import { onWindows, root, runMain, say } from './lib/shell.mjs';
-import { nodeVersions, runWindows, stopLane, windowsNode } from './lib/windows.mjs';
+import { nodeVersions, runHostNode, runWindows, stopLane, windowsNode } from './lib/windows.mjs';
 
 const timeoutMs = 300_000;
 // Two lanes for two cores. Each has a Wine prefix, and so a registry, of its own.
@@ -25,11 +25,11 @@ function report(name, { passed, failed, output, seconds }) {
 }
 
 /** Runs a test program and counts by the two patterns; an end without a count, or with a failure code, is a failure. */
-async function runTestProgram(name, program, args, lane, passedPattern, failedPattern) {
+async function runTestProgram(name, run, passedPattern, failedPattern) {
   const chunks = [];
   const collect = (chunk) => chunks.push(chunk);
   const start = performance.now();
-  const code = await runWindows(program, args, { lane, stdout: collect, stderr: collect, timeoutMs, cwd: root });
+  const code = await run({ stdout: collect, stderr: collect, timeoutMs, cwd: root });
   const output = Buffer.concat(chunks).toString();
   const count = (pattern) => Number(output.match(pattern)?.[1] ?? 0);
   let failed = count(failedPattern);
@@ -42,18 +42,31 @@ function nativeTests() {
   const folder = path.join(buildFolder, 'native_tests');
   return readdirSync(folder).filter((file) => file.endsWith('.exe')).sort().map((file) => ({
     name: `tests/native/${file.slice(0, -'.exe'.length)}`,
-    run: (name, lane) => runTestProgram(name, path.join(folder, file), [], lane,
+    run: (name, lane) => runTestProgram(name, (options) => runWindows(path.join(folder, file), [], { ...options, lane }),
       /^\[ {2}PASSED {2}\] (\d+) tests?\.$/m, /^\[ {2}FAILED {2}\] (\d+) tests?, listed below:$/m),
   }));
 }
 
+function testFiles(ending) {
+  return readdirSync(path.join(root, 'tests'), { recursive: true })
+    .filter((file) => file.endsWith(ending)).map((file) => file.replaceAll('\\', '/')).sort();
+}
+
+/** Tests of what only Debian can do: reading dumps with another debugger, running Windows programs in Wine. */
+function hostTests() {
+  return onWindows ? [] : testFiles('.host.test.mjs').map((file) => ({
+    name: `tests/${file} on the host`,
+    run: (name) => runTestProgram(name, (options) => runHostNode(path.join(root, 'tests', file), options),
+      /^# pass (\d+)$/m, /^# fail (\d+)$/m),
+  }));
+}
+
 function scriptTests() {
-  const files = readdirSync(path.join(root, 'tests'), { recursive: true })
-    .filter((file) => file.endsWith('.test.js')).map((file) => file.replaceAll('\\', '/')).sort();
+  const files = testFiles('.test.js');
   return nodeVersions.toReversed().flatMap((version) => files.map((file) => ({
     name: `tests/${file} in Node.js ${version}`,
-    run: (name, lane) => runTestProgram(name, windowsNode(version),
-      ['--test-reporter=tap', path.join(root, 'tests', file)], lane, /^# pass (\d+)\r?$/m, /^# fail (\d+)\r?$/m),
+    run: (name, lane) => runTestProgram(name, (options) => runWindows(windowsNode(version),
+      ['--test-reporter=tap', path.join(root, 'tests', file)], { ...options, lane }), /^# pass (\d+)\r?$/m, /^# fail (\d+)\r?$/m),
   })));
 }
 
@@ -62,7 +75,7 @@ await runMain(async () => {
   const selected = ({ name }) => selections.length === 0 || selections.some((selection) => name.includes(selection));
   ensureTools({ forTests: true });
   build({ tests: true });
-  const queue = [...nativeTests(), ...scriptTests()].filter(selected);
+  const queue = [...nativeTests(), ...hostTests(), ...scriptTests()].filter(selected);
   for (const version of nodeVersions) windowsNode(version);
   for (const lane of lanes) if (!onWindows) ensureWinePrefix(lane);
   await Promise.all(lanes.map(async (lane) => {

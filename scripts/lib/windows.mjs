@@ -95,6 +95,18 @@ export async function runWindows(program, args, { lane = 0, env = {}, cwd, stdou
   }
 }
 
+/** Runs a script in the Node.js that runs this one; otherwise like runWindows. */
+export function runHostNode(script, { cwd, stdout, stderr, timeoutMs }) {
+  return new Promise((resolve, reject) => {
+    const child = spawn(process.execPath, ['--test-reporter=tap', script], { cwd, timeout: timeoutMs,
+      stdio: ['ignore', 'pipe', 'pipe'] });
+    child.stdout.on('data', stdout);
+    child.stderr.on('data', stderr);
+    child.on('error', reject);
+    child.on('close', (code) => resolve(code ?? 1));
+  });
+}
+
 /** Ends every program that is still running in a lane. */
 export function stopLane(lane) {
   if (!onWindows) stopWine(ensureWinePrefix(lane));

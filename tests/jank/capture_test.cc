@@ -201,8 +201,8 @@ TEST(Capture, ReturnsAChainOfFiveHundredFramesWhole) {
             500);
 }
 
-/// Windows walks on from code that no module holds as from a leaf function; Wine's walker gives up where it is told of no
-/// module, so it is told of one.
+/// Windows walks on from code that no module holds as from a leaf function; Wine's walker gives up where it is told of
+/// no module, so it is told of one.
 DWORD64 WINAPI SomeModuleBase(HANDLE process, DWORD64 address) {
   const DWORD64 base = realTable->SymGetModuleBase64(process, address);
   return base ? base : address;
@@ -332,8 +332,8 @@ TEST(Capture, NamesTheFieldsThatItMisses) {
 
 namespace {
 
-// Holds two captures back, each before the lock of its frozen section, until both have chosen a dump name; then lets the
-// one that chose first go first.
+// Holds two captures back, each before the lock of its frozen section, until both have chosen a dump name; then lets
+// the one that chose first go first.
 std::mutex meetingLock;
 std::condition_variable meeting;
 int arrived = 0;

@@ -61,7 +61,7 @@ FARPROC WINAPI ScriptedGetProcAddress(HMODULE module, LPCSTR name) {
 /// What a child prints, without its line end.
 std::string Output(const char* child, const std::vector<std::string>& arguments = {}) {
   ChildProcess process(child, arguments);
-  const std::string line = process.ReadLine();
+  std::string line = process.ReadLine();
   EXPECT_EQ(process.Wait(), 0U);
   return line;
 }

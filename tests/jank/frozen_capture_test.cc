@@ -176,7 +176,7 @@ TEST_F(FrozenCapture, TakesNothingFromTheHeapWhateverHappens) {
   const BusyThread target([] { Sleep(1); });
   const auto captured = [&](const std::wstring& janksDir) {
     const HeapCount count;
-    const auto result = Capture(target.Id(), janksDir);
+    auto result = Capture(target.Id(), janksDir);
     EXPECT_EQ(freezes, 1);
     EXPECT_EQ(heapCalls, 0);
     return result;

@@ -5,6 +5,8 @@ const path = require('node:path');
 
 const root = path.resolve(__dirname, '..', '..');
 
+exports.root = root;
+
 /** The built module. */
 exports.modulePath = path.join(root, 'prebuilds', 'win32-x64', 'borvanta-util.node');
 exports.load = () => require(exports.modulePath);

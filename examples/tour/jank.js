@@ -1,0 +1,61 @@
+'use strict';
+// Stalls a process of its own, captures it, and shows what came of it.
+const { spawn } = require('node:child_process');
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
+const { setTimeout: sleep } = require('node:timers/promises');
+
+/** The stalled process: one of the test targets, which says which of its threads stalls. */
+async function startStalledProcess() {
+  const build = path.join(__dirname, '..', '..', 'build');
+  const program = ['mingw', 'msvc'].map((preset) => path.join(build, preset, 'targets', 'stall_target.exe'))
+    .find((file) => fs.existsSync(file));
+  if (!program) return undefined;
+  const child = spawn(program, ['chain'], { stdio: ['ignore', 'pipe', 'ignore'] });
+  let said = '';
+  child.stdout.on('data', (chunk) => { said += chunk; });
+  for (let waited = 0; waited < 10_000; waited += 50) {
+    const ready = said.match(/^ready (\d+) (\d+)/m);
+    if (ready) return { child, processId: Number(ready[1]), threadId: Number(ready[2]) };
+    await sleep(50);
+  }
+  child.kill();
+  return undefined;
+}
+
+exports.tour = async function tour(util, print) {
+  const stalled = await startStalledProcess();
+  if (!stalled) {
+    print('There is no process to stall here: build with "npm run build" first.');
+    return;
+  }
+  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-tour-'));
+  try {
+    const { child, processId, threadId } = stalled;
+    print(`Process ${processId} stalls on purpose in thread ${threadId}; capturing it.`);
+    const result = await new Promise((resolve) => {
+      util.captureNativeJank({
+        processId, threadId, jankType: 'tour', janksDir: `${folder}\\`, userId: 'nobody', deviceId: 'this machine',
+        version: '5.165.3.4096', systemVersion: util.getOsVersionWithReleaseId(), logFilename: 'tour.log', living: false,
+        uptime: process.uptime(), duration: 1500,
+      }, resolve);
+    });
+    child.kill();
+    if (result.errorText) print(`The capture says: ${result.errorText}`);
+    const report = result.jsonFilename && JSON.parse(fs.readFileSync(path.join(folder, result.jsonFilename), 'utf8'));
+    if (!report) return;
+    print(`Report ${result.jsonFilename}:`);
+    for (const [name, value] of Object.entries(report)) {
+      if (name !== 'main_thread_trace') print(`  ${name.padEnd(15)} ${value}`);
+    }
+    print('Stack, innermost frame first:');
+    for (const line of report.main_thread_trace.trim().split('\r\n')) print(`  ${line}`);
+    if (result.dumpJankResult.succ) {
+      print(`Dump ${report.dmp_file}: ${Math.ceil(fs.statSync(path.join(folder, report.dmp_file)).size / 1024)} KiB`);
+    }
+  } finally {
+    stalled.child.kill();
+    fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
+  }
+};

@@ -1,0 +1,26 @@
+'use strict';
+const assert = require('node:assert/strict');
+const path = require('node:path');
+const test = require('node:test');
+const { call, load, root } = require('../support/windows.js');
+const { captureArgs, startStallTarget } = require('../support/stall_target.js');
+
+const util = load();
+const tableUser = require(path.join(root, 'build', process.env.BORVANTA_BUILD ?? 'mingw', 'helpers', 'table-user.node'));
+
+test('another native module finds the table in the loaded file and uses it', () => {
+  assert.deepEqual(tableUser.useTable(), { samePointer: true, fieldsSet: 11, findsModule: true });
+});
+
+test('a capture waits for other native code that holds the lock', async () => {
+  const target = await startStallTarget('chain');
+  try {
+    const start = process.hrtime.bigint();
+    tableUser.holdLock(700);
+    const result = await call(util.captureNativeJank, captureArgs(target));
+    assert.ok(process.hrtime.bigint() - start >= 700_000_000n);
+    assert.ok(result.captureStackResult.stackTrace);
+  } finally {
+    target.child.kill();
+  }
+});
