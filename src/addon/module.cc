@@ -6,6 +6,7 @@
 
 #include "addon/keep_loaded.h"
 #include "identity/handlers.h"
+#include "lifecycle/handlers.h"
 #include "process_list/handlers.h"
 
 namespace {
@@ -19,6 +20,11 @@ struct ScriptFunction {
 constexpr ScriptFunction kScriptFunctions[] = {
     {"getCpuName", &identity::GetCpuName},
     {"getOsVersionWithReleaseId", &identity::GetOsVersionWithReleaseId},
+    {"createDuplicateMutex", &lifecycle::CreateDuplicateMutex},
+    {"destroyDuplicateMutex", &lifecycle::DestroyDuplicateMutex},
+    {"enterStartupMask", &lifecycle::EnterStartupMask},
+    {"leaveStartupMask", &lifecycle::LeaveStartupMask},
+    {"removeOldVersion", &lifecycle::RemoveOldVersion},
     {"enumProcessList", &process_list::EnumProcessList},
 };
 
