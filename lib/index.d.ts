@@ -69,8 +69,8 @@ export interface OldVersionRemoval {
 }
 
 /**
- * Claims the mutex by which the client runs once in a user session. It is held until {@link destroyDuplicateMutex} or the
- * end of the process.
+ * Claims the mutex by which the client runs once in a user session. It is held until {@link destroyDuplicateMutex} or
+ * the end of the process.
  *
  * @returns true when another instance holds it, or this process already does; false when this is the first instance,
  *   and also when the mutex cannot be created for any other reason than another user's rights. Never throws.
@@ -78,16 +78,17 @@ export interface OldVersionRemoval {
 export function createDuplicateMutex(): boolean;
 
 /**
- * Gives up what the last {@link createDuplicateMutex} claimed. What earlier calls in this process claimed stays claimed.
+ * Gives up what the last {@link createDuplicateMutex} claimed. What earlier calls in this process claimed stays
+ * claimed.
  *
  * @returns true, whether or not there was anything to give up. Never throws.
  */
 export function destroyDuplicateMutex(): true;
 
 /**
- * To be called as start-up begins: tells whether an earlier start-up of this version crashed, and sets the mark by which
- * the next start-up will know if this one does. Marks count for 60 days, from the millisecond after they were set.
- * Setting one needs write access to the client's keys below HKEY_LOCAL_MACHINE; without it nothing is set.
+ * To be called as start-up begins: tells whether an earlier start-up of this version crashed, and sets the mark by
+ * which the next start-up will know if this one does. Marks count for 60 days, from the millisecond after they were
+ * set. Setting one needs write access to the client's keys below HKEY_LOCAL_MACHINE; without it nothing is set.
  *
  * @returns what was found. Never throws.
  */
@@ -103,8 +104,9 @@ export function leaveStartupMask(): StartupRecord;
 
 /**
  * Removes what an old build left in machine-wide Windows settings: its GPU preference and its firewall rule. Files are
- * left alone. The two are independent of each other. The firewall rule can be removed only when the calling thread is in
- * a COM apartment, which is never entered here.
+ * left alone. The two are independent of each other. The firewall rule can be removed only when the calling thread is
+ * in a COM apartment, which is never entered here. The GPU preference's key is opened for query only, so that Windows
+ * refuses the removal.
  *
  * @param path the full path of the old build's executable.
  * @param version the old build's version.
