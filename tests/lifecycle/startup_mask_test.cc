@@ -37,7 +37,6 @@ class StartupMask : public testing::Test {
   std::wstring Install(const std::wstring& name) const {
     std::wstring directory = folder_ + L"\\" + name;
     std::filesystem::create_directories(directory + L"\\bin\\5.165.3.4096");
-    client_.SetText(nullptr, L"");
     client_.SetText(L"", directory);
     return directory;
   }
