@@ -27,6 +27,95 @@ export function getCpuName(): string;
  */
 export function getOsVersionWithReleaseId(): string;
 
+/** What {@link enterStartupMask} returns. */
+export interface StartupEntry {
+  /** True when an earlier start-up of this version never finished. When false, the mark of this one has been set. */
+  hasMask: boolean;
+  /**
+   * The full path of the executable of the latest build that finished its start-up, to fall back to. Left out when
+   * `hasMask` is false and when no such build is recorded.
+   */
+  lastVersion?: string;
+}
+
+/** What {@link leaveStartupMask} returns; empty when no client is installed. */
+export interface StartupRecord {
+  /** The full path of this build's executable, when it exists and has been recorded as the latest bootable one. */
+  writeRegVersion?: string;
+  /** This version, when the installer has noted a normal install of it. */
+  installVersion?: string;
+  /** This version, when the installer has noted a silent install of it. */
+  silentVersion?: string;
+  /** The folder of installed builds, without a trailing backslash; left out when no client is installed. */
+  deleteFolderPath?: string;
+}
+
+/** What {@link removeOldVersion} returns. */
+export interface OldVersionRemoval {
+  /** What became of the build's GPU preference. */
+  gpuPreferencesDelResult: {
+    delSuccess: boolean;
+    /** "Failed to open key" or "Failed to delete key"; left out on success. */
+    errorText?: string;
+  };
+  /** What became of the build's firewall rule. */
+  firewallDelResult: {
+    /** "BorvantaFirewall_" and the version. */
+    firewallName: string;
+    delSuccess: boolean;
+    /** Empty on success; else which step failed, directly followed by its HRESULT as a signed decimal number. */
+    errorText: string;
+  };
+}
+
+/**
+ * Claims the mutex by which the client runs once in a user session. It is held until {@link destroyDuplicateMutex} or
+ * the end of the process.
+ *
+ * @returns true when another instance holds it, or this process already does; false when this is the first instance,
+ *   and also when the mutex cannot be created for any other reason than another user's rights. Never throws.
+ */
+export function createDuplicateMutex(): boolean;
+
+/**
+ * Gives up what the last {@link createDuplicateMutex} claimed. What earlier calls in this process claimed stays
+ * claimed.
+ *
+ * @returns true, whether or not there was anything to give up. Never throws.
+ */
+export function destroyDuplicateMutex(): true;
+
+/**
+ * To be called as start-up begins: tells whether an earlier start-up of this version crashed, and sets the mark by
+ * which the next start-up will know if this one does. Marks count for 60 days, from the millisecond after they were
+ * set. Setting one needs write access to the client's keys below HKEY_LOCAL_MACHINE; without it nothing is set.
+ *
+ * @returns what was found. Never throws.
+ */
+export function enterStartupMask(): StartupEntry;
+
+/**
+ * To be called when start-up has succeeded: clears the mark, records this build's executable as the latest bootable one
+ * and reports the installer's notes about this version.
+ *
+ * @returns what was done and found; what failed is left out. Never throws.
+ */
+export function leaveStartupMask(): StartupRecord;
+
+/**
+ * Removes what an old build left in machine-wide Windows settings: its GPU preference and its firewall rule. Files are
+ * left alone. The two are independent of each other. The firewall rule can be removed only when the calling thread is
+ * in a COM apartment, which is never entered here. The GPU preference's key is opened for query only, so that Windows
+ * refuses the removal.
+ *
+ * @param path the full path of the old build's executable.
+ * @param version the old build's version.
+ * @returns what became of each of the two; their failures are reported here, never thrown.
+ * @throws TypeError "Invalid path" when `path` is not a string, else "Invalid version" when `version` is not one;
+ *   nothing is removed then.
+ */
+export function removeOldVersion(path: string, version: string): OldVersionRemoval;
+
 /** What {@link captureNativeJank} captures, and what its report says besides. All properties are required. */
 export interface CaptureJankArgs {
   /** The process to capture; read as an unsigned 32-bit integer. */

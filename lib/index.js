@@ -9,5 +9,10 @@ const addon = require('../prebuilds/win32-x64/borvanta-util.node');
 // One by one, so that ES modules can import them by name.
 exports.getCpuName = addon.getCpuName;
 exports.getOsVersionWithReleaseId = addon.getOsVersionWithReleaseId;
+exports.createDuplicateMutex = addon.createDuplicateMutex;
+exports.destroyDuplicateMutex = addon.destroyDuplicateMutex;
+exports.enterStartupMask = addon.enterStartupMask;
+exports.leaveStartupMask = addon.leaveStartupMask;
+exports.removeOldVersion = addon.removeOldVersion;
 exports.captureNativeJank = addon.captureNativeJank;
 exports.enumProcessList = addon.enumProcessList;

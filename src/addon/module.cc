@@ -7,6 +7,7 @@
 #include "addon/keep_loaded.h"
 #include "identity/handlers.h"
 #include "jank/handlers.h"
+#include "lifecycle/handlers.h"
 #include "process_list/handlers.h"
 
 namespace {
@@ -20,6 +21,11 @@ struct ScriptFunction {
 constexpr ScriptFunction kScriptFunctions[] = {
     {"getCpuName", &identity::GetCpuName},
     {"getOsVersionWithReleaseId", &identity::GetOsVersionWithReleaseId},
+    {"createDuplicateMutex", &lifecycle::CreateDuplicateMutex},
+    {"destroyDuplicateMutex", &lifecycle::DestroyDuplicateMutex},
+    {"enterStartupMask", &lifecycle::EnterStartupMask},
+    {"leaveStartupMask", &lifecycle::LeaveStartupMask},
+    {"removeOldVersion", &lifecycle::RemoveOldVersion},
     {"captureNativeJank", &jank::CaptureNativeJank},
     {"enumProcessList", &process_list::EnumProcessList},
 };

@@ -19,6 +19,16 @@ inline std::string WideToUtf8(const std::wstring& text) {
   return WideToNarrow(CP_UTF8, text);
 }
 
+/// UTF-16 to the system's ANSI code page, for files and registry names.
+inline std::string WideToAnsi(const std::wstring& text) {
+  return WideToNarrow(CP_ACP, text);
+}
+
+/// The system's ANSI code page to UTF-16.
+inline std::wstring AnsiToWide(const std::string& text) {
+  return NarrowToWide(CP_ACP, text);
+}
+
 /// UTF-16 to the calling thread's ANSI code page. The identity texts are handed to script in these bytes as if they
 /// were UTF-8: deliberate, the client has always read them so.
 inline std::string WideToThreadAnsi(const std::wstring& text) {

@@ -3,6 +3,11 @@ import util = require('../../lib/index.js');
 import promises = require('../../lib/promises.js');
 
 const description: string = `${util.getCpuName()} ${util.getOsVersionWithReleaseId()}`;
+const first: boolean = !util.createDuplicateMutex() && util.destroyDuplicateMutex();
+const { hasMask, lastVersion }: { hasMask: boolean; lastVersion?: string } = util.enterStartupMask();
+const notes: (string | undefined)[] = Object.values(util.leaveStartupMask());
+const removal: util.OldVersionRemoval = util.removeOldVersion('D:\\Apps\\Client\\borvanta.exe', '5.160.1.1000');
+const removed: boolean = removal.gpuPreferencesDelResult.delSuccess && removal.firewallDelResult.errorText === '';
 const nothing: void = util.enumProcessList(({ list }) => list.map(({ pid, name }) => `${pid.toFixed()} ${name.trim()}`));
 const list: Promise<util.ProcessListResult> = promises.enumProcessList();
 
@@ -11,4 +16,9 @@ util.enumProcessList();
 // @ts-expect-error a pid is a number
 util.enumProcessList(({ list: [first] }) => first!.pid.trim());
 
-export { description, list, nothing };
+// @ts-expect-error a version is required
+util.removeOldVersion('D:\\Apps\\Client\\borvanta.exe');
+// @ts-expect-error the latest bootable version may be missing
+util.enterStartupMask().lastVersion.length;
+
+export { description, first, hasMask, lastVersion, list, nothing, notes, removed };

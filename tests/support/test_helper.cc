@@ -4,7 +4,10 @@
 #include <napi.h>
 
 #include <windows.h>
+// Needs windows.h.
+#include <objbase.h>
 
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -13,6 +16,7 @@
 
 #include "support/import_patch.h"
 #include "win/text.h"
+#include "win/unique_resource.h"
 
 namespace {
 
@@ -64,10 +68,29 @@ Napi::Value ThreadNames(const Napi::CallbackInfo& info) {
   return names;
 }
 
+/// comInitialize(), comUninitialize(): enters and leaves a COM apartment on the script thread, as a host may.
+Napi::Value ComInitialize(const Napi::CallbackInfo& info) {
+  return Napi::Number::New(info.Env(), CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
+}
+
+Napi::Value ComUninitialize(const Napi::CallbackInfo& info) {
+  CoUninitialize();
+  return info.Env().Undefined();
+}
+
+/// freshHandle(): the value of a handle opened just now, which grows when handles are left open.
+Napi::Value FreshHandle(const Napi::CallbackInfo& info) {
+  const win::UniqueHandle event(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+  return Napi::Number::New(info.Env(), static_cast<double>(reinterpret_cast<uintptr_t>(event.Get())));
+}
+
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
   exports.Set("importNames", Napi::Function::New(env, &ImportNames));
   exports.Set("recordThreadNames", Napi::Function::New(env, &RecordThreadNames));
   exports.Set("threadNames", Napi::Function::New(env, &ThreadNames));
+  exports.Set("comInitialize", Napi::Function::New(env, &ComInitialize));
+  exports.Set("comUninitialize", Napi::Function::New(env, &ComUninitialize));
+  exports.Set("freshHandle", Napi::Function::New(env, &FreshHandle));
   return exports;
 }
 

@@ -2,6 +2,7 @@
 // What script tests share. They run in Node.js for Windows.
 const { execFileSync, spawn } = require('node:child_process');
 const path = require('node:path');
+const readline = require('node:readline');
 
 const root = path.resolve(__dirname, '..', '..');
 
@@ -23,16 +24,17 @@ exports.call = (start, ...args) => new Promise((resolve) => {
   start(...args, resolve);
 });
 
+const scriptSource = (body, module) => `'use strict'; const util = require(${JSON.stringify(module)});
+  const print = (value) => process.stdout.write(JSON.stringify(value) + '\\n');
+  (async () => { ${body} })();`;
+
 /**
  * Runs `body` in a Node.js process of its own, with `util` (the module) and `print` (one value as JSON) in scope, and
  * resolves to what it printed, parsed. Rejects when the process ends with a failure code.
  */
 exports.runScript = (body, { execPath = process.execPath, env = {}, args = [], module = exports.modulePath } = {}) => {
-  const source = `'use strict'; const util = require(${JSON.stringify(module)});
-    const print = (value) => process.stdout.write(JSON.stringify(value) + '\\n');
-    (async () => { ${body} })();`;
   return new Promise((resolve, reject) => {
-    const child = spawn(execPath, ['-e', source, ...args], { env: { ...process.env, ...env } });
+    const child = spawn(execPath, ['-e', scriptSource(body, module), ...args], { env: { ...process.env, ...env } });
     let stdout = '';
     let stderr = '';
     child.stdout.on('data', (chunk) => { stdout += chunk; });
@@ -43,6 +45,24 @@ exports.runScript = (body, { execPath = process.execPath, env = {}, args = [], m
       else resolve(stdout.split('\n').filter(Boolean).map((line) => JSON.parse(line)));
     });
   });
+};
+
+/**
+ * Starts `body` like runScript and leaves it running: next() resolves to the next value that it prints, kill() ends it as
+ * a crash would and resolves when it is gone.
+ */
+exports.startScript = (body) => {
+  const child = spawn(process.execPath, ['-e', scriptSource(body, exports.modulePath)],
+    { stdio: ['ignore', 'pipe', 'inherit'] });
+  const closed = new Promise((resolve) => { child.on('close', resolve); });
+  const lines = readline.createInterface({ input: child.stdout })[Symbol.asyncIterator]();
+  return {
+    next: async () => JSON.parse((await lines.next()).value),
+    kill: async () => {
+      child.kill('SIGKILL');
+      await closed;
+    },
+  };
 };
 
 /** Windows' own registry tool, an independent client: reg('add', key, ...). Throws when it fails. */

@@ -1,0 +1,105 @@
+'use strict';
+// One instance at a time, a start-up that succeeds and one that does not, and what an old build leaves behind. The
+// client's registry keys are left as they were found.
+const { execFileSync, spawn } = require('node:child_process');
+const { once } = require('node:events');
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
+
+const library = path.resolve(__dirname, '..', '..', 'lib', 'index.js');
+// The 32-bit view of HKLM\SOFTWARE\Borvanta.
+const clientKey = 'HKLM\\SOFTWARE\\WOW6432Node\\Borvanta';
+const markKey = `${clientKey}\\mark`;
+const mark = 'esn5.165.3.4096';
+
+/** Runs Windows' registry tool; returns whether it succeeded. */
+function reg(...args) {
+  try {
+    execFileSync('reg', args, { stdio: 'ignore' });
+    return true;
+  } catch {
+    return false;
+  }
+}
+
+/** Runs `work`, then puts the client's keys back. */
+async function keepingRegistry(work) {
+  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-tour-'));
+  const backup = path.join(folder, 'client.reg');
+  const hadClient = reg('query', clientKey);
+  const hadMarks = reg('query', markKey);
+  if (hadClient && !reg('export', clientKey, backup, '/y')) throw new Error(`cannot save ${clientKey}`);
+  try {
+    await work(hadClient);
+  } finally {
+    if (!hadMarks) reg('delete', markKey, '/f');
+    else reg('delete', markKey, '/v', mark, '/f');
+    if (!hadClient) reg('delete', clientKey, '/f');
+    else {
+      reg('delete', clientKey, '/v', 'LatestBootableVersion', '/f');
+      if (!reg('import', backup)) throw new Error(`put ${clientKey} back from ${backup}`);
+    }
+    fs.rmSync(folder, { recursive: true, force: true });
+  }
+}
+
+/**
+ * Starts a process that evaluates `expression` with the module as `util` and then idles; resolves to the process and to
+ * the expression's value.
+ */
+async function start(expression) {
+  const source = `const util = require(${JSON.stringify(library)});
+    process.stdout.write(JSON.stringify(${expression}) + '\\n');
+    setInterval(() => {}, 1000);`;
+  const child = spawn(process.execPath, ['-e', source], { stdio: ['ignore', 'pipe', 'inherit'] });
+  const [value] = await once(child.stdout, 'data');
+  return { child, value: JSON.parse(value) };
+}
+
+async function kill(child) {
+  child.kill('SIGKILL');
+  await once(child, 'exit');
+}
+
+async function showSingleInstance(util, print) {
+  const { child, value } = await start('util.createDuplicateMutex()');
+  print(`A first client asks whether another one is running: ${value}`);
+  print(`This process asks the same while the first one lives: ${util.createDuplicateMutex()}`);
+  util.destroyDuplicateMutex();
+  await kill(child);
+  print(`And once the first one has died: ${util.createDuplicateMutex()}`);
+  util.destroyDuplicateMutex();
+}
+
+async function showStartups(print, hadClient) {
+  if (!hadClient) print('No client is installed on this machine (no install key): there is no build to fall back to.');
+  const good = await start('[util.enterStartupMask(), util.leaveStartupMask()]');
+  await kill(good.child);
+  const [entry, record] = good.value.map((value) => JSON.stringify(value));
+  print(`A start-up that succeeds finds ${entry}, and at its end ${record}`);
+  const bad = await start('util.enterStartupMask()');
+  await kill(bad.child);
+  print(`A start-up that is killed on its way finds ${JSON.stringify(bad.value)}`);
+  const next = await start('util.enterStartupMask()');
+  await kill(next.child);
+  print(`The next one finds ${JSON.stringify(next.value)}`);
+  if (!next.value.hasMask) print('(This account may not write to the client\'s keys, so the crash left no mark.)');
+}
+
+function showRemoval(util, print) {
+  const { gpuPreferencesDelResult, firewallDelResult } = util.removeOldVersion('C:\\nowhere\\borvanta.exe', '0.0.0.0');
+  print('Removing what a build 0.0.0.0 that never was would have left in Windows:');
+  print(`  GPU preference: ${JSON.stringify(gpuPreferencesDelResult)}`);
+  print(`  firewall rule: ${JSON.stringify(firewallDelResult)}`);
+  if (firewallDelResult.errorText.startsWith('Fail to CoInitializeEx')) {
+    print('  (The rule is out of reach: Node.js enters no COM apartment on this thread.)');
+  }
+}
+
+/** The tour of the functions for the client's launcher; `print` shows one line. */
+exports.tour = async function tour(util, print) {
+  await showSingleInstance(util, print);
+  await keepingRegistry((hadClient) => showStartups(print, hadClient));
+  showRemoval(util, print);
+};

@@ -1,0 +1,88 @@
+#include "lifecycle/handlers.h"
+
+#include <optional>
+#include <string>
+
+#include "addon/errors.h"
+#include "lifecycle/firewall_rule.h"
+#include "lifecycle/gpu_preference.h"
+#include "lifecycle/single_instance.h"
+#include "lifecycle/startup_mask.h"
+
+namespace lifecycle {
+
+namespace {
+
+void SetText(const Napi::Object& object, const char* key, const std::string& text) {
+  object.Set(key, Napi::String::New(object.Env(), text));
+}
+
+void SetText(const Napi::Object& object, const char* key, const std::optional<std::string>& text) {
+  if (text) SetText(object, key, *text);
+}
+
+void SetFlag(const Napi::Object& object, const char* key, bool flag) {
+  object.Set(key, Napi::Boolean::New(object.Env(), flag));
+}
+
+std::wstring ToWide(const Napi::String& text) {
+  const std::u16string utf16 = text.Utf16Value();
+  return std::wstring(utf16.begin(), utf16.end());
+}
+
+}  // namespace
+
+Napi::Value CreateDuplicateMutex(const Napi::CallbackInfo& info) {
+  return Napi::Boolean::New(info.Env(), ClaimSingleInstance());
+}
+
+Napi::Value DestroyDuplicateMutex(const Napi::CallbackInfo& info) {
+  GiveUpSingleInstance();
+  return Napi::Boolean::New(info.Env(), true);
+}
+
+Napi::Value EnterStartupMask(const Napi::CallbackInfo& info) {
+  const auto result = Napi::Object::New(info.Env());
+  const StartupEntry entry = EnterStartup();
+  SetFlag(result, "hasMask", entry.hasMask);
+  if (!entry.lastVersion.empty()) SetText(result, "lastVersion", entry.lastVersion);
+  return result;
+}
+
+Napi::Value LeaveStartupMask(const Napi::CallbackInfo& info) {
+  // First of all, so that the mark goes even when no answer can be given.
+  ClearStartupMark();
+  const auto result = Napi::Object::New(info.Env());
+  const StartupRecord record = RecordStartup();
+  SetText(result, "writeRegVersion", record.writeRegVersion);
+  SetText(result, "installVersion", record.installVersion);
+  SetText(result, "silentVersion", record.silentVersion);
+  SetText(result, "deleteFolderPath", record.deleteFolderPath);
+  return result;
+}
+
+Napi::Value RemoveOldVersion(const Napi::CallbackInfo& info) {
+  const Napi::Env env = info.Env();
+  const auto result = Napi::Object::New(env);
+  const auto gpuResult = Napi::Object::New(env);
+  const auto firewallResult = Napi::Object::New(env);
+  if (info[0].Type() != napi_string) return addon::ThrowBadArgument(env, "Invalid path");
+  if (info[1].Type() != napi_string) return addon::ThrowBadArgument(env, "Invalid version");
+
+  const std::string gpuError = RemoveGpuPreference(ToWide(info[0].As<Napi::String>()));
+  SetFlag(gpuResult, "delSuccess", gpuError.empty());
+  if (!gpuError.empty()) SetText(gpuResult, "errorText", gpuError);
+
+  const auto version = info[1].As<Napi::String>();
+  const std::string prefix(kFirewallRulePrefix);
+  SetText(firewallResult, "firewallName", prefix + version.Utf8Value());
+  const std::string firewallError = RemoveFirewallRule(std::wstring(prefix.begin(), prefix.end()) + ToWide(version));
+  SetFlag(firewallResult, "delSuccess", firewallError.empty());
+  SetText(firewallResult, "errorText", firewallError);
+
+  result.Set("gpuPreferencesDelResult", gpuResult);
+  result.Set("firewallDelResult", firewallResult);
+  return result;
+}
+
+}  // namespace lifecycle

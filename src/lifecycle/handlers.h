@@ -1,0 +1,27 @@
+#pragma once
+
+#include <napi.h>
+
+namespace lifecycle {
+
+/// The script functions for the client's launcher. Each does its work within the call and afresh on every call, and
+/// throws when a Node-API call fails. Script thread.
+
+/// "createDuplicateMutex": true when another instance of the client holds the session's mutex, else false.
+Napi::Value CreateDuplicateMutex(const Napi::CallbackInfo& info);
+
+/// "destroyDuplicateMutex": always true.
+Napi::Value DestroyDuplicateMutex(const Napi::CallbackInfo& info);
+
+/// "enterStartupMask": `{ hasMask, lastVersion? }`.
+Napi::Value EnterStartupMask(const Napi::CallbackInfo& info);
+
+/// "leaveStartupMask": `{ writeRegVersion?, installVersion?, silentVersion?, deleteFolderPath? }`.
+Napi::Value LeaveStartupMask(const Napi::CallbackInfo& info);
+
+/// "removeOldVersion": takes the path of a build's executable and its version, and returns `{ gpuPreferencesDelResult:
+/// { delSuccess, errorText? }, firewallDelResult: { firewallName, delSuccess, errorText } }`. Throws TypeError "Invalid
+/// path" or "Invalid version" for what is no string, before anything is removed.
+Napi::Value RemoveOldVersion(const Napi::CallbackInfo& info);
+
+}  // namespace lifecycle
