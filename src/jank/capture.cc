@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <mutex>
+#include <string>
 
 #include "jank/dbghelp_functions.h"
 #include "jank/dump_name.h"
@@ -93,24 +94,22 @@ struct FrozenResult {
   explicit FrozenResult(FrozenMemory& memory) : dumpError(&memory), stackTrace(&memory), walkError(&memory) {}
 
   bool dumped = false;
+  bool resumed = false;
   std::pmr::string dumpError;
   std::pmr::string stackTrace;
   std::pmr::string walkError;
 };
 
-/// Suspends the thread, dumps, walks and resumes; sets the result's overall error where suspending or resuming fails
-/// and returns whether the thread was frozen at all. The order of the steps, and that all memory is at hand before the
-/// first of them, is the design. The caller holds the DbgHelp call lock.
+/// Suspends the thread, dumps, walks and resumes; false when the thread cannot be suspended, and then nothing else has
+/// been done. The order of the steps, and that all memory is at hand before the first of them, is the design. The
+/// caller holds the DbgHelp call lock.
 bool WorkFrozen(const CaptureJankArgs& args, HANDLE process, HANDLE thread, const DumpNameChoice& choice,
-                FrozenResult& frozen, CaptureJankResult& result) {
+                FrozenResult& frozen) {
   const std::wstring dumpPath = args.janksDir + win::NarrowToWide(CP_ACP, choice.name);
   std::string nameToPublish = choice.name;
 
   ThreadSuspension suspension(thread);
-  if (!suspension) {
-    result.errorText = "Failed suspend thread";
-    return false;
-  }
+  if (!suspension) return false;
   if (choice.reuse) {
     frozen.dumped = true;
   } else {
@@ -118,7 +117,7 @@ bool WorkFrozen(const CaptureJankArgs& args, HANDLE process, HANDLE thread, cons
     SharedDumpNames().Publish(nameToPublish, frozen.dumped);
   }
   frozen.stackTrace = WalkThreadStack(process, thread, frozen.walkError);
-  if (!suspension.Resume()) result.errorText = "Failed resume thread";
+  frozen.resumed = suspension.Resume();
   return true;
 }
 
@@ -132,12 +131,19 @@ void CaptureThread(const DbgHelpFunctions& dbgHelp, const CaptureJankArgs& args,
   DumpNameChoice choice = SharedDumpNames().FirstLook();
   FrozenMemory memory;
   FrozenResult frozen(memory);
+  bool suspended = false;
   {
     DbgHelpLock lock(dbgHelp);
     const std::lock_guard guard(lock);
     SharedDumpNames().SecondLook(choice);
-    if (!WorkFrozen(args, process, thread.Get(), choice, frozen, result)) return;
+    suspended = WorkFrozen(args, process, thread.Get(), choice, frozen);
   }
+  if (!suspended) {
+    result.errorText = "Failed suspend thread";
+    return;
+  }
+  // Not before the lock is left: a thread that could not be resumed may hold the heap's lock.
+  if (!frozen.resumed) result.errorText = "Failed resume thread";
   result.dumpJankResult.succ = frozen.dumped;
   result.dumpJankResult.errorText = frozen.dumpError;
   result.captureStackResult.stackTrace = frozen.stackTrace;

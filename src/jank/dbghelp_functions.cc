@@ -1,7 +1,7 @@
 #include "jank/dbghelp_functions.h"
 
 #include <atomic>
-#include <mutex>
+#include <type_traits>
 
 #include "win/get_function.h"
 
@@ -17,11 +17,20 @@ constexpr DWORD kModuleListChanged = 0xC0000004;
 // stopped, and the locks never deleted, because other native code may use them until the process ends.
 DbgHelpFunctions table;
 CRITICAL_SECTION callLock;
-std::mutex loaderLock;
+SRWLOCK loaderLock = SRWLOCK_INIT;
 HMODULE library = nullptr;
 bool ownSymbolsStarted = false;
 DWORD lastSymbolError = ERROR_SUCCESS;
 std::atomic<bool> ready = false;
+
+/// Serialises the first-time set-up. Unlike std::mutex it cannot throw, and the callers are foreign native code.
+class LoaderLock {
+ public:
+  LoaderLock() noexcept { AcquireSRWLockExclusive(&loaderLock); }
+  ~LoaderLock() { ReleaseSRWLockExclusive(&loaderLock); }
+  LoaderLock(const LoaderLock&) = delete;
+  LoaderLock& operator=(const LoaderLock&) = delete;
+};
 
 void EnterCallLock() {
   EnterCriticalSection(&callLock);
@@ -77,9 +86,9 @@ bool StartOwnSymbols() {
 
 }  // namespace
 
-extern "C" DbgHelpFunctions* GetDbgHelpFunctions() {
+extern "C" DbgHelpFunctions* GetDbgHelpFunctions() noexcept {
   if (ready) return &table;
-  const std::lock_guard lock(loaderLock);
+  const LoaderLock lock;
   if (!ready) {
     if (!library && !LoadDbgHelp()) return nullptr;
     if (!table.SymInitialize || !table.SymCleanup) return nullptr;

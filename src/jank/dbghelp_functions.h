@@ -36,4 +36,4 @@ static_assert(sizeof(DbgHelpFunctions) == 11 * sizeof(void*));
 /// Returns null when DbgHelp cannot be loaded or its symbol handler cannot be started; a later call tries again what
 /// has failed. A table stays valid as long as this module is loaded, and belongs to the module. Any thread, and other
 /// native code of the process, which finds this function in the module file by its undecorated name.
-extern "C" __declspec(dllexport) DbgHelpFunctions* GetDbgHelpFunctions();
+extern "C" __declspec(dllexport) DbgHelpFunctions* GetDbgHelpFunctions() noexcept;

@@ -4,35 +4,50 @@
 #include <ctime>
 #include <iomanip>
 #include <sstream>
+#include <utility>
 
 namespace jank {
 
 std::string MakeDumpFileName() {
   const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
   std::tm local{};
-  localtime_s(&local, &now);
+  // A clock outside the calendar's range leaves fields that put_time must not see.
+  if (localtime_s(&local, &now) != 0) {
+    local = std::tm{};
+    local.tm_mday = 1;
+    local.tm_year = 70;
+  }
   std::ostringstream name;
   name << std::put_time(&local, "%Y-%m-%d %H-%M-%S");
   return name.str() + ".dmp";
 }
 
 DumpNameChoice DumpNameState::FirstLook() {
+  // Made before the lock is taken, as long as any name; the one that is not needed is freed after it is left.
+  std::string fresh = makeName_();
+  DumpNameChoice choice{.name = fresh, .reuse = false};
   const std::lock_guard lock(mutex_);
-  if (!pendingDumpName_.empty()) return {.name = pendingDumpName_, .reuse = true};
-  DumpNameChoice choice;
-  ChooseNew(choice);
+  if (pendingDumpName_.empty()) {
+    SetPending(fresh);
+  } else {
+    choice.name = pendingDumpName_;
+    choice.reuse = true;
+  }
   return choice;
 }
 
 void DumpNameState::SecondLook(DumpNameChoice& choice) {
   if (!choice.reuse) return;
+  std::string fresh = makeName_();
+  DumpNameChoice own{.name = fresh, .reuse = false};
   const std::lock_guard lock(mutex_);
-  if (lastDumpName_ != choice.name) ChooseNew(choice);
+  if (lastDumpName_ == choice.name) return;
+  SetPending(fresh);
+  std::swap(choice, own);
 }
 
-void DumpNameState::ChooseNew(DumpNameChoice& choice) {
-  pendingDumpName_ = makeName_();
-  choice = {.name = pendingDumpName_, .reuse = false};
+void DumpNameState::SetPending(std::string& fresh) {
+  pendingDumpName_.swap(fresh);
   lastDumpName_.clear();
 }
 

@@ -20,6 +20,10 @@ struct DumpNameChoice {
 /// all captures of the process. Any thread; lock order: the DbgHelp call lock is taken before this object's own lock,
 /// never the other way round.
 ///
+/// While one capture has a thread frozen, another one may be in FirstLook. So nothing is taken from the heap or given
+/// back to it under this object's lock: the frozen thread may hold the heap's own lock, and the publishing capture
+/// would then wait for the looking one for ever.
+///
 /// A capture that fails between its looks and its publishing heals by itself: the next capture finds that the name
 /// which it waited for was never published, and chooses a fresh one.
 class DumpNameState {
@@ -35,12 +39,13 @@ class DumpNameState {
   void SecondLook(DumpNameChoice& choice);
 
   /// After this capture wrote its own dump, or failed to: makes its name available for sharing, or nobody's. Not for a
-  /// capture that reuses a dump. Runs while a thread is frozen: it takes nothing from the heap and gives nothing back,
-  /// but swaps old memory into `name`, a copy of the chosen name made beforehand.
+  /// capture that reuses a dump. Runs while a thread is frozen: it swaps old memory into `name`, a copy of the chosen
+  /// name made beforehand.
   void Publish(std::string& name, bool succeeded);
 
  private:
-  void ChooseNew(DumpNameChoice& choice);
+  /// Makes `fresh` the pending name, under the lock.
+  void SetPending(std::string& fresh);
 
   std::string (*const makeName_)();
   std::mutex mutex_;

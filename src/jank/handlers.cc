@@ -1,6 +1,7 @@
 #include "jank/handlers.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -27,7 +28,7 @@ constexpr RequiredProperty kRequiredProperties[] = {
 bool HasRequiredProperties(const Napi::Object& object) {
   return std::all_of(
       std::begin(kRequiredProperties), std::end(kRequiredProperties),
-      [&](const RequiredProperty& property) { return Napi::Value(object.Get(property.name)).Type() == property.type; });
+      [&](const RequiredProperty& property) { return object.Get(property.name).Type() == property.type; });
 }
 
 std::wstring ToWide(const Napi::Value& text) {

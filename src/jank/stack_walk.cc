@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <string_view>
+#include <utility>
 
 #include "jank/dbghelp_functions.h"
 #include "jank/frozen_memory.h"

@@ -4,6 +4,7 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const test = require('node:test');
+const { setTimeout: sleep } = require('node:timers/promises');
 const { call, load, loadHelper } = require('../support/windows.js');
 const { captureArgs, startStallTarget } = require('../support/stall_target.js');
 
@@ -13,7 +14,7 @@ helper.recordThreadNames();
 
 const invalid = { name: 'TypeError', message: 'Invalid arg' };
 
-test('refuses every wrong or missing property before anything starts', () => {
+test('refuses every wrong or missing property before anything starts', async () => {
   const good = captureArgs();
   for (const [name, value] of Object.entries(good)) {
     const wrong = [undefined, null, 5, 'text', true, {}, [], () => {}, 5n, Symbol('s'), Object(value)]
@@ -27,6 +28,7 @@ test('refuses every wrong or missing property before anything starts', () => {
   for (const args of [[], [good], [good, 5], [good, {}], [undefined, () => {}], [null, () => {}], ['text', () => {}]]) {
     assert.throws(() => util.captureNativeJank(...args), invalid);
   }
+  await sleep(100);
   assert.deepEqual(helper.threadNames(), []);
 });
 

@@ -5,9 +5,14 @@
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <filesystem>
 #include <memory>
 #include <mutex>
+#include <sstream>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "jank/dbghelp_functions.h"
 #include "jank/stall_target_process.h"
@@ -72,7 +77,7 @@ class ScriptedTable {
   DbgHelpFunctions saved_;
 };
 
-DWORD WINAPI FailSuspendOrResume(HANDLE) {
+DWORD WINAPI FailSuspend(HANDLE) {
   return 0xFFFFFFFF;
 }
 BOOL WINAPI FailGetThreadContext(HANDLE, CONTEXT*) {
@@ -139,11 +144,13 @@ DWORD WINAPI RecordSuspend(HANDLE thread) {
   steps.push_back("suspend");
   return realSuspend(thread);
 }
-/// Resumes, but says that it failed.
-DWORD WINAPI RecordResume(HANDLE thread) {
-  steps.push_back("resume");
+DWORD WINAPI ResumeAndDenyIt(HANDLE thread) {
   realResume(thread);
   return 0xFFFFFFFF;
+}
+DWORD WINAPI RecordResume(HANDLE thread) {
+  steps.push_back("resume");
+  return ResumeAndDenyIt(thread);
 }
 HANDLE WINAPI RecordCreateFile(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
                                DWORD disposition, DWORD flags, HANDLE templateFile) {
@@ -274,14 +281,21 @@ TEST(Capture, GivesEveryFailureItsTextAndGoesOnWithTheRest) {
   const TempFolder folder;
   const auto capture = [&] { return Capture(target.processId, target.threadId, folder.Prefix()); };
   {
-    const ImportPatch patch("SuspendThread", &FailSuspendOrResume);
+    const ImportPatch patch("SuspendThread", &FailSuspend);
     const CaptureJankResult result = capture();
     EXPECT_EQ(result.errorText, "Failed suspend thread");
     EXPECT_FALSE(result.dumpJankResult.succ);
     EXPECT_EQ(result.jsonFilename, "");
     EXPECT_TRUE(FilesIn(folder).empty());
   }
-  EXPECT_EQ(capture().errorText, "") << "the state of the dump names has healed";
+  {
+    const ImportPatch patch("ResumeThread", &ResumeAndDenyIt);
+    const CaptureJankResult result = capture();
+    EXPECT_EQ(result.errorText, "Failed resume thread");
+    EXPECT_FALSE(result.jsonFilename.empty());
+    const std::string dump = result.jsonFilename.substr(0, result.jsonFilename.find(".dmp") + 4);
+    EXPECT_EQ(ReadBytes(folder.Path() / dump).substr(0, 4), "MDMP") << "the state of the dump names has healed";
+  }
   {
     const ImportPatch patch("GetThreadContext", &FailGetThreadContext);
     const CaptureJankResult result = capture();
@@ -377,6 +391,13 @@ std::pair<CaptureJankResult, CaptureJankResult> CaptureBoth(const StallTarget& t
 
 int dumps = 0;
 
+BOOL WINAPI CountDump(HANDLE process, DWORD processId, HANDLE file, MINIDUMP_TYPE type,
+                      PMINIDUMP_EXCEPTION_INFORMATION exception, PMINIDUMP_USER_STREAM_INFORMATION streams,
+                      PMINIDUMP_CALLBACK_INFORMATION callback) {
+  ++dumps;
+  return realTable->MiniDumpWriteDump(process, processId, file, type, exception, streams, callback);
+}
+
 BOOL WINAPI FailFirstDump(HANDLE process, DWORD processId, HANDLE file, MINIDUMP_TYPE type,
                           PMINIDUMP_EXCEPTION_INFORMATION exception, PMINIDUMP_USER_STREAM_INFORMATION streams,
                           PMINIDUMP_CALLBACK_INFORMATION callback) {
@@ -389,7 +410,10 @@ TEST(Capture, TwoThreadsOfOneStallShareADumpAndLeaveTwoReports) {
   StallTarget target({"chain"});
   const TempFolder folder;
   ScriptedTable table;
+  dumps = 0;
+  table->MiniDumpWriteDump = &CountDump;
   const auto [first, second] = CaptureBoth(target, folder, table);
+  EXPECT_EQ(dumps, 1);
   EXPECT_TRUE(first.dumpJankResult.succ && second.dumpJankResult.succ);
   EXPECT_NE(first.jsonFilename, second.jsonFilename);
   const auto files = FilesIn(folder);
@@ -420,7 +444,8 @@ TEST(Capture, SurvivesATargetThatExitsInTheMiddleOfItAll) {
   }
   StallTarget target({"chain"});
   const TempFolder folder;
-  EXPECT_EQ(Capture(target.processId, target.threadId, folder.Prefix()).errorText, "") << "no lock is held";
+  // From another thread: this one would enter a lock that it had left held once more.
+  std::thread([&] { EXPECT_EQ(Capture(target.processId, target.threadId, folder.Prefix()).errorText, ""); }).join();
 }
 
 TEST(Capture, TwentyAtOnceOfFiveThreadsLeaveNoneSuspended) {

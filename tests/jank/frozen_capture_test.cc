@@ -22,10 +22,17 @@ using testing_support::TempFolder;
 
 namespace {
 
+#ifdef _MSC_VER
+// The static run-time library is a part of the program; its heap calls go to the system.
+auto* const realMalloc = RealFunction<decltype(HeapAlloc)>(L"kernel32.dll", "HeapAlloc");
+auto* const realRealloc = RealFunction<decltype(HeapReAlloc)>(L"kernel32.dll", "HeapReAlloc");
+auto* const realFree = RealFunction<decltype(HeapFree)>(L"kernel32.dll", "HeapFree");
+#else
 auto* const realMalloc = RealFunction<decltype(malloc)>(L"msvcrt.dll", "malloc");
 auto* const realCalloc = RealFunction<decltype(calloc)>(L"msvcrt.dll", "calloc");
 auto* const realRealloc = RealFunction<decltype(realloc)>(L"msvcrt.dll", "realloc");
 auto* const realFree = RealFunction<decltype(free)>(L"msvcrt.dll", "free");
+#endif
 auto* const realSuspend = RealFunction<decltype(SuspendThread)>(L"kernel32.dll", "SuspendThread");
 auto* const realResume = RealFunction<decltype(ResumeThread)>(L"kernel32.dll", "ResumeThread");
 
@@ -37,6 +44,20 @@ std::atomic<int> freezes = 0;
 void Count() {
   if (counted == GetCurrentThreadId()) ++heapCalls;
 }
+#ifdef _MSC_VER
+LPVOID WINAPI CountMalloc(HANDLE heap, DWORD flags, SIZE_T size) {
+  Count();
+  return realMalloc(heap, flags, size);
+}
+LPVOID WINAPI CountRealloc(HANDLE heap, DWORD flags, LPVOID block, SIZE_T size) {
+  Count();
+  return realRealloc(heap, flags, block, size);
+}
+BOOL WINAPI CountFree(HANDLE heap, DWORD flags, LPVOID block) {
+  Count();
+  return realFree(heap, flags, block);
+}
+#else
 void* CountMalloc(size_t size) {
   Count();
   return realMalloc(size);
@@ -53,6 +74,7 @@ void CountFree(void* block) {
   Count();
   realFree(block);
 }
+#endif
 DWORD WINAPI CountFromSuspend(HANDLE thread) {
   const DWORD result = realSuspend(thread);
   counted = GetCurrentThreadId();
@@ -73,10 +95,16 @@ class HeapCount {
   }
 
  private:
+#ifdef _MSC_VER
+  const ImportPatch malloc_{"HeapAlloc", &CountMalloc};
+  const ImportPatch realloc_{"HeapReAlloc", &CountRealloc};
+  const ImportPatch free_{"HeapFree", &CountFree};
+#else
   const ImportPatch malloc_{"malloc", &CountMalloc};
   const ImportPatch calloc_{"calloc", &CountCalloc};
   const ImportPatch realloc_{"realloc", &CountRealloc};
   const ImportPatch free_{"free", &CountFree};
+#endif
   const ImportPatch suspend_{"SuspendThread", &CountFromSuspend};
   const ImportPatch resume_{"ResumeThread", &CountUntilResume};
 };
@@ -216,7 +244,13 @@ TEST_F(FrozenCapture, NeverHangsOnAThreadThatIsStoppedWithTheHeapLockHeld) {
     for (size_t size = 1; size < 2000; size *= 2)
       blocks.push_back(std::make_unique<char[]>(size));
   });
-  for (int capture = 0; capture < 200; ++capture) {
-    EXPECT_FALSE(Capture(target.Id(), folder.Prefix()).captureStackResult.stackTrace.empty());
-  }
+  // A second capture chooses its dump's name, and so uses the heap, while the first one has the thread frozen.
+  const auto captureOften = [&] {
+    for (int capture = 0; capture < 200; ++capture) {
+      EXPECT_FALSE(Capture(target.Id(), folder.Prefix()).captureStackResult.stackTrace.empty());
+    }
+  };
+  std::thread second(captureOften);
+  captureOften();
+  second.join();
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/import_patch.h"
 #include "support/temp_folder.h"
 
 using testing_support::ReadBytes;
@@ -35,6 +36,10 @@ jank::CaptureJankResult Write(const std::wstring& janksDir) {
   result.errorText = "earlier";
   jank::WriteJankReport(Args(janksDir), "x.dmp", result);
   return result;
+}
+
+BOOL WINAPI FailWrite(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED) {
+  return FALSE;
 }
 
 }  // namespace
@@ -78,6 +83,14 @@ TEST(JankReport, SaysThatTheFileCannotBeCreated) {
     EXPECT_EQ(result.jsonFilename, "");
   }
   EXPECT_EQ(ReadBytes(folder.Path() / "victim"), "keep");
+}
+
+TEST(JankReport, SaysThatTheFileCannotBeWritten) {
+  const TempFolder folder;
+  const testing_support::ImportPatch patch("WriteFile", &FailWrite);
+  const auto result = Write(folder.Prefix());
+  EXPECT_EQ(result.errorText, "Failed to write json file");
+  EXPECT_EQ(result.jsonFilename, "");
 }
 
 TEST(JankReport, LandsBesideADirectoryThatLacksItsBackslash) {

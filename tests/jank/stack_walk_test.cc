@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <tuple>
+
 #include "jank/frozen_memory.h"
 
 using jank::FrozenMemory;
@@ -65,4 +68,11 @@ TEST(FrozenMemory, SaysBeforehandWhenItDoesNotSuffice) {
   EXPECT_FALSE(memory.HasRoomFor(size_t{1} << 29));
   EXPECT_FALSE(memory.HasRoomFor(SIZE_MAX));
   EXPECT_THROW(std::ignore = memory.allocate(size_t{1} << 31), std::bad_alloc);
+
+  std::pmr::string trace(&memory);
+  jank::ModuleList modules(&memory);
+  std::ignore = memory.allocate(size_t{400} << 20);
+  EXPECT_FALSE(jank::AppendFrame(trace, modules, 1));
+  EXPECT_TRUE(jank::OnLoadedModule(L"a.dll", 1, 1, &modules)) << "the enumeration goes on";
+  EXPECT_TRUE(trace.empty() && modules.empty());
 }
