@@ -17,8 +17,10 @@ struct ScriptFunction {
 
 /// In the order in which script sees them.
 constexpr ScriptFunction kScriptFunctions[] = {
+    {"getGuid", &identity::GetGuid},
     {"getCpuName", &identity::GetCpuName},
     {"getOsVersionWithReleaseId", &identity::GetOsVersionWithReleaseId},
+    {"isDebugMode", &identity::IsDebugMode},
     {"enumProcessList", &process_list::EnumProcessList},
 };
 

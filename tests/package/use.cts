@@ -2,7 +2,8 @@
 import util = require('../../lib/index.js');
 import promises = require('../../lib/promises.js');
 
-const description: string = `${util.getCpuName()} ${util.getOsVersionWithReleaseId()}`;
+const debugMode: boolean = util.isDebugMode();
+const description: string = `${util.getGuid()} ${util.getCpuName()} ${util.getOsVersionWithReleaseId()}`;
 const nothing: void = util.enumProcessList(({ list }) => list.map(({ pid, name }) => `${pid.toFixed()} ${name.trim()}`));
 const list: Promise<util.ProcessListResult> = promises.enumProcessList();
 
@@ -11,4 +12,4 @@ util.enumProcessList();
 // @ts-expect-error a pid is a number
 util.enumProcessList(({ list: [first] }) => first!.pid.trim());
 
-export { description, list, nothing };
+export { debugMode, description, list, nothing };
