@@ -1,7 +1,6 @@
 #include "identity/debug_mode.h"
 
 #include <array>
-#include <string>
 
 namespace identity {
 
@@ -23,19 +22,15 @@ std::span<const BYTE> FindPeriodEnd(HMODULE module) {
   return {static_cast<const BYTE*>(data), size};
 }
 
-/// The period is written in local wall-clock time.
-uint64_t Now() {
-  SYSTEMTIME time{};
-  GetLocalTime(&time);
-  return MillisecondsOf(time);
-}
-
 bool Decide(FileSignature& signature) {
   // Null when the module's file bears another name: then, deliberately, the host executable's resources and signature
   // decide.
   const HMODULE module = GetModuleHandleW(L"borvanta-util.node");
   const auto periodEnd = FindPeriodEnd(module);
-  if (periodEnd.empty() || Now() > ParsePeriodEnd(periodEnd)) return false;
+  if (periodEnd.empty()) return false;
+  SYSTEMTIME now{};
+  GetLocalTime(&now);
+  if (!IsInDebugPeriod(periodEnd, now)) return false;
   std::array<wchar_t, 260> path{};
   const DWORD length = GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()));
   // A path that was cut off names another file, whose signature says nothing about this one.
@@ -65,20 +60,17 @@ void DebugMode::Release() noexcept {
   debug_ = 0;
 }
 
-uint64_t ParsePeriodEnd(std::span<const BYTE> digits) noexcept {
-  uint64_t moment = 0;
+bool IsInDebugPeriod(std::span<const BYTE> digits, const SYSTEMTIME& now) noexcept {
+  uint64_t last = 0;
   for (const BYTE digit : digits)
-    moment = moment * 10 + (static_cast<uint64_t>(digit) - '0');
-  return moment;
-}
+    last = last * 10 + (static_cast<uint64_t>(digit) - '0');
 
-uint64_t MillisecondsOf(const SYSTEMTIME& time) noexcept {
   FILETIME fileTime{};
-  SystemTimeToFileTime(&time, &fileTime);
+  if (!SystemTimeToFileTime(&now, &fileTime)) return false;
   ULARGE_INTEGER ticks{};
   ticks.LowPart = fileTime.dwLowDateTime;
   ticks.HighPart = fileTime.dwHighDateTime;
-  return ticks.QuadPart / 10000;
+  return ticks.QuadPart / 10000 <= last;
 }
 
 }  // namespace identity

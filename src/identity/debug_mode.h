@@ -32,11 +32,9 @@ class DebugMode {
   FileSignature signature_;
 };
 
-/// The number that the digits stand for. Nothing is validated: a byte that is no digit counts by its distance from '0',
-/// and the number wraps at 64 bits.
-uint64_t ParsePeriodEnd(std::span<const BYTE> digits) noexcept;
-
-/// The milliseconds from 1601-01-01 00:00 to `time`.
-uint64_t MillisecondsOf(const SYSTEMTIME& time) noexcept;
+/// Whether a debug period that ends with the moment in `digits` still holds at `now`: the milliseconds from 1601-01-01
+/// 00:00 in decimal, the last one included. Nothing is validated: a byte that is no digit counts by its distance from
+/// '0', and the number wraps at 64 bits, so that "/" (-1) never ends.
+bool IsInDebugPeriod(std::span<const BYTE> digits, const SYSTEMTIME& now) noexcept;
 
 }  // namespace identity

@@ -9,7 +9,7 @@
 
 namespace identity {
 
-bool FileSignature::Verify(const std::wstring& path) noexcept {
+bool FileSignature::Verify(const wchar_t* path) noexcept {
   if (!library_) library_.Reset(LoadLibraryExW(L"wintrust.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
   using WinVerifyTrustFunction = LONG(WINAPI*)(HWND, GUID*, void*);
   const auto verify = win::GetFunction<WinVerifyTrustFunction>(library_.Get(), "WinVerifyTrust");
@@ -18,7 +18,7 @@ bool FileSignature::Verify(const std::wstring& path) noexcept {
   GUID action = WINTRUST_ACTION_GENERIC_VERIFY_V2;
   WINTRUST_FILE_INFO file{};
   file.cbStruct = sizeof(file);
-  file.pcwszFilePath = path.c_str();
+  file.pcwszFilePath = path;
   WINTRUST_DATA data{};
   data.cbStruct = sizeof(data);
   data.dwUIChoice = WTD_UI_NONE;

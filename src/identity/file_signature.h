@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 #include "win/unique_resource.h"
 
 namespace identity {
@@ -12,7 +10,7 @@ class FileSignature {
  public:
   /// True when the file at `path` passes. Asks neither the user nor the network. False also when the system's library
   /// cannot be loaded.
-  bool Verify(const std::wstring& path) noexcept;
+  bool Verify(const wchar_t* path) noexcept;
 
   /// Frees the library; the next check loads it again.
   void Release() noexcept { library_.Reset(); }

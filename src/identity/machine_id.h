@@ -8,10 +8,10 @@ namespace identity {
 
 /// The four facts that the identifier is made of, as their probes left them.
 struct MachineFacts {
-  std::wstring processor;
-  std::wstring disk;
-  std::wstring mac;
-  std::wstring volume;
+  std::wstring processor{};
+  std::wstring disk{};
+  std::wstring mac{};
+  std::wstring volume{};
 };
 
 /// The machine's identifier: the facts, each behind its tag, escaped to plain ASCII. A fact that cannot be found out is
