@@ -14,8 +14,9 @@ export interface ProcessListResult {
 
 /**
  * A stable text of plain ASCII that identifies the machine: the processor's serial number, that of the disk behind drive
- * C, the address of a physical network adapter and the serial number of volume C, "C_0-D_S3Z9NB0K-M_001122334455-V_1A2B3C4D"
- * for instance. Characters outside "-", "=", "_", letters and digits appear as their hex digits.
+ * C, the address of a physical network adapter and the serial number of volume C, for instance
+ * "C_0-D_S3Z9NB0K-M_001122334455-V_1A2B3C4D". Characters outside "-", "=", "_", letters and digits appear as their hex
+ * digits.
  *
  * @returns the text. A fact that the machine does not tell is an empty field ("0" for the processor). Probed once per
  * process: the first call may block on devices for a while, later ones answer at once. Never throws.

@@ -47,7 +47,7 @@ test('under another file name the host executable decides', { skip }, async () =
   assert.equal((await hostLines('host-inside'))[0], 'true true');
 });
 
-test('the decision is made by the local clock, to the millisecond, and stands until it is released', { skip }, async () => {
+test('the local clock decides, to the millisecond, and the decision stands until it is released', { skip }, async () => {
   assert.deepEqual(await hostLines('host-inside', 500), ['true true', 'true', '1 false']);
   assert.deepEqual(await hostLines('host-inside', 501), ['false false', 'false', '0 false']);
 });

@@ -6,11 +6,13 @@
 
 #include <winioctl.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -105,7 +107,7 @@ class Machine {
         return TRUE;
       case IOCTL_STORAGE_GET_MEDIA_SERIAL_NUMBER:
         EXPECT_EQ(std::string(reinterpret_cast<char*>(out), 40959), std::string(40959, '\0')) << "zeroed again";
-        std::strcpy(reinterpret_cast<char*>(out), "the returned data");
+        std::fill_n(out, 16, BYTE{'R'});  // The returned data, which is not what counts.
         return drive.mediaSerialNumber;
       case SMART_GET_VERSION:
         if (drive.ideDeviceMap) reinterpret_cast<GETVERSIONINPARAMS*>(out)->bIDEDeviceMap = *drive.ideDeviceMap;

@@ -2,10 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
 using identity::CpuidLeaf;
 using identity::ProbeProcessorSerial;
 using identity::ProcessorField;
-using identity::ProcessorSerial;
 
 namespace {
 
@@ -20,8 +21,7 @@ template <uint32_t kRefused>
 void RefuseLeaf(void* leaf) {
   PlayPentium3(leaf);
   if (static_cast<CpuidLeaf*>(leaf)->leaf == kRefused) {
-    static volatile int* volatile nowhere = nullptr;
-    *nowhere = 1;
+    *static_cast<volatile int*>(VirtualAlloc(nullptr, 4096, MEM_RESERVE, PAGE_NOACCESS)) = 1;
   }
 }
 
