@@ -13,6 +13,17 @@ export interface ProcessListResult {
 }
 
 /**
+ * A stable text of plain ASCII that identifies the machine: the processor's serial number, that of the disk behind drive
+ * C, the address of a physical network adapter and the serial number of volume C, for instance
+ * "C_0-D_S3Z9NB0K-M_001122334455-V_1A2B3C4D". Characters outside "-", "=", "_", letters and digits appear as their hex
+ * digits.
+ *
+ * @returns the text. A fact that the machine does not tell is an empty field ("0" for the processor). Probed once per
+ * process: the first call may block on devices for a while, later ones answer at once. Never throws.
+ */
+export function getGuid(): string;
+
+/**
  * The processor's marketing name as Windows keeps it, leading and trailing blanks included.
  *
  * @returns the name, or "" when Windows has none. Read once per process. Never throws.
@@ -167,6 +178,14 @@ export interface CaptureJankResult {
  *   is started then. What a getter of `args` throws is thrown on.
  */
 export function captureNativeJank(args: CaptureJankArgs, callback: (result: CaptureJankResult) => void): void;
+
+/**
+ * Whether this copy of the module runs in debug mode: a build that carries a debug period, inside that period, in a file
+ * whose signature the system accepts.
+ *
+ * @returns false in every release build, and whenever the check fails. Decided once per process. Never throws.
+ */
+export function isDebugMode(): boolean;
 
 /**
  * Lists the running processes on a thread of its own.

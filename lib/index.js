@@ -7,8 +7,10 @@ if (process.platform !== 'win32' || process.arch !== 'x64') {
 const addon = require('../prebuilds/win32-x64/borvanta-util.node');
 
 // One by one, so that ES modules can import them by name.
+exports.getGuid = addon.getGuid;
 exports.getCpuName = addon.getCpuName;
 exports.getOsVersionWithReleaseId = addon.getOsVersionWithReleaseId;
+exports.isDebugMode = addon.isDebugMode;
 exports.createDuplicateMutex = addon.createDuplicateMutex;
 exports.destroyDuplicateMutex = addon.destroyDuplicateMutex;
 exports.enterStartupMask = addon.enterStartupMask;

@@ -3,6 +3,7 @@
 import { readdirSync } from 'node:fs';
 import path from 'node:path';
 import { build, buildFolder } from './lib/build.mjs';
+import { ensureDebugModeFiles } from './lib/debug_mode_files.mjs';
 import { checkStyle } from './lib/style.mjs';
 import { checkTypes } from './lib/types.mjs';
 import { ensureTools, ensureWinePrefix } from './lib/setup.mjs';
@@ -78,6 +79,7 @@ await runMain(async () => {
   const queue = [...nativeTests(), ...hostTests(), ...scriptTests()].filter(selected);
   for (const version of nodeVersions) windowsNode(version);
   for (const lane of lanes) if (!onWindows) ensureWinePrefix(lane);
+  if (!onWindows && queue.some(({ name }) => name.includes('debug_mode'))) ensureDebugModeFiles();
   await Promise.all(lanes.map(async (lane) => {
     for (let test = queue.shift(); test; test = queue.shift()) await test.run(test.name, lane);
     stopLane(lane);

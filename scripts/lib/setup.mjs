@@ -8,7 +8,7 @@ import { onWindows, root, run, say, SetupError, succeeds } from './shell.mjs';
 
 const buildPackages = [
   'cmake', 'ninja-build', 'g++-mingw-w64-x86-64-posix', 'nlohmann-json3-dev', 'googletest', 'wine', 'wine64'];
-const testPackages = ['clang-format-14', 'clang-tidy-14', 'lldb-14', 'osslsigncode'];
+const testPackages = ['clang-format-14', 'clang-tidy-14', 'lldb-14', 'openssl', 'osslsigncode'];
 
 /** Sees to the tools that building and running need; with `forTests` to those of the tests too. */
 export function ensureTools({ forTests = false } = {}) {

@@ -19,8 +19,10 @@ struct ScriptFunction {
 
 /// In the order in which script sees them.
 constexpr ScriptFunction kScriptFunctions[] = {
+    {"getGuid", &identity::GetGuid},
     {"getCpuName", &identity::GetCpuName},
     {"getOsVersionWithReleaseId", &identity::GetOsVersionWithReleaseId},
+    {"isDebugMode", &identity::IsDebugMode},
     {"createDuplicateMutex", &lifecycle::CreateDuplicateMutex},
     {"destroyDuplicateMutex", &lifecycle::DestroyDuplicateMutex},
     {"enterStartupMask", &lifecycle::EnterStartupMask},

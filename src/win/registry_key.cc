@@ -49,6 +49,16 @@ bool RegistryKey::ReadData(const wchar_t* valueName, void* buffer, DWORD size) c
          RegQueryValueExW(key_.Get(), valueName, nullptr, nullptr, static_cast<BYTE*>(buffer), &size) == ERROR_SUCCESS;
 }
 
+std::wstring RegistryKey::SubKeyName(DWORD index) const {
+  std::array<wchar_t, 260> buffer{};
+  auto length = static_cast<DWORD>(buffer.size());
+  if (!key_ ||
+      RegEnumKeyExW(key_.Get(), index, buffer.data(), &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
+    return {};
+  }
+  return std::wstring(buffer.data(), wcsnlen(buffer.data(), buffer.size()));
+}
+
 bool RegistryKey::WriteText(const wchar_t* valueName, const std::wstring& text) const noexcept {
   const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
   return key_ && RegSetValueExW(key_.Get(), valueName, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()), bytes) ==

@@ -42,6 +42,9 @@ class RegistryKey {
   /// Shorter data leaves the rest of the buffer as it was.
   bool ReadData(const wchar_t* valueName, void* buffer, DWORD size) const noexcept;
 
+  /// The name of the sub-key at `index`, counted from 0; empty past the last one, as after any other failure.
+  std::wstring SubKeyName(DWORD index) const;
+
   /// Writes `text` with its terminator as REG_SZ; returns whether that succeeded.
   bool WriteText(const wchar_t* valueName, const std::wstring& text) const noexcept;
 

@@ -65,10 +65,19 @@ struct FileHandleTraits {
   static void Close(Value value) noexcept { CloseHandle(value); }
 };
 
+struct LibraryTraits {
+  using Value = HMODULE;
+  static Value Invalid() noexcept { return nullptr; }
+  static void Close(Value value) noexcept { FreeLibrary(value); }
+};
+
 /// A process, thread, mutex or other kernel object whose opening function fails with null.
 using UniqueHandle = UniqueResource<KernelHandleTraits>;
 
 /// A file, device or snapshot, whose opening function fails with INVALID_HANDLE_VALUE.
 using UniqueFile = UniqueResource<FileHandleTraits>;
+
+/// A DLL that was loaded at run time.
+using UniqueLibrary = UniqueResource<LibraryTraits>;
 
 }  // namespace win

@@ -2,11 +2,11 @@
 const assert = require('node:assert/strict');
 const path = require('node:path');
 const test = require('node:test');
-const { call, load, root } = require('../support/windows.js');
+const { buildFolder, call, load } = require('../support/windows.js');
 const { captureArgs, startStallTarget } = require('../support/stall_target.js');
 
 const util = load();
-const tableUser = require(path.join(root, 'build', process.env.BORVANTA_BUILD ?? 'mingw', 'helpers', 'table-user.node'));
+const tableUser = require(path.join(buildFolder, 'helpers', 'table-user.node'));
 
 test('another native module finds the table in the loaded file and uses it', () => {
   assert.deepEqual(tableUser.useTable(), { samePointer: true, fieldsSet: 11, findsModule: true });

@@ -2,7 +2,8 @@
 import util = require('../../lib/index.js');
 import promises = require('../../lib/promises.js');
 
-const description: string = `${util.getCpuName()} ${util.getOsVersionWithReleaseId()}`;
+const debugMode: boolean = util.isDebugMode();
+const description: string = `${util.getGuid()} ${util.getCpuName()} ${util.getOsVersionWithReleaseId()}`;
 const first: boolean = !util.createDuplicateMutex() && util.destroyDuplicateMutex();
 const { hasMask, lastVersion }: { hasMask: boolean; lastVersion?: string } = util.enterStartupMask();
 const notes: (string | undefined)[] = Object.values(util.leaveStartupMask());
@@ -21,4 +22,4 @@ util.removeOldVersion('D:\\Apps\\Client\\borvanta.exe');
 // @ts-expect-error the latest bootable version may be missing
 util.enterStartupMask().lastVersion.length;
 
-export { description, first, hasMask, lastVersion, list, nothing, notes, removed };
+export { debugMode, description, first, hasMask, lastVersion, list, nothing, notes, removed };

@@ -2,9 +2,9 @@
 // Real stalled processes for script tests.
 const { spawn } = require('node:child_process');
 const path = require('node:path');
-const { root } = require('./windows.js');
+const { buildFolder } = require('./windows.js');
 
-const program = path.join(root, 'build', process.env.BORVANTA_BUILD ?? 'mingw', 'targets', 'stall_target.exe');
+const program = path.join(buildFolder, 'targets', 'stall_target.exe');
 
 /** Starts a process that stalls as `args` say; resolves when it has. The caller kills `child`. */
 exports.startStallTarget = (...args) => new Promise((resolve, reject) => {

@@ -6,7 +6,8 @@ const readline = require('node:readline');
 
 const root = path.resolve(__dirname, '..', '..');
 
-exports.root = root;
+/** Where the native tests and the helpers are built. */
+exports.buildFolder = path.join(root, 'build', process.env.BORVANTA_BUILD ?? 'mingw');
 
 /** The built module. */
 exports.modulePath = path.join(root, 'prebuilds', 'win32-x64', 'borvanta-util.node');
@@ -15,8 +16,7 @@ exports.load = () => require(exports.modulePath);
 /** The test helper add-on, which works on the loaded module from outside. */
 exports.loadHelper = () => {
   exports.load();
-  const build = path.join(root, 'build', process.env.BORVANTA_BUILD ?? 'mingw');
-  return require(path.join(build, 'helpers', 'test-helper.node'));
+  return require(path.join(exports.buildFolder, 'helpers', 'test-helper.node'));
 };
 
 /** Calls a function whose last parameter is a callback and resolves to the callback's argument. */

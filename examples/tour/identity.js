@@ -1,0 +1,20 @@
+'use strict';
+
+/** The machine in a few lines: its identifier, processor and system, and whether this is a debug build. */
+exports.tour = async (util, print) => {
+  const id = util.getGuid();
+  print(`Machine identifier: ${id}`);
+  print(`Processor:          ${util.getCpuName() || '(Windows has no name for it)'}`);
+  print(`Windows:            ${util.getOsVersionWithReleaseId()}`);
+  print(`Debug mode:         ${util.isDebugMode() ? 'on' : 'off, as in every release build'}`);
+
+  // The fields are tagged, so the identifier tells what it is made of.
+  const [, processor, disk, mac, volume] = id.match(/^C_(.*)-D_(.*)-M_(.*)-V_(.*)$/);
+  const missing = [
+    processor === '0' && 'a processor serial number (hardly any processor has one)',
+    !disk && 'a disk serial number',
+    !mac && 'the address of a physical network adapter',
+    !volume && 'the serial number of volume C',
+  ].filter(Boolean);
+  print(missing.length ? `This machine does not tell ${missing.join(', ')}.` : 'This machine tells all four facts.');
+};

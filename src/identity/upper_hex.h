@@ -1,0 +1,17 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cwchar>
+#include <string>
+
+namespace identity {
+
+/// `value` in upper-case hex digits, filled up with zeros to `width` of them.
+inline std::wstring UpperHex(uint32_t value, int width) {
+  std::array<wchar_t, 9> text{};
+  std::swprintf(text.data(), text.size(), L"%0*X", width, value);
+  return text.data();
+}
+
+}  // namespace identity

@@ -1,0 +1,65 @@
+#include "win/fault_guard.h"
+
+#include <windows.h>
+
+#ifdef _MSC_VER
+
+static int BorvantaCallUnderFaultGuard(void (*function)(void*), void* argument) {
+  __try {
+    function(argument);
+    return 1;
+  } __except (EXCEPTION_EXECUTE_HANDLER) {
+    return 0;
+  }
+}
+
+#else
+
+// GCC has no __try, but its assembler can describe the same thing: a frame whose exceptions go to the C runtime's
+// handler, with a scope table of one entry that says "take every exception in the call and go on at the label". So both
+// compilers' builds recover by the system's own unwinding. Jumping out of a vectored handler instead would leave the
+// system's list of handlers referenced, and a processor with shadow stacks would refuse the jump.
+extern "C" int BorvantaCallUnderFaultGuard(void (*function)(void*), void* argument) noexcept;
+
+asm(R"(
+	.text
+	.p2align 4
+	.globl BorvantaCallUnderFaultGuard
+	.def BorvantaCallUnderFaultGuard; .scl 2; .type 32; .endef
+	.seh_proc BorvantaCallUnderFaultGuard
+BorvantaCallUnderFaultGuard:
+	subq $40, %rsp
+	.seh_stackalloc 40
+	.seh_endprologue
+	movq %rcx, %rax
+	movq %rdx, %rcx
+.LguardBegin:
+	call *%rax
+	nop
+.LguardEnd:
+	movl $1, %eax
+	addq $40, %rsp
+	ret
+.LguardFaulted:
+	xorl %eax, %eax
+	addq $40, %rsp
+	ret
+	.seh_handler __C_specific_handler, @except
+	.seh_handlerdata
+	.long 1
+	.rva .LguardBegin, .LguardEnd
+	.long 1
+	.rva .LguardFaulted
+	.text
+	.seh_endproc
+)");
+
+#endif
+
+namespace win {
+
+bool CallUnderFaultGuard(void (*function)(void*), void* argument) noexcept {
+  return BorvantaCallUnderFaultGuard(function, argument) != 0;
+}
+
+}  // namespace win
