@@ -9,4 +9,6 @@ const addon = require('../prebuilds/win32-x64/borvanta-util.node');
 // One by one, so that ES modules can import them by name.
 exports.getCpuName = addon.getCpuName;
 exports.getOsVersionWithReleaseId = addon.getOsVersionWithReleaseId;
+exports.initGpuUsage = addon.initGpuUsage;
+exports.getGpuUsage = addon.getGpuUsage;
 exports.enumProcessList = addon.enumProcessList;

@@ -1,4 +1,11 @@
-import type { ProcessListResult } from './index.js';
+import type { GpuUsage, ProcessListResult } from './index.js';
+
+/**
+ * Samples the GPU's engines on a thread of its own; the promise form of the callback function of the same name. Rejects
+ * with TypeError "Invalid arg" when an id is not a number. The promise is never settled when the script environment ends
+ * first.
+ */
+export function getGpuUsage(nativePid: number, gpuPid: number): Promise<GpuUsage>;
 
 /**
  * Lists the running processes on a thread of its own; the promise form of the callback function of the same name. The

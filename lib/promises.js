@@ -9,4 +9,5 @@ function promisify(start) {
   });
 }
 
+exports.getGpuUsage = promisify(util.getGpuUsage);
 exports.enumProcessList = promisify(util.enumProcessList);

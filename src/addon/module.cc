@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "addon/keep_loaded.h"
+#include "gpu_usage/handlers.h"
 #include "identity/handlers.h"
 #include "process_list/handlers.h"
 
@@ -19,6 +20,8 @@ struct ScriptFunction {
 constexpr ScriptFunction kScriptFunctions[] = {
     {"getCpuName", &identity::GetCpuName},
     {"getOsVersionWithReleaseId", &identity::GetOsVersionWithReleaseId},
+    {"initGpuUsage", &gpu_usage::InitGpuUsage},
+    {"getGpuUsage", &gpu_usage::GetGpuUsage},
     {"enumProcessList", &process_list::EnumProcessList},
 };
 

@@ -3,6 +3,9 @@ import util = require('../../lib/index.js');
 import promises = require('../../lib/promises.js');
 
 const description: string = `${util.getCpuName()} ${util.getOsVersionWithReleaseId()}`;
+const initialised: void = util.initGpuUsage();
+const sampled: void = util.getGpuUsage(1234, 5678, ({ has3d, sys3d = 0 }) => (has3d ? sys3d.toFixed(1) : 'none'));
+const usage: Promise<util.GpuUsage> = promises.getGpuUsage(1234, 5678);
 const nothing: void = util.enumProcessList(({ list }) => list.map(({ pid, name }) => `${pid.toFixed()} ${name.trim()}`));
 const list: Promise<util.ProcessListResult> = promises.enumProcessList();
 
@@ -10,5 +13,9 @@ const list: Promise<util.ProcessListResult> = promises.enumProcessList();
 util.enumProcessList();
 // @ts-expect-error a pid is a number
 util.enumProcessList(({ list: [first] }) => first!.pid.trim());
+// @ts-expect-error an id is a number
+util.getGpuUsage('1234', 5678, () => {});
+// @ts-expect-error a sum may be left out
+util.getGpuUsage(1234, 5678, ({ sysEnc }) => sysEnc.toFixed());
 
-export { description, list, nothing };
+export { description, initialised, list, nothing, sampled, usage };
