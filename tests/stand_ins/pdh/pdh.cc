@@ -18,6 +18,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -62,8 +63,11 @@ class Call {
   Call(const Call&) = delete;
   Call& operator=(const Call&) = delete;
 
-  /// The status that the test wants this call to fail with; 0 when it is to succeed.
-  PDH_STATUS Refusal() const { return refusals[name_]; }
+  /// The status with which the test wants this call to do nothing, if it does.
+  std::optional<PDH_STATUS> Refusal() const {
+    const auto refusal = refusals.find(name_);
+    return refusal == refusals.end() ? std::nullopt : std::optional(refusal->second);
+  }
 
   PDH_STATUS Fault(const char* fault, DWORD status = PDH_INVALID_ARGUMENT) const {
     faults.push_back(name_ + ": " + fault);
@@ -114,7 +118,7 @@ extern "C" {
 __declspec(dllexport) PDH_STATUS WINAPI PdhOpenQueryW(LPCWSTR source, DWORD_PTR userData, PDH_HQUERY* query) {
   const Call call("PdhOpenQueryW");
   if (source || userData) return call.Fault("not for real-time data");
-  if (const PDH_STATUS refusal = call.Refusal()) return refusal;
+  if (const auto refusal = call.Refusal()) return *refusal;
   *query = *queries.insert(NewHandle()).first;
   return ERROR_SUCCESS;
 }
@@ -124,7 +128,7 @@ __declspec(dllexport) PDH_STATUS WINAPI
   const Call call("PdhAddCounterW");
   if (std::wstring(path) != L"\\GPU Engine(*)\\Utilization Percentage" || userData)
     return call.Fault("not for the GPU engine counter");
-  if (const PDH_STATUS refusal = call.Refusal()) return refusal;
+  if (const auto refusal = call.Refusal()) return *refusal;
   if (!queries.contains(query)) return call.ClosedHandle();
   *counter = NewHandle();
   counters[*counter].query = query;
@@ -134,7 +138,7 @@ __declspec(dllexport) PDH_STATUS WINAPI
 __declspec(dllexport) PDH_STATUS WINAPI PdhCollectQueryData(PDH_HQUERY query) {
   const Call call("PdhCollectQueryData");
   if (!queries.contains(query)) return call.ClosedHandle();
-  if (const PDH_STATUS refusal = call.Refusal()) return refusal;
+  if (const auto refusal = call.Refusal()) return *refusal;
   for (auto& [handle, counter] : counters) {
     if (counter.query != query) continue;
     ++counter.collections;
@@ -149,7 +153,7 @@ __declspec(dllexport) PDH_STATUS WINAPI
   const Call call(items ? "PdhGetFormattedCounterArrayW" : "PdhGetFormattedCounterArrayW(size)");
   if (format != PDH_FMT_DOUBLE) return call.Fault("not for doubles");
   if (!items && (*size || *count)) return call.Fault("a size to begin with");
-  if (const PDH_STATUS refusal = call.Refusal()) return refusal;
+  if (const auto refusal = call.Refusal()) return *refusal;
   const auto found = counters.find(handle);
   if (found == counters.end()) return call.ClosedHandle();
   const Counter& counter = found->second;
@@ -195,10 +199,13 @@ void Serve(const Napi::CallbackInfo& info) {
   instances = std::move(list);
 }
 
-/// refuse(call, status): from now on that call does nothing and returns the status; 0 lifts it.
+/// refuse(call, status): from now on that call does nothing and returns the status. Without a call all work again.
 void Refuse(const Napi::CallbackInfo& info) {
   const std::lock_guard guard(lock);
-  refusals[info[0].ToString()] = info[1].ToNumber().Int32Value();
+  if (info[0].IsUndefined())
+    refusals.clear();
+  else
+    refusals[info[0].ToString()] = info[1].ToNumber().Int32Value();
 }
 
 /// hold(whether): holds up all calls until hold(false).
@@ -216,12 +223,11 @@ Napi::Array ToScript(Napi::Env env, const std::vector<std::string>& texts) {
   return array;
 }
 
-/// report(): { calls, faults, queries, counters }: the calls since the last report, all that was done wrong, and how
-/// many handles are open.
+/// report(): { calls, faults, queries, counters }: all calls, all that was wrong about them, and the open handles.
 Napi::Value Report(const Napi::CallbackInfo& info) {
   const std::lock_guard guard(lock);
   const auto report = Napi::Object::New(info.Env());
-  report.Set("calls", ToScript(info.Env(), std::exchange(calls, {})));
+  report.Set("calls", ToScript(info.Env(), calls));
   report.Set("faults", ToScript(info.Env(), faults));
   report.Set("queries", static_cast<double>(queries.size()));
   report.Set("counters", static_cast<double>(counters.size()));
