@@ -1,9 +1,7 @@
-// A pdh.dll for machines without GPU counters, to stand beside the executable of a test. It serves the instances and
-// values that the test sets, fails the calls that the test names, records every call, and watches what its caller must
-// keep: no two calls at the same time, no handle used that is closed, the documented arguments.
-//
-// The same file is an add-on, through which the test drives it: process.dlopen() of the loaded DLL gives the functions
-// at the bottom.
+// A pdh.dll that plays a machine with GPU counters. Loaded before the module, it answers for the system's own of the
+// same name. It serves the instances and values that the test sets, fails the calls that the test names, records every
+// call, and watches what the module must keep: no two calls at the same time, no handle used that is closed, the right
+// arguments. It is an add-on too, by which the test drives it with the functions at the bottom.
 
 #include <napi.h>
 
@@ -115,7 +113,7 @@ void Write(const std::vector<Instance>& list, PDH_FMT_COUNTERVALUE_ITEM_W* items
 
 extern "C" {
 
-__declspec(dllexport) PDH_STATUS WINAPI PdhOpenQueryW(LPCWSTR source, DWORD_PTR userData, PDH_HQUERY* query) {
+PDH_STATUS WINAPI PdhOpenQueryW(LPCWSTR source, DWORD_PTR userData, PDH_HQUERY* query) {
   const Call call("PdhOpenQueryW");
   if (source || userData) return call.Fault("not for real-time data");
   if (const auto refusal = call.Refusal()) return *refusal;
@@ -123,8 +121,7 @@ __declspec(dllexport) PDH_STATUS WINAPI PdhOpenQueryW(LPCWSTR source, DWORD_PTR 
   return ERROR_SUCCESS;
 }
 
-__declspec(dllexport) PDH_STATUS WINAPI
-    PdhAddCounterW(PDH_HQUERY query, LPCWSTR path, DWORD_PTR userData, PDH_HCOUNTER* counter) {
+PDH_STATUS WINAPI PdhAddCounterW(PDH_HQUERY query, LPCWSTR path, DWORD_PTR userData, PDH_HCOUNTER* counter) {
   const Call call("PdhAddCounterW");
   if (std::wstring(path) != L"\\GPU Engine(*)\\Utilization Percentage" || userData)
     return call.Fault("not for the GPU engine counter");
@@ -135,7 +132,7 @@ __declspec(dllexport) PDH_STATUS WINAPI
   return ERROR_SUCCESS;
 }
 
-__declspec(dllexport) PDH_STATUS WINAPI PdhCollectQueryData(PDH_HQUERY query) {
+PDH_STATUS WINAPI PdhCollectQueryData(PDH_HQUERY query) {
   const Call call("PdhCollectQueryData");
   if (!queries.contains(query)) return call.ClosedHandle();
   if (const auto refusal = call.Refusal()) return *refusal;
@@ -147,9 +144,8 @@ __declspec(dllexport) PDH_STATUS WINAPI PdhCollectQueryData(PDH_HQUERY query) {
   return ERROR_SUCCESS;
 }
 
-__declspec(dllexport) PDH_STATUS WINAPI
-    PdhGetFormattedCounterArrayW(PDH_HCOUNTER handle, DWORD format, LPDWORD size, LPDWORD count,
-                                 PPDH_FMT_COUNTERVALUE_ITEM_W items) {
+PDH_STATUS WINAPI PdhGetFormattedCounterArrayW(PDH_HCOUNTER handle, DWORD format, LPDWORD size, LPDWORD count,
+                                               PPDH_FMT_COUNTERVALUE_ITEM_W items) {
   const Call call(items ? "PdhGetFormattedCounterArrayW" : "PdhGetFormattedCounterArrayW(size)");
   if (format != PDH_FMT_DOUBLE) return call.Fault("not for doubles");
   if (!items && (*size || *count)) return call.Fault("a size to begin with");
@@ -168,12 +164,12 @@ __declspec(dllexport) PDH_STATUS WINAPI
   return ERROR_SUCCESS;
 }
 
-__declspec(dllexport) PDH_STATUS WINAPI PdhRemoveCounter(PDH_HCOUNTER counter) {
+PDH_STATUS WINAPI PdhRemoveCounter(PDH_HCOUNTER counter) {
   const Call call("PdhRemoveCounter");
   return counters.erase(counter) ? ERROR_SUCCESS : call.ClosedHandle();
 }
 
-__declspec(dllexport) PDH_STATUS WINAPI PdhCloseQuery(PDH_HQUERY query) {
+PDH_STATUS WINAPI PdhCloseQuery(PDH_HQUERY query) {
   const Call call("PdhCloseQuery");
   if (std::any_of(counters.begin(), counters.end(), [&](const auto& entry) { return entry.second.query == query; })) {
     return call.Fault("before the counter is removed");
