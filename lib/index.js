@@ -17,4 +17,6 @@ exports.enterStartupMask = addon.enterStartupMask;
 exports.leaveStartupMask = addon.leaveStartupMask;
 exports.removeOldVersion = addon.removeOldVersion;
 exports.captureNativeJank = addon.captureNativeJank;
+exports.initGpuUsage = addon.initGpuUsage;
+exports.getGpuUsage = addon.getGpuUsage;
 exports.enumProcessList = addon.enumProcessList;

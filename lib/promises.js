@@ -10,4 +10,5 @@ function promisify(start) {
 }
 
 exports.captureNativeJank = promisify(util.captureNativeJank);
+exports.getGpuUsage = promisify(util.getGpuUsage);
 exports.enumProcessList = promisify(util.enumProcessList);

@@ -43,14 +43,16 @@ class BackgroundCall : public std::enable_shared_from_this<BackgroundCall<Record
   void Attach() {
     auto hold = std::make_unique<Hold>(this->shared_from_this());
     if (napi_add_env_cleanup_hook(env_, &OnEnvironmentEnd, hold.get()) != napi_ok) {
+      const auto error = Napi::Error::New(env_);
       threadSafeFunction_.Release();
-      throw Napi::Error::New(env_);
+      throw error;
     }
     environmentHold_ = hold.release();
   }
 
   /// Queues the record to the script thread; a null record stands for one that memory did not suffice for. When the
-  /// environment is closing, the record is freed and the callback never runs. Worker thread, once.
+  /// environment is closing, or the queue has no room for its own item, the record is freed and the callback never
+  /// runs. Worker thread, once.
   void Deliver(std::unique_ptr<Record> record) {
     const std::lock_guard lock(mutex_);
     if (environmentEnded_) return;
@@ -78,9 +80,8 @@ class BackgroundCall : public std::enable_shared_from_this<BackgroundCall<Record
       const std::lock_guard lock(call->mutex_);
       record = std::move(call->record_);
     }
-    if (!record) record = std::make_unique<Record>();
     try {
-      callback.Call(env.Undefined(), {call->toScript_(env, *record)});
+      callback.Call(env.Undefined(), {call->toScript_(env, record ? *record : Record())});
     } catch (const Napi::Error& error) {
       // Left to itself, Node.js turns an exception that leaves a thread-safe function into a mere warning. It belongs
       // to the client's handlers of uncaught exceptions.
@@ -111,7 +112,8 @@ class BackgroundCall : public std::enable_shared_from_this<BackgroundCall<Record
 /// Runs `work(Record&)` on a worker of its own and later calls `callback` on the script thread with what
 /// `function.toScript` makes of the record, as its only argument and with `undefined` as receiver. When memory runs out
 /// in the worker, what `work` had put into the record until then is delivered; any other exception that `work` lets out
-/// ends the process. Calls may overlap, and callbacks come in the order in which the workers finish.
+/// ends the process. Calls may overlap, and callbacks come in the order in which the workers finish. What a callback
+/// throws is an uncaught exception of its environment.
 ///
 /// Returns `undefined`, the handler's own result. Throws Napi::Error when a Node-API call fails and std::system_error
 /// when the thread cannot be started. Script thread.
@@ -120,6 +122,7 @@ Napi::Value RunInBackground(Napi::Env env, Napi::Function callback, const Backgr
                             Work work) {
   auto call = std::make_shared<BackgroundCall<Record>>(env, callback, function);
   call->Attach();
+  // Deliberate: when the thread cannot be started, the thread-safe function stays unreleased.
   StartWorker(function.threadName, [call = std::move(call), work = std::move(work)]() mutable {
     std::unique_ptr<Record> record;
     try {

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "addon/keep_loaded.h"
+#include "gpu_usage/handlers.h"
 #include "identity/handlers.h"
 #include "jank/handlers.h"
 #include "lifecycle/handlers.h"
@@ -29,6 +30,8 @@ constexpr ScriptFunction kScriptFunctions[] = {
     {"leaveStartupMask", &lifecycle::LeaveStartupMask},
     {"removeOldVersion", &lifecycle::RemoveOldVersion},
     {"captureNativeJank", &jank::CaptureNativeJank},
+    {"initGpuUsage", &gpu_usage::InitGpuUsage},
+    {"getGpuUsage", &gpu_usage::GetGpuUsage},
     {"enumProcessList", &process_list::EnumProcessList},
 };
 

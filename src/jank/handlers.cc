@@ -7,6 +7,7 @@
 
 #include "addon/background_work.h"
 #include "addon/errors.h"
+#include "addon/script_text.h"
 #include "jank/capture.h"
 
 namespace jank {
@@ -31,21 +32,16 @@ bool HasRequiredProperties(const Napi::Object& object) {
       [&](const RequiredProperty& property) { return object.Get(property.name).Type() == property.type; });
 }
 
-std::wstring ToWide(const Napi::Value& text) {
-  const std::u16string utf16 = text.As<Napi::String>().Utf16Value();
-  return std::wstring(utf16.begin(), utf16.end());
-}
-
 /// Reads the properties once more, after their types have been checked.
 CaptureJankArgs ReadArgs(const Napi::Object& object) {
-  const auto get = [&](const char* name) { return Napi::Value(object.Get(name)); };
+  const auto get = [&](const char* name) -> Napi::Value { return object.Get(name); };
   const auto getUnsigned = [&](const char* name) { return get(name).As<Napi::Number>().Uint32Value(); };
   const auto getUtf8 = [&](const char* name) { return get(name).As<Napi::String>().Utf8Value(); };
   CaptureJankArgs args;
   args.processId = getUnsigned("processId");
   args.threadId = getUnsigned("threadId");
   args.jankType = getUtf8("jankType");
-  args.janksDir = ToWide(get("janksDir"));
+  args.janksDir = addon::ToWide(get("janksDir"));
   args.userId = getUtf8("userId");
   args.deviceId = getUtf8("deviceId");
   args.version = getUtf8("version");

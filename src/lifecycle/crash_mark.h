@@ -40,7 +40,8 @@ bool hasMark(uint32_t type, const std::string& argument);
 
 }  // namespace crash_marks
 
-/// Holds a mark of this process's store around a block of native code. Script thread only.
+/// Holds a mark of this process's store around a block of native code. Memory that runs out at the end of the block
+/// ends the process. Script thread only.
 class ScopedCrashMark {
  public:
   ScopedCrashMark(uint32_t type, std::string argument);

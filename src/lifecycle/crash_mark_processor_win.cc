@@ -1,5 +1,9 @@
 #include "lifecycle/crash_mark_processor_win.h"
 
+#include <windows.h>
+
+#include <cstdint>
+
 #include "lifecycle/client_registry.h"
 #include "lifecycle/mark_freshness.h"
 #include "win/registry_key.h"

@@ -3,6 +3,7 @@
 #include <windows.h>
 // Needs windows.h.
 #include <netfw.h>
+#include <objbase.h>
 
 #include "win/com.h"
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "addon/errors.h"
+#include "addon/script_text.h"
 #include "lifecycle/firewall_rule.h"
 #include "lifecycle/gpu_preference.h"
 #include "lifecycle/single_instance.h"
@@ -23,11 +24,6 @@ void SetText(const Napi::Object& object, const char* key, const std::optional<st
 
 void SetFlag(const Napi::Object& object, const char* key, bool flag) {
   object.Set(key, Napi::Boolean::New(object.Env(), flag));
-}
-
-std::wstring ToWide(const Napi::String& text) {
-  const std::u16string utf16 = text.Utf16Value();
-  return std::wstring(utf16.begin(), utf16.end());
 }
 
 }  // namespace
@@ -69,14 +65,15 @@ Napi::Value RemoveOldVersion(const Napi::CallbackInfo& info) {
   if (info[0].Type() != napi_string) return addon::ThrowBadArgument(env, "Invalid path");
   if (info[1].Type() != napi_string) return addon::ThrowBadArgument(env, "Invalid version");
 
-  const std::string gpuError = RemoveGpuPreference(ToWide(info[0].As<Napi::String>()));
+  const std::string gpuError = RemoveGpuPreference(addon::ToWide(info[0]));
   SetFlag(gpuResult, "delSuccess", gpuError.empty());
   if (!gpuError.empty()) SetText(gpuResult, "errorText", gpuError);
 
   const auto version = info[1].As<Napi::String>();
   const std::string prefix(kFirewallRulePrefix);
   SetText(firewallResult, "firewallName", prefix + version.Utf8Value());
-  const std::string firewallError = RemoveFirewallRule(std::wstring(prefix.begin(), prefix.end()) + ToWide(version));
+  const std::string firewallError =
+      RemoveFirewallRule(std::wstring(prefix.begin(), prefix.end()) + addon::ToWide(version));
   SetFlag(firewallResult, "delSuccess", firewallError.empty());
   SetText(firewallResult, "errorText", firewallError);
 

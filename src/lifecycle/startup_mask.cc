@@ -5,6 +5,7 @@
 #include "lifecycle/build_version.h"
 #include "lifecycle/client_registry.h"
 #include "lifecycle/crash_mark.h"
+#include "win/registry_key.h"
 #include "win/text.h"
 
 namespace lifecycle {

@@ -8,21 +8,24 @@ namespace win {
 
 RegistryKey RegistryKey::Open(HKEY root, const wchar_t* path, REGSAM access) noexcept {
   RegistryKey result;
-  if (RegOpenKeyExW(root, path, 0, access, result.key_.Receive()) != ERROR_SUCCESS) result.key_ = {};
+  HKEY key = nullptr;
+  if (RegOpenKeyExW(root, path, 0, access, &key) == ERROR_SUCCESS) result.key_.Reset(key);
   return result;
 }
 
 RegistryKey RegistryKey::OpenAnsi(HKEY root, const char* path, REGSAM access) noexcept {
   RegistryKey result;
-  if (RegOpenKeyExA(root, path, 0, access, result.key_.Receive()) != ERROR_SUCCESS) result.key_ = {};
+  HKEY key = nullptr;
+  if (RegOpenKeyExA(root, path, 0, access, &key) == ERROR_SUCCESS) result.key_.Reset(key);
   return result;
 }
 
 RegistryKey RegistryKey::Create(HKEY root, const wchar_t* path, REGSAM access) noexcept {
   RegistryKey result;
-  if (RegCreateKeyExW(root, path, 0, nullptr, REG_OPTION_NON_VOLATILE, access, nullptr, result.key_.Receive(),
-                      nullptr) != ERROR_SUCCESS) {
-    result.key_ = {};
+  HKEY key = nullptr;
+  if (RegCreateKeyExW(root, path, 0, nullptr, REG_OPTION_NON_VOLATILE, access, nullptr, &key, nullptr) ==
+      ERROR_SUCCESS) {
+    result.key_.Reset(key);
   }
   return result;
 }

@@ -18,13 +18,12 @@ namespace {
 std::wstring NameSeenFromOutside(const char* name) {
   std::promise<DWORD> named;
   std::promise<void> seen;
-  std::promise<void> ended;
   addon::StartWorker(name, [&] {
     named.set_value(GetCurrentThreadId());
     seen.get_future().wait();
-    ended.set_value();
   });
-  const win::UniqueHandle thread(OpenThread(THREAD_QUERY_LIMITED_INFORMATION, FALSE, named.get_future().get()));
+  const win::UniqueHandle thread(
+      OpenThread(THREAD_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, named.get_future().get()));
   using GetThreadDescriptionFunction = HRESULT(WINAPI*)(HANDLE, PWSTR*);
   const auto getThreadDescription =
       win::GetFunction<GetThreadDescriptionFunction>(GetModuleHandleW(L"kernel32.dll"), "GetThreadDescription");
@@ -35,7 +34,7 @@ std::wstring NameSeenFromOutside(const char* name) {
     LocalFree(description);
   }
   seen.set_value();
-  ended.get_future().wait();
+  WaitForSingleObject(thread.Get(), INFINITE);
   return result;
 }
 

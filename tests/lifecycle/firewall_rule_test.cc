@@ -36,6 +36,7 @@ struct {
   HRESULT rules = S_OK;
   HRESULT removal = S_OK;
   bool outOfMemory = false;
+  int strings = 0;
   std::wstring removed;
   FakeObject policyObject;
   FakeObject rulesObject;
@@ -74,7 +75,14 @@ HRESULT WINAPI CreatePolicy(REFCLSID classId, IUnknown* outer, DWORD context, RE
 auto* const realSysAllocStringLen = RealFunction<decltype(SysAllocStringLen)>(L"oleaut32.dll", "SysAllocStringLen");
 BSTR WINAPI AllocateString(const OLECHAR* text, UINT length) {
   if (firewall.outOfMemory) return nullptr;
+  ++firewall.strings;
   return realSysAllocStringLen(text, length);
+}
+
+auto* const realSysFreeString = RealFunction<decltype(SysFreeString)>(L"oleaut32.dll", "SysFreeString");
+void WINAPI FreeString(BSTR text) {
+  --firewall.strings;
+  realSysFreeString(text);
 }
 
 /// A firewall service that can be made to fail. Afterwards nothing of it may be left.
@@ -94,12 +102,14 @@ class FirewallRule : public testing::Test {
   ~FirewallRule() override {
     EXPECT_EQ(firewall.policyObject.references, 0);
     EXPECT_EQ(firewall.rulesObject.references, 0);
+    EXPECT_EQ(firewall.strings, 0);
   }
 
   MethodTable policyMethods_{};
   MethodTable rulesMethods_{};
   const ImportPatch creation_{"CoCreateInstance", &CreatePolicy};
   const ImportPatch allocation_{"SysAllocStringLen", &AllocateString};
+  const ImportPatch freeing_{"SysFreeString", &FreeString};
 };
 
 }  // namespace

@@ -55,12 +55,12 @@ void MakeFile(const std::wstring& path) {
   std::ofstream(std::filesystem::path(path)) << "MZ";
 }
 
-/// A letter outside ASCII that the ANSI code page has.
+/// A letter outside ASCII that the ANSI code page has; empty when it has none.
 std::wstring AnsiLetter() {
   for (wchar_t letter = 0xA1; letter < 0xFFFF; ++letter) {
     if (win::AnsiToWide(win::WideToAnsi({letter})) == std::wstring{letter}) return {letter};
   }
-  return L"x";
+  return {};
 }
 
 std::vector<std::pair<std::wstring, REGSAM>> opened;
@@ -72,10 +72,21 @@ LSTATUS WINAPI RecordOpening(HKEY root, LPCWSTR path, DWORD options, REGSAM acce
   return realRegOpenKeyExW(root, path, options, access, key);
 }
 
+auto* const realRegCreateKeyExW =
+    testing_support::RealFunction<decltype(RegCreateKeyExW)>(L"advapi32.dll", "RegCreateKeyExW");
+
+LSTATUS WINAPI RecordCreation(HKEY root, LPCWSTR path, DWORD reserved, LPWSTR keyClass, DWORD options, REGSAM access,
+                              LPSECURITY_ATTRIBUTES security, PHKEY key, LPDWORD disposition) {
+  opened.emplace_back(path, access);
+  return realRegCreateKeyExW(root, path, reserved, keyClass, options, access, security, key, disposition);
+}
+
 }  // namespace
 
 TEST_F(StartupMask, RecordsAnExecutableOutsideAscii) {
-  const std::wstring directory = Install(AnsiLetter());
+  const std::wstring letter = AnsiLetter();
+  if (letter.empty()) GTEST_SKIP() << "this system's ANSI code page is ASCII alone";
+  const std::wstring directory = Install(letter);
   MakeFile(directory + kExecutable);
   const auto record = RecordStartup();
   EXPECT_EQ(record.writeRegVersion, win::WideToUtf8(directory + kExecutable));
@@ -130,11 +141,10 @@ TEST_F(StartupMask, TakesInstallNotesOfExactlyThisVersion) {
 TEST_F(StartupMask, OpensKeysWithTheRightsAndViewsThatTheyNeed) {
   const std::wstring directory = Install(L"client");
   MakeFile(directory + kExecutable);
-  const int64_t longAgo = 1;
-  RegistryScratch(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Borvanta\\mark", KEY_WOW64_32KEY)
-      .Set(L"esn5.165.3.4096", REG_QWORD, &longAgo, sizeof(longAgo));
-  lifecycle::ClearStartupMark();
+  const RegistryScratch marks(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Borvanta\\mark", KEY_WOW64_32KEY);
+  lifecycle::ClearStartupMark();  // Makes the store, which opens keys of its own.
   const ImportPatch recorder("RegOpenKeyExW", &RecordOpening);
+  const ImportPatch creationRecorder("RegCreateKeyExW", &RecordCreation);
   const auto openedBy = [](auto&& work) {
     opened.clear();
     work();
@@ -146,10 +156,15 @@ TEST_F(StartupMask, OpensKeysWithTheRightsAndViewsThatTheyNeed) {
   const std::wstring install = L"SOFTWARE\\Borvanta";
   const std::wstring mark = install + L"\\mark";
 
-  EXPECT_EQ(openedBy([] { lifecycle::EnterStartup(); }), (Opened{{mark, kRead}, {mark, kRead}})) << "enters anew";
+  EXPECT_EQ(openedBy([] { lifecycle::EnterStartup(); }), (Opened{{mark, kRead}, {mark, kRead}, {mark, kWrite}}))
+      << "enters anew";
   Sleep(2);  // A mark is not seen in the millisecond in which it was set.
   EXPECT_EQ(openedBy([] { lifecycle::EnterStartup(); }), (Opened{{mark, kRead}, {install, kRead}})) << "finds the mark";
   EXPECT_EQ(openedBy([] { lifecycle::ClearStartupMark(); }), (Opened{{mark, kRead}, {mark, kWrite}}));
+  const int64_t longAgo = 1;
+  marks.Set(L"esn5.165.3.4096", REG_QWORD, &longAgo, sizeof(longAgo));
+  EXPECT_EQ(openedBy([] { lifecycle::ClearStartupMark(); }), (Opened{{mark, kRead}, {mark, kWrite}})) << "purges";
+  EXPECT_FALSE(marks.Has(L"esn5.165.3.4096"));
   EXPECT_EQ(openedBy([] { RecordStartup(); }),
             (Opened{{install, kRead}, {install, kWrite}, {install + L"\\version", kRead}}));
   EXPECT_EQ(openedBy([] { lifecycle::RemoveGpuPreference(L"x"); }),

@@ -9,6 +9,9 @@ const { hasMask, lastVersion }: { hasMask: boolean; lastVersion?: string } = uti
 const notes: (string | undefined)[] = Object.values(util.leaveStartupMask());
 const removal: util.OldVersionRemoval = util.removeOldVersion('D:\\Apps\\Client\\borvanta.exe', '5.160.1.1000');
 const removed: boolean = removal.gpuPreferencesDelResult.delSuccess && removal.firewallDelResult.errorText === '';
+const initialised: void = util.initGpuUsage();
+const sampled: void = util.getGpuUsage(1234, 5678, ({ has3d, sys3d = 0 }) => (has3d ? sys3d.toFixed(1) : 'none'));
+const usage: Promise<util.GpuUsage> = promises.getGpuUsage(1234, 5678);
 const nothing: void = util.enumProcessList(({ list }) => list.map(({ pid, name }) => `${pid.toFixed()} ${name.trim()}`));
 const list: Promise<util.ProcessListResult> = promises.enumProcessList();
 
@@ -16,10 +19,16 @@ const list: Promise<util.ProcessListResult> = promises.enumProcessList();
 util.enumProcessList();
 // @ts-expect-error a pid is a number
 util.enumProcessList(({ list: [first] }) => first!.pid.trim());
+// @ts-expect-error an id is a number
+util.getGpuUsage('1234', 5678, () => {});
+// @ts-expect-error a sum may be left out
+util.getGpuUsage(1234, 5678, ({ sysEnc }) => sysEnc.toFixed());
 
 // @ts-expect-error a version is required
 util.removeOldVersion('D:\\Apps\\Client\\borvanta.exe');
 // @ts-expect-error the latest bootable version may be missing
 util.enterStartupMask().lastVersion.length;
 
-export { debugMode, description, first, hasMask, lastVersion, list, nothing, notes, removed };
+export {
+  debugMode, description, first, hasMask, initialised, lastVersion, list, nothing, notes, removed, sampled, usage,
+};

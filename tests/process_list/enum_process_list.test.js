@@ -42,11 +42,12 @@ test('overlapping calls each get one callback with a list of their own', async (
   for (const { list } of results) assert.ok(list.some(({ pid }) => pid === process.pid));
 });
 
-test('refuses what is no function and starts nothing', () => {
+test('refuses what is no function and starts nothing', async () => {
   const helper = loadHelper();
   helper.recordThreadNames();
   for (const args of [[], [undefined], [null], [5], ['f'], [{}], [[() => {}]]]) {
     assert.throws(() => util.enumProcessList(...args), { name: 'TypeError', message: 'Invalid arg' });
   }
-  assert.deepEqual(helper.threadNames(), []);
+  await call(util.enumProcessList);
+  assert.deepEqual(helper.threadNames(), ['EnumProcessList'], 'the worker of the good call alone');
 });
