@@ -198,30 +198,32 @@ void UseQuickDbgHelp(const Napi::CallbackInfo& info) {
   }
 }
 
-/// install(modulePath): leads all imports of a loaded module file through thunks and returns all names that can fail
-/// from then on, with those of the functions looked up at run time.
+/// install(modulePath): leads all imports of a loaded module file through thunks. Returns the names of all functions that
+/// can be made to fail, those that are looked up at run time among them.
 Napi::Value Install(const Napi::CallbackInfo& info) {
   const std::u16string path = info[0].ToString().Utf16Value();
   const HMODULE module = GetModuleHandleW(std::wstring(path.begin(), path.end()).c_str());
-  const auto names = Napi::Array::New(info.Env());
-  if (!module) return names;
+  if (!module) throw Napi::Error::New(info.Env(), "not loaded");
   testing_support::ForEachImport(module, [](const char*, const char* name, void** slot) {
     Function& function = FunctionOf(name, *slot);
     if (function.name == "GetProcAddress") function.real = reinterpret_cast<void*>(&LookUp);
     testing_support::WriteImportSlot(slot, function.thunk);
   });
+  const auto names = Napi::Array::New(info.Env());
   for (const auto& [name, function] : functions)
     names.Set(names.Length(), name);
   return names;
 }
 
-/// define(name, failure, error, late): what a function that fails returns, and the last error.
+/// define(name, failure, error, late): what a function that fails returns, the last error (0 when left out), and whether
+/// it does its work before.
 void Define(const Napi::CallbackInfo& info) {
-  const auto function = functions.find(info[0].ToString());
-  if (function == functions.end()) return;
-  function->second->failure = static_cast<uint64_t>(info[1].ToNumber().Int64Value());
-  function->second->error = info[2].ToNumber().Uint32Value();
-  function->second->late = info[3].ToBoolean();
+  const auto found = functions.find(info[0].ToString());
+  if (found == functions.end()) return;
+  Function& function = *found->second;
+  function.failure = static_cast<uint64_t>(info[1].ToNumber().Int64Value());
+  function.error = info[2].IsNumber() ? info[2].ToNumber().Uint32Value() : ERROR_SUCCESS;
+  function.late = info[3].ToBoolean();
 }
 
 /// arm(name, n, onWorkers): counts all calls from 0 again, and lets the nth of a function fail. With `onWorkers` the
@@ -247,11 +249,15 @@ Napi::Value Calls(const Napi::CallbackInfo& info) {
 /// openHandles(): how many handles this process has open; registry keys are handles too.
 Napi::Value OpenHandles(const Napi::CallbackInfo& info) {
   // GetProcessHandleCount is always 0 in Wine. Values are given out in steps of four, the lowest that is free first.
-  constexpr uintptr_t kEnd = 0x4000;
+  constexpr int kGap = 256;
   double open = 0;
   DWORD flags = 0;
-  for (uintptr_t value = 4; value < kEnd; value += 4)
-    open += GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) ? 1 : 0;
+  int closed = 0;
+  for (uintptr_t value = 4; closed < kGap; value += 4) {
+    const bool isOpen = GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) != FALSE;
+    open += isOpen ? 1 : 0;
+    closed = isOpen ? 0 : closed + 1;
+  }
   return Napi::Number::New(info.Env(), open);
 }
 
@@ -263,6 +269,16 @@ Napi::Value SuspendCount(const Napi::CallbackInfo& info) {
   return Napi::Number::New(info.Env(), before);
 }
 
+LONG WINAPI EndWithExceptionCode(EXCEPTION_POINTERS* exception) {
+  TerminateProcess(GetCurrentProcess(), exception->ExceptionRecord->ExceptionCode);
+  return EXCEPTION_EXECUTE_HANDLER;
+}
+
+/// endQuietly(): an exception that nobody handles ends this process without a debugger being called first.
+void EndQuietly(const Napi::CallbackInfo&) {
+  SetUnhandledExceptionFilter(&EndWithExceptionCode);
+}
+
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
   exports.Set("install", Napi::Function::New(env, &Install));
   exports.Set("define", Napi::Function::New(env, &Define));
@@ -270,6 +286,7 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
   exports.Set("calls", Napi::Function::New(env, &Calls));
   exports.Set("useQuickDbgHelp", Napi::Function::New(env, &UseQuickDbgHelp));
   exports.Set("openHandles", Napi::Function::New(env, &OpenHandles));
+  exports.Set("endQuietly", Napi::Function::New(env, &EndQuietly));
   exports.Set("suspendCount", Napi::Function::New(env, &SuspendCount));
   return exports;
 }
