@@ -5,7 +5,7 @@
 const ends = exports.ends = 'the process ends';
 
 // The compiler's thread library needs these to know a thread at all, and does not live without.
-const threadLibrary = { DuplicateHandle: ends, TlsAlloc: ends, TlsSetValue: ends, calloc: ends };
+const threadLibrary = { DuplicateHandle: ends, TlsAlloc: ends, calloc: ends };
 // A thread that cannot be started is an exception that the client does not get to see.
 const threadStart = { GetHandleInformation: ends, _beginthreadex: ends };
 
@@ -84,6 +84,11 @@ exports.answers = {
     GetThreadContext: 'report, dump, Failed to get thread context',
     LoadLibraryW: badTable,
     MiniDumpWriteDump: 'report, Failed to write dump, 3 frames',
+    MultiByteToWideChar: {
+      1: 'report, Failed to create dump file, 3 frames',
+      2: 'report, Failed to create dump file, 3 frames',
+      3: 'Failed to create json file, dump, 3 frames',
+    },
     OpenProcess: 'Failed open process, 0 frames',
     OpenThread: 'Failed open thread, 0 frames',
     ResumeThread: { 2: 'Failed resume thread, report, dump, 3 frames' },

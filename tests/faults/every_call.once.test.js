@@ -150,7 +150,8 @@ for (const name of skip ? [] : Object.keys(require('./scenarios.js').scenarios({
   test(name, async () => {
     await runRow(scenarios[name]);
     const clean = await runRow(scenarios[name]);
-    const table = [];
+    // Row by row, so that the last one tells where the process has ended.
+    console.log(`${name}: ${JSON.stringify(clean.answer)}`);
     const wrong = [];
     for (const called of Object.keys(clean.calls)) reached.add(called);
     for (const [failing, n] of rowsOf(name, clean)) {
@@ -158,9 +159,8 @@ for (const name of skip ? [] : Object.keys(require('./scenarios.js').scenarios({
         wrong.push(`${failing} ${n}: ${error.message}`);
         return 'WRONG';
       });
-      table.push(`| ${failing} | ${n} | ${answer} |`);
+      console.log(`| ${failing} | ${n} | ${answer} |`);
     }
-    console.log(`${name}: ${JSON.stringify(clean.answer)}\n${table.join('\n')}`);
     assert.deepEqual(wrong, []);
     const unreached = Object.keys(answers[name] ?? {}).filter((failing) => !(parse(failing).name in clean.calls));
     assert.deepEqual(unreached, [], 'answers to calls that never come');

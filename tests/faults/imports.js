@@ -61,7 +61,6 @@ exports.fallible = {
   SysAllocStringLen: [0],
   SystemTimeToFileTime: [0, 87],
   TlsAlloc: [-1, noMemory],
-  TlsSetValue: [0, noMemory],
   VerifyVersionInfoW: [0, 1150],
   VirtualAlloc: [0, noMemory],
   VirtualFree: [0, 487, late],
@@ -83,16 +82,16 @@ exports.fallible = {
 
 /** Called by the compiler's own thread library and not of one script function: failed under two of them. */
 exports.threadLibrary = new Set(['CreateEventA', 'DuplicateHandle', 'GetThreadPriority', 'ResetEvent', 'SetThreadPriority',
-  'TlsAlloc', 'TlsSetValue', 'calloc']);
+  'TlsAlloc', 'calloc']);
 
 const infallible = {
   // Returns nothing.
   void: `AcquireSRWLockExclusive DeleteCriticalSection EnterCriticalSection GetLocalTime GetSystemTimeAsFileTime
     GetSystemTimePreciseAsFileTime InitializeCriticalSection LeaveCriticalSection ReleaseSRWLockExclusive SetLastError
     Sleep SysFreeString _endthreadex _lock _unlock free`,
-  // Answers from the thread or the process itself.
-  own: `GetCurrentProcess GetCurrentProcessId GetCurrentThread GetCurrentThreadId GetLastError TlsGetValue _errno
-    ___lc_codepage_func ___mb_cur_max_func localeconv setlocale`,
+  // Looks at the thread or the process itself, or into a slot of it that is there.
+  own: `GetCurrentProcess GetCurrentProcessId GetCurrentThread GetCurrentThreadId GetLastError TlsGetValue TlsSetValue
+    _errno ___lc_codepage_func ___mb_cur_max_func localeconv`,
   // Computes on its arguments alone.
   pure: `VerSetConditionMask _setjmp _stricmp _wcsicmp memchr memcmp memcpy memmove memset strcmp strftime strlen towlower
     wcslen`,
@@ -109,8 +108,8 @@ const infallible = {
     GetThreadTimes GetTickCount64 IsDBCSLeadByteEx IsDebuggerPresent LoadLibraryA LocalAlloc LocalFree
     OutputDebugStringA QueryPerformanceCounter QueryPerformanceFrequency SetProcessAffinityMask SetSystemTime
     SetThreadContext WaitForMultipleObjects __iob_func _aligned_free _aligned_malloc _close _localtime64 _read _strdup
-    _ultoa exit fprintf fputc fputs fputwc fwprintf fwrite iswctype printf realloc signal strcoll strerror strncmp strxfrm
-    towupper vfprintf wcscoll wcsftime wcsxfrm SymFromAddrW SymRefreshModuleList`,
+    _ultoa exit fprintf fputc fputs fputwc fwprintf fwrite printf realloc signal strerror strncmp
+    vfprintf SymFromAddrW SymRefreshModuleList`,
 };
 
 /** The word by the name. */
