@@ -8,8 +8,11 @@ endif()
 add_library(node_api INTERFACE)
 target_include_directories(node_api SYSTEM INTERFACE
   ${node_modules}/node-addon-api ${node_modules}/node-api-headers/include)
+# SWALLOW: a script error that cannot be thrown any more, because its worker is being terminated, is dropped. Without it
+# the error would leave the handler as a C++ exception and end the process.
 target_compile_definitions(node_api INTERFACE
-  NAPI_VERSION=8 NODE_ADDON_API_CPP_EXCEPTIONS NODE_ADDON_API_DISABLE_DEPRECATED)
+  NAPI_VERSION=8 NODE_ADDON_API_CPP_EXCEPTIONS NODE_ADDON_API_DISABLE_DEPRECATED
+  NODE_API_SWALLOW_UNTHROWABLE_EXCEPTIONS)
 
 set(import_libraries)
 foreach(name js_native_api node_api)
