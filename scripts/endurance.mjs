@@ -1,5 +1,5 @@
-// npm run endurance -- [--seed=N] [--calls=N] [--captures=N] [--workers=N]: the long form of tests/endurance/endurance.js,
-// a few minutes. Repeat a failure with the seed that it printed.
+// npm run endurance -- [OPTIONS]: the long form of tests/endurance/endurance.js (its options stand there), a few minutes.
+// Repeat a failure with the seed that it printed.
 import path from 'node:path';
 import { build } from './lib/build.mjs';
 import { ensureTools } from './lib/setup.mjs';

@@ -1,7 +1,7 @@
 'use strict';
 // A long life in short: random calls of all script functions, captures of processes that end under them, and script
 // workers that come and go. Ends with an error when a callback is missing or memory or handles grow.
-//   node --expose-gc endurance.js [--seed=N] [--calls=N] [--captures=N] [--workers=N]
+//   node --expose-gc endurance.js [--seed=N] [--calls=N] [--captures=N] [--lifetime=MS] [--workers=N]
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
 const os = require('node:os');
@@ -156,9 +156,9 @@ async function randomCalls(seed, calls) {
 const outcomes = new Map();
 
 /** Captures a process several times at once while it ends. */
-async function captureEndingProcess(random, folder, count) {
-  const target = await startStallTarget('exit-after', String(200 + random(4000))).catch(() => undefined);
-  if (!target) return captureEndingProcess(random, folder, count);
+async function captureEndingProcess(random, folder, count, lifetime) {
+  const target = await startStallTarget('exit-after', String(200 + random(lifetime))).catch(() => undefined);
+  if (!target) return captureEndingProcess(random, folder, count, lifetime);
   await Promise.all(Array.from({ length: count }, async () => {
     await sleep(random(1000));
     const result = await call(util.captureNativeJank, captureArgs({ ...target, janksDir: `${folder}\\` }));
@@ -168,13 +168,14 @@ async function captureEndingProcess(random, folder, count) {
   while (target.child.exitCode === null) await sleep(10);
 }
 
-async function captures(seed, count) {
+async function captures(seed, count, lifetime) {
   const random = randomNumbers(seed);
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-endurance-'));
   const atOnce = 5;
   const step = async () => {
     for (let left = count / 10; left > 0; left -= 4 * atOnce) {
-      await Promise.all([1, 2, 3, 4].map(() => captureEndingProcess(random, folder, Math.min(atOnce, Math.ceil(left / 4)))));
+      await Promise.all([1, 2, 3, 4].map(() => captureEndingProcess(random, folder,
+        Math.min(atOnce, Math.ceil(left / 4)))));
     }
   };
   await keepsFlat('captures', step, { memory: 32 * 2 ** 20 });
@@ -208,7 +209,7 @@ async function main() {
   say(`seed ${seed}`);
   try {
     await randomCalls(seed, option('calls', 100_000));
-    await captures(seed, option('captures', 1000));
+    await captures(seed, option('captures', 1000), option('lifetime', 4000));
     await workers(seed, option('workers', 100));
   } finally {
     tryReg('delete', 'HKLM\\SOFTWARE\\Borvanta', '/reg:32', '/f');

@@ -8,7 +8,8 @@ const test = require('node:test');
 test('a short life without a missing callback, a leak or a crash', () => {
   const script = path.join(__dirname, 'endurance.js');
   const { status, stdout, stderr } = spawnSync(process.execPath,
-    ['--expose-gc', script, '--calls=5000', '--captures=40', '--workers=10'], { encoding: 'utf8', timeout: 120_000 });
+    ['--expose-gc', script, '--calls=5000', '--captures=40', '--lifetime=800', '--workers=10'],
+    { encoding: 'utf8', timeout: 200_000 });
   console.log(stdout);
   assert.equal(status, 0, `${stdout}${stderr}`);
   assert.match(stdout, /nothing has grown/);
