@@ -1,5 +1,6 @@
 // npm test: builds, checks the style, runs all native and script tests as Windows programs, and closes with one line of
 // how many passed and failed. Arguments select tests whose path contains one of them: npm test -- process_list
+// With --output what passing tests print is shown too.
 import { readdirSync } from 'node:fs';
 import path from 'node:path';
 import { build, buildFolder } from './lib/build.mjs';
@@ -14,6 +15,7 @@ const timeoutMs = 300_000;
 // Two lanes for two cores. Each has a Wine prefix, and so a registry, of its own.
 const lanes = onWindows ? [0] : [0, 1];
 
+const showOutput = process.argv.includes('--output');
 const totals = { passed: 0, failed: 0 };
 
 /** Adds one run's result to the totals and shows it; the output of a failed run is shown whole. */
@@ -22,7 +24,7 @@ function report(name, { passed, failed, output, seconds }) {
   totals.failed += failed;
   const time = seconds === undefined ? '' : ` (${seconds.toFixed(1)} s)`;
   console.log(`${failed ? 'FAILED' : 'ok    '} ${name}: ${passed} passed, ${failed} failed${time}`);
-  if (failed) console.log(output);
+  if (failed || showOutput) console.log(output);
 }
 
 /** Runs a test program and counts by the two patterns; an end without a count, or with a failure code, is a failure. */
@@ -55,9 +57,12 @@ function testFiles(ending) {
     .filter((file) => file.endsWith(ending)).map((file) => `tests/${file.replaceAll('\\', '/')}`).sort();
 }
 
+/** A test of the module more than of Node.js, and a long one, bears ".once" in its name and runs in one release only. */
+const isFor = (file, version) => !file.endsWith('.once.test.js') || version === nodeVersions.at(-1);
+
 function scriptTests() {
   const files = testFiles('.test.js');
-  return nodeVersions.toReversed().flatMap((version) => files.map((file) => ({
+  return nodeVersions.toReversed().flatMap((version) => files.filter((file) => isFor(file, version)).map((file) => ({
     name: `${file} in Node.js ${version}`,
     run: (name, lane) => runTestProgram(name, windowsNode(version), ['--test-reporter=tap', file], { lane }, tapPatterns),
   })));
@@ -72,14 +77,14 @@ function hostTests() {
 }
 
 await runMain(async () => {
-  const selections = process.argv.slice(2);
+  const selections = process.argv.slice(2).filter((argument) => argument !== '--output');
   const selected = ({ name }) => selections.length === 0 || selections.some((selection) => name.includes(selection));
   ensureTools({ forTests: true });
   build({ tests: true });
   const queue = [...nativeTests(), ...hostTests(), ...scriptTests()].filter(selected);
   for (const version of nodeVersions) windowsNode(version);
   for (const lane of lanes) if (!onWindows) ensureWinePrefix(lane);
-  if (!onWindows && queue.some(({ name }) => name.includes('debug_mode'))) ensureDebugModeFiles();
+  if (!onWindows && queue.some(({ name }) => /debug_mode|faults/.test(name))) ensureDebugModeFiles();
   await Promise.all(lanes.map(async (lane) => {
     for (let test = queue.shift(); test; test = queue.shift()) await test.run(test.name, lane);
   }));

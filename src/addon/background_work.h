@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "addon/worker_thread.h"
+#include "win/srw_lock.h"
 
 namespace addon {
 
@@ -104,7 +105,8 @@ class BackgroundCall : public std::enable_shared_from_this<BackgroundCall<Record
   Napi::ThreadSafeFunction threadSafeFunction_;
   Hold* environmentHold_ = nullptr;
 
-  std::mutex mutex_;
+  /// Taken where memory has run out, too.
+  win::SrwLock mutex_;
   bool environmentEnded_ = false;
   bool released_ = false;
   std::unique_ptr<Record> record_;

@@ -1,9 +1,11 @@
 #include "jank/dbghelp_functions.h"
 
 #include <atomic>
+#include <mutex>
 #include <type_traits>
 
 #include "win/get_function.h"
+#include "win/srw_lock.h"
 
 namespace {
 
@@ -17,20 +19,12 @@ constexpr DWORD kModuleListChanged = 0xC0000004;
 // stopped, and the locks never deleted, because other native code may use them until the process ends.
 DbgHelpFunctions table;
 CRITICAL_SECTION callLock;
-SRWLOCK loaderLock = SRWLOCK_INIT;
+/// Serialises the first-time set-up. Cannot throw: the callers are foreign native code.
+win::SrwLock loaderLock;
 HMODULE library = nullptr;
 bool ownSymbolsStarted = false;
 DWORD lastSymbolError = ERROR_SUCCESS;
 std::atomic<bool> ready = false;
-
-/// Serialises the first-time set-up. Unlike std::mutex it cannot throw, and the callers are foreign native code.
-class LoaderLock {
- public:
-  LoaderLock() noexcept { AcquireSRWLockExclusive(&loaderLock); }
-  ~LoaderLock() { ReleaseSRWLockExclusive(&loaderLock); }
-  LoaderLock(const LoaderLock&) = delete;
-  LoaderLock& operator=(const LoaderLock&) = delete;
-};
 
 void EnterCallLock() {
   EnterCriticalSection(&callLock);
@@ -88,7 +82,7 @@ bool StartOwnSymbols() {
 
 extern "C" DbgHelpFunctions* GetDbgHelpFunctions() noexcept {
   if (ready) return &table;
-  const LoaderLock lock;
+  const std::lock_guard lock(loaderLock);
   if (!ready) {
     if (!library && !LoadDbgHelp()) return nullptr;
     if (!table.SymInitialize || !table.SymCleanup) return nullptr;

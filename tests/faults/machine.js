@@ -1,0 +1,80 @@
+'use strict';
+// The machine on which system calls fail: one on which every script function finds something to do. It has GPU counters
+// and a physical network adapter, the client is installed, and the module is a debug build in its period.
+const { execFileSync } = require('node:child_process');
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
+const { buildFolder, loadHelper, modulePath, reg, tryReg } = require('../support/windows.js');
+const { startStallTarget } = require('../support/stall_target.js');
+const { fallible } = require('./imports.js');
+
+function dlopen(file) {
+  const loaded = { exports: {} };
+  process.dlopen(loaded, file);
+  return loaded.exports;
+}
+
+const folder = process.env.BORVANTA_FAULTS ?? fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-faults-'));
+const installKey = 'HKLM\\SOFTWARE\\Borvanta';
+const gpuKey = 'HKLM\\SOFTWARE\\Microsoft\\DirectX\\UserGpuPreferences';
+const networkClass = 'HKLM\\SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002bE10318}';
+const version = '5.165.3.4096';
+const executable = path.join(folder, 'bin', version, 'borvanta.exe');
+
+/** The stand-in for pdh.dll, loaded before the module asks for one. */
+const pdh = dlopen(path.join(buildFolder, 'stand_ins', 'pdh.dll'));
+// Of all copies, the first that is loaded decides debug mode.
+const intact = dlopen(path.resolve(buildFolder, '..', 'debug_mode', 'inside', 'borvanta-util.node'));
+const helper = loadHelper();
+const injector = dlopen(path.join(buildFolder, 'helpers', 'fault-injector.node'));
+injector.useQuickDbgHelp(true);
+pdh.serve([['pid_12_engtype_3D', 1]]);
+
+let names = [];
+
+/** Loads a fresh copy of the module, with statics and caches of its own, whose calls can be made to fail. */
+function freshCopy() {
+  const file = path.join(fs.mkdtempSync(path.join(folder, 'copy-')), 'borvanta-util.node');
+  fs.copyFileSync(modulePath, file);
+  const util = dlopen(file);
+  names = injector.install(file);
+  for (const [name, [failure, error, late]] of Object.entries(fallible)) injector.define(name, failure, error, late);
+  return util;
+}
+
+/** Every function that the module imports or looks up. */
+const importNames = () => names;
+
+function setUpRegistry() {
+  fs.mkdirSync(path.dirname(executable), { recursive: true });
+  fs.writeFileSync(executable, 'MZ');
+  reg('add', installKey, '/reg:32', '/ve', '/d', folder, '/f');
+  for (const name of ['currentinstallversion', 'slientinstallversion']) {
+    reg('add', `${installKey}\\version`, '/reg:32', '/v', name, '/d', version, '/f');
+  }
+  reg('add', gpuKey, '/reg:64', '/v', 'C:\\old.exe', '/d', 'x', '/f');
+  const [name] = execFileSync(path.join(buildFolder, 'native_tests', 'identity_tests.exe'), ['--child=ListAdapters'],
+    { encoding: 'latin1' }).split(' ');
+  reg('add', `${networkClass}\\0007`, '/v', 'NetCfgInstanceId', '/d', name, '/f');
+  reg('add', `${networkClass}\\0007`, '/v', 'Characteristics', '/t', 'REG_DWORD', '/d', '0x84', '/f');
+}
+
+/** Makes the machine; resolves to a stalled process and tearDown(). */
+async function setUp() {
+  setUpRegistry();
+  helper.comInitialize();
+  const target = await startStallTarget('chain');
+  const tearDown = () => {
+    target.child.kill();
+    helper.comUninitialize();
+    tryReg('delete', installKey, '/reg:32', '/f');
+    tryReg('delete', gpuKey, '/reg:64', '/f');
+    tryReg('delete', networkClass, '/f');
+    // Where a loaded file cannot be deleted, the copies stay.
+    try { fs.rmSync(folder, { recursive: true, force: true }); } catch {}
+  };
+  return { target, tearDown };
+}
+
+module.exports = { executable, folder, freshCopy, helper, importNames, injector, intact, pdh, setUp, version };
