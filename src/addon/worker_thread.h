@@ -1,5 +1,6 @@
 #pragma once
 
+#include <future>
 #include <thread>
 #include <utility>
 
@@ -12,10 +13,16 @@ namespace addon {
 /// thread.
 template <typename Work>
 void StartWorker(const char* threadName, Work work) {
-  std::thread([threadName, work = std::move(work)]() mutable noexcept {
+  // MinGW-w64's threads lose count when a thread ends while it is being detached: the next two threads then share one
+  // record, and one of them runs the other's work. So none begins, and thus ends, before it is detached.
+  std::promise<void> detached;
+  std::thread thread([threadName, work = std::move(work), whenDetached = detached.get_future()]() mutable noexcept {
+    whenDetached.wait();
     SetCurrentThreadName(threadName);
     work();
-  }).detach();
+  });
+  thread.detach();
+  detached.set_value();
 }
 
 }  // namespace addon
