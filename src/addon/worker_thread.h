@@ -1,10 +1,12 @@
 #pragma once
 
-#include <future>
+#include <memory>
+#include <mutex>
 #include <thread>
 #include <utility>
 
 #include "addon/thread_name.h"
+#include "win/srw_lock.h"
 
 namespace addon {
 
@@ -15,14 +17,13 @@ template <typename Work>
 void StartWorker(const char* threadName, Work work) {
   // MinGW-w64's threads lose count when a thread ends while it is being detached: the next two threads then share one
   // record, and one of them runs the other's work. So none begins, and thus ends, before it is detached.
-  std::promise<void> detached;
-  std::thread thread([threadName, work = std::move(work), whenDetached = detached.get_future()]() mutable noexcept {
-    whenDetached.wait();
+  const auto gate = std::make_shared<win::SrwLock>();
+  const std::lock_guard detaching(*gate);
+  std::thread([threadName, work = std::move(work), gate]() mutable noexcept {
+    { const std::lock_guard detached(*gate); }
     SetCurrentThreadName(threadName);
     work();
-  });
-  thread.detach();
-  detached.set_value();
+  }).detach();
 }
 
 }  // namespace addon
