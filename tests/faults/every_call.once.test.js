@@ -148,8 +148,11 @@ test('with the system\'s own DbgHelp', { skip }, async () => {
 
 for (const name of skip ? [] : Object.keys(require('./scenarios.js').scenarios({}))) {
   test(name, async () => {
-    await runRow(scenarios[name]);
     const clean = await runRow(scenarios[name]);
+    // What Node.js happens to open meanwhile is not to hide what the module leaves open.
+    for (let again = 0; again < 3; ++again) {
+      clean.handles = Math.min(clean.handles, (await runRow(scenarios[name])).handles);
+    }
     // Row by row, so that the last one tells where the process has ended.
     console.log(`${name}: ${JSON.stringify(clean.answer)}`);
     const wrong = [];

@@ -198,8 +198,8 @@ void UseQuickDbgHelp(const Napi::CallbackInfo& info) {
   }
 }
 
-/// install(modulePath): leads all imports of a loaded module file through thunks. Returns the names of all functions that
-/// can be made to fail, those that are looked up at run time among them.
+/// install(modulePath): leads all imports of a loaded module file through thunks. Returns the names of all functions
+/// that can be made to fail, those that are looked up at run time among them.
 Napi::Value Install(const Napi::CallbackInfo& info) {
   const std::u16string path = info[0].ToString().Utf16Value();
   const HMODULE module = GetModuleHandleW(std::wstring(path.begin(), path.end()).c_str());
@@ -215,8 +215,8 @@ Napi::Value Install(const Napi::CallbackInfo& info) {
   return names;
 }
 
-/// define(name, failure, error, late): what a function that fails returns, the last error (0 when left out), and whether
-/// it does its work before.
+/// define(name, failure, error, late): what a function that fails returns, the last error (0 when left out), and
+/// whether it does its work before.
 void Define(const Napi::CallbackInfo& info) {
   const auto found = functions.find(info[0].ToString());
   if (found == functions.end()) return;

@@ -11,6 +11,7 @@ exports.startStallTarget = (...args) => new Promise((resolve, reject) => {
   const child = spawn(program, args, { stdio: ['ignore', 'pipe', 'ignore'] });
   let said = '';
   child.on('error', reject);
+  child.on('exit', () => reject(new Error('ended before it was ready')));
   child.stdout.on('data', (chunk) => {
     said += chunk;
     const ready = said.match(/^ready (\d+) (\d+) (\d+)/m);

@@ -1,0 +1,17 @@
+// npm run endurance -- [--seed=N] [--calls=N] [--captures=N] [--workers=N]: the long form of tests/endurance/endurance.js,
+// a few minutes. Repeat a failure with the seed that it printed.
+import path from 'node:path';
+import { build } from './lib/build.mjs';
+import { ensureTools } from './lib/setup.mjs';
+import { root, runMain } from './lib/shell.mjs';
+import { runWindows, windowsNode } from './lib/windows.mjs';
+
+await runMain(() => {
+  ensureTools({ forTests: true });
+  build({ tests: true });
+  const script = path.join(root, 'tests', 'endurance', 'endurance.js');
+  return runWindows(windowsNode(), ['--expose-gc', script, ...process.argv.slice(2)], {
+    stdout: (chunk) => process.stdout.write(chunk),
+    stderr: (chunk) => process.stderr.write(chunk),
+  });
+});
