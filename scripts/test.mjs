@@ -9,7 +9,7 @@ import { checkStyle } from './lib/style.mjs';
 import { checkTypes } from './lib/types.mjs';
 import { ensureTools, ensureWinePrefix, nodeVersions } from './lib/setup.mjs';
 import { onWindows, root, runMain, say } from './lib/shell.mjs';
-import { runProgram, stopLane, windowsNode } from './lib/windows.mjs';
+import { holdLane, runProgram, stopLane, windowsNode } from './lib/windows.mjs';
 
 const timeoutMs = 300_000;
 // Two lanes for two cores. Each has a Wine prefix, and so a registry, of its own.
@@ -85,6 +85,7 @@ await runMain(async () => {
   for (const version of nodeVersions) windowsNode(version);
   for (const lane of lanes) if (!onWindows) ensureWinePrefix(lane);
   if (!onWindows && queue.some(({ name }) => /debug_mode|faults/.test(name))) ensureDebugModeFiles();
+  for (const lane of lanes) holdLane(lane);
   await Promise.all(lanes.map(async (lane) => {
     for (let test = queue.shift(); test; test = queue.shift()) await test.run(test.name, lane);
   }));

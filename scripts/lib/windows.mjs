@@ -109,6 +109,17 @@ export async function runScript(args, version) {
     stdout: write(process.stdout), stderr: write(process.stderr), signal: ended.signal });
 }
 
+/**
+ * Keeps a lane's desktop open until stopLane(), at most for an hour. Otherwise the desktop closes a second after the last
+ * program, and a test's child that opens it anew hands its output pipe on to it: the test then waits in vain for that
+ * pipe to close.
+ */
+export function holdLane(lane) {
+  if (onWindows) return;
+  spawn(wine, [windowsNode(), '-e', 'setTimeout(() => {}, 3_600_000)'],
+    { env: { ...process.env, ...wineEnvironment(ensureWinePrefix(lane)) }, stdio: 'ignore' }).unref();
+}
+
 /** Ends every program that is still running in a lane. */
 export function stopLane(lane) {
   if (!onWindows) stopWine(ensureWinePrefix(lane));
