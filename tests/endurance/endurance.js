@@ -157,7 +157,7 @@ const outcomes = new Map();
 
 /** Captures a process several times at once while it ends. */
 async function captureEndingProcess(random, folder, count) {
-  const target = await startStallTarget('exit-after', String(200 + random(1500))).catch(() => undefined);
+  const target = await startStallTarget('exit-after', String(200 + random(4000))).catch(() => undefined);
   if (!target) return captureEndingProcess(random, folder, count);
   await Promise.all(Array.from({ length: count }, async () => {
     await sleep(random(1000));
@@ -198,7 +198,7 @@ async function workers(seed, count) {
   // Node.js itself keeps some memory for every worker that there was.
   const bare = await keepsFlat('bare workers', () => step(() => new Worker('', { eval: true })), { memory: Infinity });
   const calling = () => new Worker(__filename, { workerData: { seed: random(2 ** 31) } });
-  await keepsFlat('workers', () => step(calling), { memory: bare + count * 64 * 2 ** 10 + 2 ** 20 });
+  await keepsFlat('workers', () => step(calling), { memory: Math.max(bare, 0) + count * 64 * 2 ** 10 + 4 * 2 ** 20 });
 }
 
 async function main() {

@@ -62,7 +62,7 @@ async function runRow(scenario, failing, n) {
 /** The same in a process of its own, which is to end by it. */
 async function runEndingRow(scenario, failing, n) {
   const script = path.join(__dirname, 'row_in_child.js');
-  const child = promisify(execFile)(process.execPath, [script, scenario, failing, n, target.processId, target.threadId],
+  const child = promisify(execFile)(process.execPath, [script, scenario, failing, n],
     { env: { ...process.env, BORVANTA_FAULTS: folder }, timeout: 30_000 });
   return child.then(({ stdout }) => stdout, ({ code, stdout }) => {
     assert.ok(stdout === '' && code !== 1 && code !== null, `${code} ${stdout}`);
