@@ -4,8 +4,11 @@
 
 #include <windows.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstring>
 #include <future>
+#include <memory>
 #include <string>
 
 #include "support/import_patch.h"
@@ -66,6 +69,22 @@ TEST(WorkerThread, CarriesItsNameWholeUpToFifteenCharacters) {
   EXPECT_EQ(NameSeenFromOutside("EnumProcessList"), L"EnumProcessList");
   EXPECT_EQ(NameSeenFromOutside("CaptureJank"), L"CaptureJank");
   EXPECT_EQ(NameSeenFromOutside("SixteenCharacter"), L"SixteenCharacte");
+}
+
+TEST(WorkerThread, RunsEachOfMany) {
+  // One after another while the last one ends, and many at once: a thread that is let go before it runs must run.
+  for (const int atOnce : {1, 50}) {
+    for (int turn = 0; turn < 300 / atOnce; ++turn) {
+      std::atomic<int> open = atOnce;
+      std::promise<void> allRan;
+      for (int index = 0; index < atOnce; ++index) {
+        addon::StartWorker("Worker", [&, last = std::make_unique<int>(1)] {
+          if (open.fetch_sub(*last) == 1) allRan.set_value();
+        });
+      }
+      ASSERT_EQ(allRan.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    }
+  }
 }
 
 TEST(WorkerThread, TellsDebuggersTheNameOnASystemWithoutThreadDescriptions) {
