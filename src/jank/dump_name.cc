@@ -1,9 +1,8 @@
 #include "jank/dump_name.h"
 
+#include <array>
 #include <chrono>
 #include <ctime>
-#include <iomanip>
-#include <sstream>
 #include <utility>
 
 namespace jank {
@@ -11,15 +10,15 @@ namespace jank {
 std::string MakeDumpFileName() {
   const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
   std::tm local{};
-  // A clock outside the calendar's range leaves fields that put_time must not see.
+  // A clock outside the calendar's range leaves fields that strftime must not see.
   if (localtime_s(&local, &now) != 0) {
     local = std::tm{};
     local.tm_mday = 1;
     local.tm_year = 70;
   }
-  std::ostringstream name;
-  name << std::put_time(&local, "%Y-%m-%d %H-%M-%S");
-  return name.str() + ".dmp";
+  std::array<char, 32> name{};
+  const size_t length = std::strftime(name.data(), name.size(), "%Y-%m-%d %H-%M-%S.dmp", &local);
+  return {name.data(), length};
 }
 
 DumpNameChoice DumpNameState::FirstLook() {
