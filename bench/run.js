@@ -47,11 +47,11 @@ async function measureAnswers(util, baseline) {
     const text = util[name]();
     baseline.setAnswer(text);
     if (baseline.answer() !== text) throw new Error('The sides answer differently');
-    const module = () => calls(util[name], 20_000);
-    await row(`${name}, ${text.length} characters`, 'empty function in C',
-      { module: module(), bare: calls(baseline.answer, 20_000), rounds: 100 });
-    await row(`${name}, ${text.length} characters`, 'empty function in C++',
-      { module: module(), bare: calls(baseline.emptyAnswer, 20_000), rounds: 100 });
+    const module = () => calls(util[name], 4_000);
+    await row(`${name}, ${text.length} characters`, 'empty Node-API function',
+      { module: module(), bare: calls(baseline.answer, 4_000), rounds: 400 });
+    await row(`${name}, ${text.length} characters`, 'the same in node-addon-api',
+      { module: module(), bare: calls(baseline.emptyAnswer, 4_000), rounds: 400 });
   }
 }
 
@@ -66,12 +66,12 @@ async function measureCallbacks(util, baseline) {
 }
 
 async function measureProcessList(util, baseline) {
-  const measure = (count) => row(`enumProcessList, ${count} processes`, 'bare snapshot loop', {
-    module: callbacks(util.enumProcessList, 1, 4), bare: calls(baseline.listProcesses, 4), rounds: 20 });
-  await measure(baseline.listProcesses().list.length);
   const end = await startProcesses(path.join(benchFolder, 'waiter.exe'), processCount);
   try {
-    await measure(baseline.listProcesses().list.length);
+    const count = baseline.listProcesses().list.length;
+    if (count < processCount) throw new Error(`Only ${count} processes are running`);
+    await row(`enumProcessList, ${count} processes`, 'bare snapshot loop', {
+      module: callbacks(util.enumProcessList, 1, 4), bare: calls(baseline.listProcesses, 4), rounds: 30 });
   } finally {
     await end();
   }
@@ -95,7 +95,7 @@ async function measureFrozenTime(util, baseline, folder, depth) {
         empty();
         return baseline.bareFrozenTime(processId, threadId, path.join(folder, 'bare.dmp'));
       },
-      rounds: 15,
+      rounds: 11,
     });
   } finally {
     child.kill();
