@@ -10,7 +10,7 @@ import { buildFolder } from './build.mjs';
 import { onWindows, root, say } from './shell.mjs';
 
 function sourceFiles() {
-  return ['src', 'tests'].flatMap((folder) => readdirSync(path.join(root, folder), { recursive: true })
+  return ['src', 'tests', 'bench'].flatMap((folder) => readdirSync(path.join(root, folder), { recursive: true })
     .filter((file) => /\.(cc|h)$/.test(file)).map((file) => path.join(folder, file))).sort();
 }
 
