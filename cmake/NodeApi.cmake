@@ -8,10 +8,10 @@ endif()
 add_library(node_api INTERFACE)
 target_include_directories(node_api SYSTEM INTERFACE
   ${node_modules}/node-addon-api ${node_modules}/node-api-headers/include)
-# SWALLOW: a script error that cannot be thrown any more, because its worker is being terminated, is dropped. Without it
-# the error would leave the handler as a C++ exception and end the process.
 target_compile_definitions(node_api INTERFACE
   NAPI_VERSION=8 NODE_ADDON_API_CPP_EXCEPTIONS NODE_ADDON_API_DISABLE_DEPRECATED
+  # Without it, a script worker that is terminated inside one of our callbacks or functions ends the whole process:
+  # node-addon-api then tries to hand on an exception that nobody can throw any more.
   NODE_API_SWALLOW_UNTHROWABLE_EXCEPTIONS)
 
 set(import_libraries)
@@ -32,6 +32,6 @@ add_custom_target(node_api_import_libraries DEPENDS ${import_libraries})
 add_dependencies(node_api node_api_import_libraries)
 target_link_libraries(node_api INTERFACE ${import_libraries})
 if(MSVC)
-  target_link_options(node_api INTERFACE /DELAYLOAD:node.exe)
+  target_link_options(node_api INTERFACE /DELAYLOAD:NODE.EXE)
   target_link_libraries(node_api INTERFACE delayimp)
 endif()

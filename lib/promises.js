@@ -2,13 +2,9 @@
 
 const util = require('./index.js');
 
-/** The promise form of a function whose last parameter is a callback with one argument. A bad argument rejects. */
-function promisify(start) {
-  return async (...args) => new Promise((resolve) => {
-    start(...args, resolve);
-  });
-}
+// What a function refuses with a TypeError, its promise form rejects with it. Further arguments are dropped, so that
+// each can stand in a then() or a map().
 
-exports.captureNativeJank = promisify(util.captureNativeJank);
-exports.getGpuUsage = promisify(util.getGpuUsage);
-exports.enumProcessList = promisify(util.enumProcessList);
+exports.captureNativeJank = (args) => new Promise((resolve) => { util.captureNativeJank(args, resolve); });
+exports.getGpuUsage = (nativePid, gpuPid) => new Promise((resolve) => { util.getGpuUsage(nativePid, gpuPid, resolve); });
+exports.enumProcessList = () => new Promise((resolve) => { util.enumProcessList(resolve); });

@@ -3,13 +3,10 @@ import path from 'node:path';
 import { build } from './lib/build.mjs';
 import { ensureTools } from './lib/setup.mjs';
 import { root, runMain } from './lib/shell.mjs';
-import { runWindows, windowsNode } from './lib/windows.mjs';
+import { runScript } from './lib/windows.mjs';
 
-await runMain(async () => {
+await runMain(() => {
   ensureTools();
   build();
-  return runWindows(windowsNode(), [path.join(root, 'examples', 'tour.js')], {
-    stdout: (chunk) => process.stdout.write(chunk),
-    stderr: (chunk) => process.stderr.write(chunk),
-  });
+  return runScript([path.join(root, 'examples', 'tour.js')]);
 });

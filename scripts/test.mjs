@@ -7,9 +7,9 @@ import { build, buildFolder } from './lib/build.mjs';
 import { ensureDebugModeFiles } from './lib/debug_mode_files.mjs';
 import { checkStyle } from './lib/style.mjs';
 import { checkTypes } from './lib/types.mjs';
-import { ensureTools, ensureWinePrefix } from './lib/setup.mjs';
+import { ensureTools, ensureWinePrefix, nodeVersions } from './lib/setup.mjs';
 import { onWindows, root, runMain, say } from './lib/shell.mjs';
-import { nodeVersions, runHostNode, runWindows, stopLane, windowsNode } from './lib/windows.mjs';
+import { holdLane, runProgram, stopLane, windowsNode } from './lib/windows.mjs';
 
 const timeoutMs = 300_000;
 // Two lanes for two cores. Each has a Wine prefix, and so a registry, of its own.
@@ -28,11 +28,11 @@ function report(name, { passed, failed, output, seconds }) {
 }
 
 /** Runs a test program and counts by the two patterns; an end without a count, or with a failure code, is a failure. */
-async function runTestProgram(name, run, passedPattern, failedPattern) {
+async function runTestProgram(name, program, args, options, [passedPattern, failedPattern]) {
   const chunks = [];
   const collect = (chunk) => chunks.push(chunk);
   const start = performance.now();
-  const code = await run({ stdout: collect, stderr: collect, timeoutMs, cwd: root });
+  const code = await runProgram(program, args, { stdout: collect, stderr: collect, timeoutMs, cwd: root, ...options });
   const output = Buffer.concat(chunks).toString();
   const count = (pattern) => Number(output.match(pattern)?.[1] ?? 0);
   let failed = count(failedPattern);
@@ -45,23 +45,16 @@ function nativeTests() {
   const folder = path.join(buildFolder, 'native_tests');
   return readdirSync(folder).filter((file) => file.endsWith('.exe')).sort().map((file) => ({
     name: `tests/native/${file.slice(0, -'.exe'.length)}`,
-    run: (name, lane) => runTestProgram(name, (options) => runWindows(path.join(folder, file), [], { ...options, lane }),
-      /^\[ {2}PASSED {2}\] (\d+) tests?\.$/m, /^\[ {2}FAILED {2}\] (\d+) tests?, listed below:$/m),
+    run: (name, lane) => runTestProgram(name, path.join(folder, file), [], { lane },
+      [/^\[ {2}PASSED {2}\] (\d+) tests?\.\r?$/m, /^\[ {2}FAILED {2}\] (\d+) tests?, listed below:\r?$/m]),
   }));
 }
+
+const tapPatterns = [/^# pass (\d+)\r?$/m, /^# fail (\d+)\r?$/m];
 
 function testFiles(ending) {
   return readdirSync(path.join(root, 'tests'), { recursive: true })
-    .filter((file) => file.endsWith(ending)).map((file) => file.replaceAll('\\', '/')).sort();
-}
-
-/** Tests of what only Debian can do: reading dumps with another debugger, running Windows programs in Wine. */
-function hostTests() {
-  return onWindows ? [] : testFiles('.host.test.mjs').map((file) => ({
-    name: `tests/${file} on the host`,
-    run: (name) => runTestProgram(name, (options) => runHostNode(path.join(root, 'tests', file), options),
-      /^# pass (\d+)$/m, /^# fail (\d+)$/m),
-  }));
+    .filter((file) => file.endsWith(ending)).map((file) => `tests/${file.replaceAll('\\', '/')}`).sort();
 }
 
 /** A test of the module more than of Node.js, and a long one, bears ".once" in its name and runs in one release only. */
@@ -70,10 +63,17 @@ const isFor = (file, version) => !file.endsWith('.once.test.js') || version === 
 function scriptTests() {
   const files = testFiles('.test.js');
   return nodeVersions.toReversed().flatMap((version) => files.filter((file) => isFor(file, version)).map((file) => ({
-    name: `tests/${file} in Node.js ${version}`,
-    run: (name, lane) => runTestProgram(name, (options) => runWindows(windowsNode(version),
-      ['--test-reporter=tap', path.join(root, 'tests', file)], { ...options, lane }), /^# pass (\d+)\r?$/m, /^# fail (\d+)\r?$/m),
+    name: `${file} in Node.js ${version}`,
+    run: (name, lane) => runTestProgram(name, windowsNode(version), ['--test-reporter=tap', file], { lane }, tapPatterns),
   })));
+}
+
+/** Tests of what only Debian can do: running Windows programs in Wine, reading dumps with another debugger. */
+function hostTests() {
+  return onWindows ? [] : testFiles('.host.test.mjs').map((file) => ({
+    name: `${file} on the host`,
+    run: (name) => runTestProgram(name, process.execPath, ['--test-reporter=tap', file], { host: true }, tapPatterns),
+  }));
 }
 
 await runMain(async () => {
@@ -85,10 +85,11 @@ await runMain(async () => {
   for (const version of nodeVersions) windowsNode(version);
   for (const lane of lanes) if (!onWindows) ensureWinePrefix(lane);
   if (!onWindows && queue.some(({ name }) => /debug_mode|faults/.test(name))) ensureDebugModeFiles();
+  for (const lane of lanes) holdLane(lane);
   await Promise.all(lanes.map(async (lane) => {
     for (let test = queue.shift(); test; test = queue.shift()) await test.run(test.name, lane);
-    stopLane(lane);
   }));
+  for (const lane of lanes) stopLane(lane);
   if (selections.length === 0) {
     report('types', checkTypes());
     for (const [name, result] of await checkStyle()) report(name, result);

@@ -11,3 +11,10 @@ export function build({ tests = false } = {}) {
   run('cmake', ['--preset', preset]);
   run('cmake', ['--build', '--preset', preset, ...(tests ? [] : ['--target', 'borvanta_util', 'runtime'])]);
 }
+
+/** Builds the module and what `npm run bench` measures it against. */
+export function buildBench() {
+  say('Building the module and its measure');
+  run('cmake', ['--preset', preset]);
+  run('cmake', ['--build', '--preset', preset, '--target', 'bench']);
+}

@@ -2,20 +2,33 @@
 // Everything here is quick when there is nothing to do.
 import { spawnSync } from 'node:child_process';
 import { createHash } from 'node:crypto';
-import { cpSync, existsSync, mkdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { cpSync, existsSync, mkdirSync, mkdtempSync, readFileSync, renameSync, rmSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import { onWindows, root, run, say, SetupError, succeeds } from './shell.mjs';
 
-const buildPackages = [
-  'cmake', 'ninja-build', 'g++-mingw-w64-x86-64-posix', 'nlohmann-json3-dev', 'googletest', 'wine', 'wine64'];
-const testPackages = ['clang-format-14', 'clang-tidy-14', 'lldb-14', 'openssl', 'osslsigncode'];
+// Each Debian package with a file of it, by which it is known to be there where there is no dpkg to ask.
+const buildPackages = {
+  cmake: '/usr/bin/cmake',
+  'ninja-build': '/usr/bin/ninja',
+  'g++-mingw-w64-x86-64-posix': '/usr/bin/x86_64-w64-mingw32-g++-posix',
+  'nlohmann-json3-dev': '/usr/include/nlohmann/json.hpp',
+  googletest: '/usr/src/googletest/CMakeLists.txt',
+  wine64: '/usr/lib/wine/wine64',
+};
+const testPackages = {
+  'clang-format-14': '/usr/bin/clang-format-14',
+  'clang-tidy-14': '/usr/bin/clang-tidy-14',
+  'lldb-14': '/usr/bin/lldb-14',
+  openssl: '/usr/bin/openssl',
+  osslsigncode: '/usr/bin/osslsigncode',
+};
 
 /** Sees to the tools that building and running need; with `forTests` to those of the tests too. */
 export function ensureTools({ forTests = false } = {}) {
   if (onWindows) ensureMsvc();
-  else ensureDebianPackages(forTests ? [...buildPackages, ...testPackages] : buildPackages);
+  else ensureDebianPackages(forTests ? { ...buildPackages, ...testPackages } : buildPackages);
   ensureNpmPackages(root);
-  ensureNpmPackages(path.join(root, 'tools', 'windows-node'));
+  ensureNpmPackages(windowsNodeFolder, nodeVersions.map(windowsNodeFile));
 }
 
 function ensureMsvc() {
@@ -25,28 +38,48 @@ function ensureMsvc() {
 }
 
 function ensureDebianPackages(packages) {
-  const query = spawnSync('dpkg-query', ['-W', '-f', '${Package} ${db:Status-Status}\\n', ...packages],
+  const names = Object.keys(packages);
+  const query = spawnSync('dpkg-query', ['-W', '-f', '${Package} ${db:Status-Status}\\n', ...names],
     { encoding: 'utf8' });
-  if (query.error) throw new SetupError(`This is not Debian. Install what these packages hold: ${packages.join(' ')}`);
-  const installed = new Set(query.stdout.split('\n').filter((line) => line.endsWith(' installed'))
-    .map((line) => line.split(' ')[0]));
-  const missing = packages.filter((name) => !installed.has(name));
-  if (missing.length === 0) return;
-  if (process.getuid() !== 0) throw new SetupError(`Install as root: apt-get install ${missing.join(' ')}`);
-  say(`Installing ${missing.length} Debian packages (a minute or two): ${missing.join(' ')}`);
+  const onDebian = !query.error;
+  const installed = new Set(onDebian
+    ? query.stdout.split('\n').filter((line) => line.endsWith(' installed')).map((line) => line.split(' ')[0])
+    : names.filter((name) => existsSync(packages[name])));
+  const missing = names.filter((name) => !installed.has(name)).join(' ');
+  if (!missing) return;
+  if (!onDebian) throw new SetupError(`Install what these Debian packages hold, in the same places: ${missing}`);
+  if (process.getuid() !== 0) throw new SetupError(`Install as root: apt-get install --no-install-recommends ${missing}`);
+  say(`Installing Debian packages (a minute or two): ${missing}`);
   const env = { DEBIAN_FRONTEND: 'noninteractive' };
-  run('apt-get', ['update', '-q'], { env });
-  run('apt-get', ['install', '-q', '-y', '--no-install-recommends', ...missing], { env });
+  try {
+    run('apt-get', ['update', '-q'], { env });
+    run('apt-get', ['install', '-q', '-y', '--no-install-recommends', ...missing.split(' ')], { env });
+  } catch (error) {
+    throw new SetupError(`${error.message}\nInstall these Debian packages, then try again: ${missing}`);
+  }
 }
 
 /** Installs a folder's npm packages when its lock file has changed since the last time. */
-function ensureNpmPackages(folder) {
+function ensureNpmPackages(folder, wanted = []) {
   const stamp = path.join(folder, 'node_modules', '.installed-lock');
   const lock = createHash('sha256').update(readFileSync(path.join(folder, 'package-lock.json'))).digest('hex');
   if (existsSync(stamp) && readFileSync(stamp, 'utf8') === lock) return;
   say(`Installing the npm packages of ${path.relative(root, folder) || 'the project'}`);
   run('npm', ['ci', '--no-audit', '--no-fund'], { cwd: folder, shell: onWindows });
+  // npm keeps silent when it cannot get an optional package.
+  const missing = wanted.filter((file) => !existsSync(file));
+  if (missing.length > 0) throw new SetupError(`npm could not install ${missing.join(', ')}; is the registry reachable?`);
   writeFileSync(stamp, lock);
+}
+
+/** The releases of Node.js that the module is tested in, the one that runs by default last. */
+export const nodeVersions = ['18', '20', '22'];
+
+const windowsNodeFolder = path.join(root, 'tools', 'windows-node');
+
+/** A release's node.exe as npm installs it. */
+export function windowsNodeFile(version) {
+  return path.join(windowsNodeFolder, 'node_modules', `node${version}`, 'bin', 'node.exe');
 }
 
 /**
@@ -54,32 +87,40 @@ function ensureNpmPackages(folder) {
  */
 export function ensureWinePrefix(lane = 0) {
   const prefix = path.join(root, 'build', 'wine', `lane-${lane}`);
-  const stamp = path.join(prefix, '.ready');
-  if (existsSync(stamp)) return prefix;
-  rmSync(prefix, { recursive: true, force: true });
-  if (lane > 0) {
+  if (existsSync(prefix)) return prefix;
+  // Made under another name: what is interrupted is never taken for a prefix, and of two makers one wins.
+  mkdirSync(path.dirname(prefix), { recursive: true });
+  const draft = mkdtempSync(`${prefix}.`);
+  if (lane === 0) {
+    say('Making the Wine prefix (about ten seconds)');
+    const env = wineEnvironment(draft);
+    run(wine, ['wineboot', '-i'], { env });
+    // A fresh prefix claims Windows 7, on which Node.js refuses to start.
+    run(wine, ['winecfg', '-v', 'win10'], { env });
+    stopWine(draft);
+  } else {
     const first = ensureWinePrefix(0);
     stopWine(first);
     say(`Copying the Wine prefix for lane ${lane}`);
-    cpSync(first, prefix, { recursive: true, verbatimSymlinks: true });
-    return prefix;
+    cpSync(first, draft, { recursive: true, verbatimSymlinks: true });
   }
-  say('Making the Wine prefix (about ten seconds)');
-  mkdirSync(prefix, { recursive: true });
-  const env = wineEnvironment(prefix);
-  run(wine, ['wineboot', '-i'], { env });
-  // A fresh prefix claims Windows 7, on which Node.js refuses to start.
-  run(wine, ['winecfg', '-v', 'win10'], { env });
-  stopWine(prefix);
-  writeFileSync(stamp, '');
+  try {
+    renameSync(draft, prefix);
+  } catch (error) {
+    rmSync(draft, { recursive: true });
+    if (!existsSync(prefix)) throw error;
+  }
   return prefix;
 }
 
 /** The 64-bit loader itself: the wrapper script in /usr/bin asks for a 32-bit Wine that nothing here needs. */
 export const wine = '/usr/lib/wine/wine64';
 
+/** What a Windows program in the prefix is started with. The locale decides how Wine reads arguments and file names. */
 export function wineEnvironment(prefix) {
-  return { WINEPREFIX: prefix, WINEARCH: 'win64', WINEDEBUG: '-all', WINEDLLOVERRIDES: 'dbghelp=n,b' };
+  // Without mscoree and mshtml, a new prefix does not offer in a window to download what they need.
+  return { WINEPREFIX: prefix, WINEARCH: 'win64', WINEDEBUG: '-all', LC_ALL: 'C.UTF-8',
+    WINEDLLOVERRIDES: 'dbghelp=n,b;mscoree,mshtml=' };
 }
 
 /** Ends every Windows program of a prefix and waits until its registry is on disk. */

@@ -2,7 +2,7 @@
 // it, a header or a setting changes.
 import { execFile, spawnSync } from 'node:child_process';
 import { createHash } from 'node:crypto';
-import { existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
+import { existsSync, mkdirSync, readdirSync, readFileSync, writeFileSync } from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
 import { promisify } from 'node:util';
@@ -10,9 +10,8 @@ import { buildFolder } from './build.mjs';
 import { onWindows, root, say } from './shell.mjs';
 
 function sourceFiles() {
-  const listed = spawnSync('git', ['ls-files', '--cached', '--others', '--exclude-standard', '*.cc', '*.h'],
-    { cwd: root, encoding: 'utf8' });
-  return listed.stdout.split('\n').filter((file) => file && existsSync(path.join(root, file)));
+  return ['src', 'tests', 'bench'].flatMap((folder) => readdirSync(path.join(root, folder), { recursive: true })
+    .filter((file) => /\.(cc|h)$/.test(file)).map((file) => path.join(folder, file))).sort();
 }
 
 /** Where the cross-compiler's own headers lie: clang-tidy does not find Debian's "-posix" folder by itself. */

@@ -5,18 +5,15 @@ import { copyFileSync, closeSync, existsSync, linkSync, mkdirSync, mkdtempSync, 
 import os from 'node:os';
 import path from 'node:path';
 import { buildFolder } from './build.mjs';
-import { ensureWinePrefix, stopWine, wine, wineEnvironment } from './setup.mjs';
+import { ensureWinePrefix, nodeVersions, stopWine, wine, wineEnvironment, windowsNodeFile } from './setup.mjs';
 import { onWindows, root } from './shell.mjs';
-
-/** The releases of Node.js that the module is tested in, the one that runs by default last. */
-export const nodeVersions = ['18', '20', '22'];
 
 /**
  * The node.exe of a release, in a folder of its own together with the test platform's DLLs, which Windows programs load
  * in preference to the system's when they stand beside the executable.
  */
 export function windowsNode(version = nodeVersions.at(-1)) {
-  const source = path.join(root, 'tools', 'windows-node', 'node_modules', `node${version}`, 'bin', 'node.exe');
+  const source = windowsNodeFile(version);
   const folder = path.join(root, 'build', 'windows', `node${version}`);
   const target = path.join(folder, 'node.exe');
   mkdirSync(folder, { recursive: true });
@@ -60,20 +57,19 @@ class FileFollower {
 }
 
 /**
- * Runs a Windows program to its end and resolves to its exit code (Wine passes on the low eight bits; a code whose low
- * bits are all zero, and death by a signal, become 1). `stdout` and `stderr` are called with what it prints as it comes.
- * A program that takes longer than `timeoutMs` is killed.
+ * Runs a Windows program, or with `host` one of this system, to its end and resolves to its exit code (Wine passes on the
+ * low eight bits, and 1 where they alone are zero; death by a signal becomes 1 too). `stdout` and `stderr` are called with
+ * what it prints as it comes; its own input is empty. A program that takes longer than `timeoutMs` is killed, and so is
+ * one whose `signal` is aborted.
  */
-export async function runWindows(program, args, { lane = 0, env = {}, cwd, stdout, stderr, timeoutMs } = {}) {
-  if (onWindows) {
-    return new Promise((resolve, reject) => {
-      const child = spawn(program, args, { cwd, env: { ...process.env, ...env }, timeout: timeoutMs,
-        stdio: ['ignore', 'pipe', 'pipe'] });
-      child.stdout.on('data', stdout);
-      child.stderr.on('data', stderr);
-      child.on('error', reject);
-      child.on('close', (code) => resolve(code ?? 1));
-    });
+export async function runProgram(program, args, options) {
+  const { lane = 0, host = onWindows, env = {}, cwd, stdout, stderr, timeoutMs, signal } = options;
+  if (host) {
+    const child = spawn(program, args, { cwd, env: { ...process.env, ...env }, timeout: timeoutMs, signal,
+      stdio: ['ignore', 'pipe', 'pipe'] });
+    child.stdout.on('data', stdout);
+    child.stderr.on('data', stderr);
+    return exitCode(child);
   }
   const prefix = ensureWinePrefix(lane);
   // Windows programs in Wine cannot write to a Unix pipe, so they write to files, and these are followed.
@@ -82,12 +78,8 @@ export async function runWindows(program, args, { lane = 0, env = {}, cwd, stdou
   const fds = files.map((file) => openSync(file, 'a'));
   const followers = [new FileFollower(files[0], stdout), new FileFollower(files[1], stderr)];
   try {
-    return await new Promise((resolve, reject) => {
-      const child = spawn(wine, [program, ...args], { cwd, timeout: timeoutMs, killSignal: 'SIGKILL',
-        env: { ...process.env, ...wineEnvironment(prefix), ...env }, stdio: ['ignore', ...fds] });
-      child.on('error', reject);
-      child.on('close', (code) => resolve(code ?? 1));
-    });
+    return await exitCode(spawn(wine, [program, ...args], { cwd, timeout: timeoutMs, signal, killSignal: 'SIGKILL',
+      env: { ...process.env, ...wineEnvironment(prefix), ...env }, stdio: ['ignore', ...fds] }));
   } finally {
     for (const follower of followers) follower.stop();
     for (const fd of fds) closeSync(fd);
@@ -95,16 +87,37 @@ export async function runWindows(program, args, { lane = 0, env = {}, cwd, stdou
   }
 }
 
-/** Runs a script in the Node.js that runs this one; otherwise like runWindows. */
-export function runHostNode(script, { cwd, stdout, stderr, timeoutMs }) {
+function exitCode(child) {
   return new Promise((resolve, reject) => {
-    const child = spawn(process.execPath, ['--test-reporter=tap', script], { cwd, timeout: timeoutMs,
-      stdio: ['ignore', 'pipe', 'pipe'] });
-    child.stdout.on('data', stdout);
-    child.stderr.on('data', stderr);
-    child.on('error', reject);
+    child.on('error', (error) => { if (error.name !== 'AbortError') reject(error); });
     child.on('close', (code) => resolve(code ?? 1));
   });
+}
+
+/**
+ * Runs a script in Node.js for Windows as if this process were it: in the folder that npm was called in, with its output
+ * on this process's own. It ends with this process, and when nobody reads its output any more.
+ */
+export async function runScript(args, version) {
+  const ended = new AbortController();
+  for (const name of ['SIGINT', 'SIGTERM', 'SIGHUP']) process.once(name, () => ended.abort());
+  const write = (stream) => {
+    stream.on('error', () => ended.abort());
+    return (chunk) => { if (!ended.signal.aborted) stream.write(chunk); };
+  };
+  return runProgram(windowsNode(version), args, { cwd: process.env.INIT_CWD ?? process.cwd(),
+    stdout: write(process.stdout), stderr: write(process.stderr), signal: ended.signal });
+}
+
+/**
+ * Keeps a lane's desktop open until stopLane(), at most for an hour. Otherwise the desktop closes a second after the last
+ * program, and a test's child that opens it anew hands its output pipe on to it: the test then waits in vain for that
+ * pipe to close.
+ */
+export function holdLane(lane) {
+  if (onWindows) return;
+  spawn(wine, [windowsNode(), '-e', 'setTimeout(() => {}, 3_600_000)'],
+    { env: { ...process.env, ...wineEnvironment(ensureWinePrefix(lane)) }, stdio: 'ignore' }).unref();
 }
 
 /** Ends every program that is still running in a lane. */

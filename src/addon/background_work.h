@@ -82,7 +82,8 @@ class BackgroundCall : public std::enable_shared_from_this<BackgroundCall<Record
       record = std::move(call->record_);
     }
     try {
-      callback.Call(env.Undefined(), {call->toScript_(env, record ? *record : Record())});
+      const Record nothing{};
+      callback.Call(env.Undefined(), {call->toScript_(env, record ? *record : nothing)});
     } catch (const Napi::Error& error) {
       // Left to itself, Node.js turns an exception that leaves a thread-safe function into a mere warning. It belongs
       // to the client's handlers of uncaught exceptions.

@@ -1,6 +1,5 @@
 #include "identity/machine_id.h"
 
-#include <algorithm>
 #include <cwchar>
 
 #include "identity/disk_serial.h"

@@ -1,5 +1,9 @@
 #include "identity/storage_property.h"
 
+#include <windows.h>
+
+#include <winioctl.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>

@@ -4,9 +4,12 @@
 
 #include <windows.h>
 
+#include <array>
+#include <atomic>
 #include <cstring>
 #include <future>
 #include <string>
+#include <thread>
 
 #include "support/import_patch.h"
 #include "win/get_function.h"
@@ -65,6 +68,24 @@ TEST(WorkerThread, CarriesItsNameWholeUpToFifteenCharacters) {
   EXPECT_EQ(NameSeenFromOutside("EnumProcessList"), L"EnumProcessList");
   EXPECT_EQ(NameSeenFromOutside("CaptureJank"), L"CaptureJank");
   EXPECT_EQ(NameSeenFromOutside("SixteenCharacter"), L"SixteenCharacte");
+}
+
+TEST(WorkerThread, MayEndAtOnceWhileOthersStart) {
+  constexpr int kStarters = 8;
+  constexpr int kWorkersEach = 300;
+  std::atomic<int> ended = 0;
+  std::array<std::thread, kStarters> starters;
+  for (std::thread& starter : starters) {
+    starter = std::thread([&] {
+      for (int worker = 0; worker < kWorkersEach; ++worker)
+        addon::StartWorker("Short", [&] { ++ended; });
+    });
+  }
+  for (std::thread& starter : starters)
+    starter.join();
+  for (int turn = 0; turn < 1000 && ended < kStarters * kWorkersEach; ++turn)
+    Sleep(10);
+  EXPECT_EQ(ended, kStarters * kWorkersEach);
 }
 
 TEST(WorkerThread, TellsDebuggersTheNameOnASystemWithoutThreadDescriptions) {

@@ -112,7 +112,7 @@ exports.answers = {
     PdhCollectQueryData: 'empty',
     PdhGetFormattedCounterArrayW: 'empty',
     PdhOpenQueryW: 'empty',
-    malloc: { 1: ends, 2: ends },
+    malloc: ends,
     'malloc@worker': { 3: 'empty' },
   },
   getGpuUsage: {

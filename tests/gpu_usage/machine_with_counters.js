@@ -4,7 +4,7 @@
 const path = require('node:path');
 const { call, load } = require('../support/windows.js');
 
-const build = path.resolve(__dirname, '..', '..', 'build', process.env.BORVANTA_BUILD ?? 'mingw');
+const { buildFolder: build } = require('../support/windows.js');
 const loaded = { exports: {} };
 process.dlopen(loaded, path.join(build, 'stand_ins', 'pdh.dll'));
 

@@ -2,10 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
+#include <softpub.h>
+#include <wintrust.h>
+
+#include <cstring>
 #include <iostream>
 #include <string>
 #include <vector>
 
+#include "identity/file_signature.h"
 #include "support/child_process.h"
 #include "support/import_patch.h"
 #include "win/text.h"
@@ -35,6 +42,36 @@ int frees = 0;
 BOOL WINAPI CountFrees(HMODULE library) {
   if (library == GetModuleHandleW(L"wintrust.dll")) ++frees;
   return realFreeLibrary(library);
+}
+
+/// One call of WinVerifyTrust: where its data lies, and copies of the data and of what belongs to it.
+struct TrustCall {
+  HWND window;
+  GUID action;
+  const void* address;
+  WINTRUST_DATA data;
+  WINTRUST_FILE_INFO file;
+  std::wstring path;
+};
+std::vector<TrustCall> trustCalls;
+LONG trustStatus = 0;
+
+/// Answers `trustStatus`, to the call that closes the opposite, which nobody should look at.
+LONG WINAPI RecordTrust(HWND window, GUID* action, void* data) {
+  auto& trust = *static_cast<WINTRUST_DATA*>(data);
+  trustCalls.push_back({window, *action, data, trust, *trust.pFile, trust.pFile->pcwszFilePath});
+  if (trust.dwStateAction == WTD_STATEACTION_CLOSE) return trustStatus == 0 ? 1 : 0;
+  trust.hWVTStateData = &trustStatus;
+  return trustStatus;
+}
+
+auto* const realGetProcAddress =
+    testing_support::RealFunction<decltype(GetProcAddress)>(L"kernel32.dll", "GetProcAddress");
+
+FARPROC WINAPI GiveRecorder(HMODULE library, LPCSTR name) {
+  if (library != GetModuleHandleW(L"wintrust.dll") || std::strcmp(name, "WinVerifyTrust") != 0)
+    return realGetProcAddress(library, name);
+  return reinterpret_cast<FARPROC>(&RecordTrust);
 }
 
 }  // namespace
@@ -88,4 +125,32 @@ TEST(DebugMode, IsOffInAProgramWithoutThePeriodAndRunsNoCheck) {
   testing_support::ChildProcess child("HostDebugMode", {"0"});
   EXPECT_EQ(child.ReadLine(), "false false");
   EXPECT_EQ(child.Wait(), 0U);
+}
+
+TEST(FileSignature, IsVerifiedWithoutUserOrNetworkAndThenClosed) {
+  const testing_support::ImportPatch patch("GetProcAddress", &GiveRecorder);
+  for (const LONG status : {LONG{0}, LONG{1}, LONG{TRUST_E_NOSIGNATURE}}) {
+    SCOPED_TRACE(status);
+    trustStatus = status;
+    trustCalls.clear();
+    EXPECT_EQ(identity::FileSignature().Verify(L"x"), status == 0);
+    ASSERT_EQ(trustCalls.size(), 2U);
+    for (const TrustCall& call : trustCalls) {
+      EXPECT_EQ(call.window, INVALID_HANDLE_VALUE);
+      EXPECT_TRUE(IsEqualGUID(call.action, GUID(WINTRUST_ACTION_GENERIC_VERIFY_V2)));
+      EXPECT_EQ(call.address, trustCalls[0].address);
+      EXPECT_EQ(call.data.cbStruct, sizeof(WINTRUST_DATA));
+      EXPECT_EQ(call.data.dwUIChoice, DWORD{WTD_UI_NONE});
+      EXPECT_EQ(call.data.fdwRevocationChecks, DWORD{WTD_REVOKE_NONE});
+      EXPECT_EQ(call.data.dwUnionChoice, DWORD{WTD_CHOICE_FILE});
+      EXPECT_EQ(call.data.dwProvFlags, DWORD{WTD_REVOCATION_CHECK_NONE | WTD_CACHE_ONLY_URL_RETRIEVAL});
+      EXPECT_EQ(call.file.cbStruct, sizeof(WINTRUST_FILE_INFO));
+      EXPECT_EQ(call.file.hFile, nullptr);
+      EXPECT_EQ(call.path, L"x");
+    }
+    EXPECT_EQ(trustCalls[0].data.dwStateAction, DWORD{WTD_STATEACTION_VERIFY});
+    EXPECT_EQ(trustCalls[0].data.hWVTStateData, nullptr);
+    EXPECT_EQ(trustCalls[1].data.dwStateAction, DWORD{WTD_STATEACTION_CLOSE});
+    EXPECT_EQ(trustCalls[1].data.hWVTStateData, &trustStatus);
+  }
 }

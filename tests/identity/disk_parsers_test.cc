@@ -1,10 +1,16 @@
 // What is read from the bytes of a device, which may be anything.
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <random>
+#include <span>
+#include <string>
+#include <utility>
 
 #include "identity/disk_serial.h"
 #include "identity/smart_identify.h"

@@ -8,12 +8,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <map>
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "identity/smart_identify.h"
@@ -29,15 +31,20 @@ using testing_support::RealFunction;
 auto* const realCreateFileW = RealFunction<decltype(CreateFileW)>(L"kernel32.dll", "CreateFileW");
 auto* const realCloseHandle = RealFunction<decltype(CloseHandle)>(L"kernel32.dll", "CloseHandle");
 
+/// What of its IDENTIFY data a drive tells.
+struct SmartAnswer {
+  uint16_t word0;
+  std::string serial;
+};
+
 /// What a drive answers; what is missing it refuses.
 struct Drive {
   std::optional<MEDIA_TYPE> geometry{};
   std::optional<std::string> property{};
   bool mediaSerialNumber = false;
   std::optional<BYTE> ideDeviceMap{};
-  /// Word 0 and serial number, by probe.
-  std::optional<std::pair<uint16_t, std::string>> smartA{};
-  std::optional<std::pair<uint16_t, std::string>> smartB{};
+  std::optional<SmartAnswer> smartA{};
+  std::optional<SmartAnswer> smartB{};
 };
 
 /// The machine's drives by path; others do not exist. While one lives, the device calls of this program go to it.
@@ -120,8 +127,7 @@ class Machine {
     }
   }
 
-  static BOOL AnswerSmart(const std::optional<std::pair<uint16_t, std::string>>& answer, std::span<const BYTE> input,
-                          BYTE* out) {
+  static BOOL AnswerSmart(const std::optional<SmartAnswer>& answer, std::span<const BYTE> input, BYTE* out) {
     std::string hex;
     for (const BYTE byte : input) {
       std::array<char, 3> digits{};
@@ -130,9 +136,9 @@ class Machine {
     }
     current_->smartInputs.push_back(hex);
     if (!answer) return FALSE;
-    std::memcpy(out + 16, &answer->first, 2);
-    for (size_t i = 0; i < answer->second.size(); ++i)
-      out[16 + 20 + (i ^ 1)] = static_cast<BYTE>(answer->second[i]);
+    std::memcpy(out + 16, &answer->word0, 2);
+    for (size_t i = 0; i < answer->serial.size(); ++i)
+      out[16 + 20 + (i ^ 1)] = static_cast<BYTE>(answer->serial[i]);
     return TRUE;
   }
 
@@ -163,7 +169,7 @@ using Calls = std::vector<std::string>;
 }  // namespace
 
 TEST(DiskSerial, OfAFixedVolumeComesFromTheVolumeItself) {
-  const Machine machine({{L"C:", {.geometry = FixedMedia, .property = "S3Z9"}}});
+  Machine machine({{L"C:", {.geometry = FixedMedia, .property = "S3Z9"}}});
   EXPECT_EQ(SerialOfC(), L"S3Z9");
   EXPECT_EQ(machine.calls, (Calls{"open C: 0 3", "70000 0 24", "2D1400 12 40959", "2D0C10 0 40959", "close"}));
 }
@@ -171,8 +177,8 @@ TEST(DiskSerial, OfAFixedVolumeComesFromTheVolumeItself) {
 TEST(DiskSerial, ComesFromTheFirstPhysicalDriveThatTellsOne) {
   const Drive removable{.geometry = RemovableMedia, .property = "stick"};
   const Drive smartOnly{
-      .ideDeviceMap = BYTE{0x20}, .smartA = std::pair(0x80, "card"), .smartB = std::pair(0x40, "disk")};
-  const Machine machine({{L"C:", removable}, {L"PhysicalDrive0", removable}, {L"PhysicalDrive1", smartOnly}});
+      .ideDeviceMap = BYTE{0x20}, .smartA = SmartAnswer{0x80, "card"}, .smartB = SmartAnswer{0x40, "disk"}};
+  Machine machine({{L"C:", removable}, {L"PhysicalDrive0", removable}, {L"PhysicalDrive1", smartOnly}});
   EXPECT_EQ(SerialOfC(), L"disk");
   EXPECT_EQ(machine.calls, (Calls{"open C: 0 3",
                                   "70000 0 24",
@@ -213,8 +219,8 @@ TEST(DiskSerial, ComesFromTheFirstPhysicalDriveThatTellsOne) {
 }
 
 TEST(DiskSerial, AddressesADriveByItsPlaceOnTheController) {
-  const Drive drive{.ideDeviceMap = BYTE{0x23}, .smartA = std::pair(0x40, "disk")};
-  const Machine machine({{L"PhysicalDrive0", drive}, {L"PhysicalDrive15", drive}});
+  const Drive drive{.ideDeviceMap = BYTE{0x23}, .smartA = SmartAnswer{0x40, "disk"}};
+  Machine machine({{L"PhysicalDrive0", drive}, {L"PhysicalDrive15", drive}});
   DiskRecord record;
   EXPECT_TRUE(identity::ProbeSmartA(0, record));
   EXPECT_EQ(record.devicePath, L"\\\\.\\PhysicalDrive0");
@@ -228,7 +234,7 @@ TEST(DiskSerial, AddressesADriveByItsPlaceOnTheController) {
 }
 
 TEST(DiskSerial, LooksAtSixteenDrivesAndNoMore) {
-  const Machine machine({{L"PhysicalDrive16", {.geometry = FixedMedia, .property = "beyond"}}});
+  Machine machine({{L"PhysicalDrive16", {.geometry = FixedMedia, .property = "beyond"}}});
   EXPECT_EQ(SerialOfC(), L"-");
   EXPECT_EQ(machine.calls.size(), 1U + 16 * 3);
   EXPECT_EQ(machine.calls.back(), "open PhysicalDrive15 C0000000 7");
@@ -238,13 +244,13 @@ TEST(DiskSerial, IsGivenUpAtAFixedDriveThatKeepsIt) {
   const Drive silent{.geometry = FixedMedia};
   const Drive telling{.geometry = FixedMedia, .property = "S3Z9"};
   {
-    const Machine machine({{L"C:", silent}, {L"PhysicalDrive1", silent}, {L"PhysicalDrive2", telling}});
+    Machine machine({{L"C:", silent}, {L"PhysicalDrive1", silent}, {L"PhysicalDrive2", telling}});
     EXPECT_EQ(SerialOfC(), L"-") << "a silent volume does not end the search, a silent drive does";
     EXPECT_EQ(machine.Opened(),
               "C: PhysicalDrive0 PhysicalDrive0 PhysicalDrive0 PhysicalDrive1 PhysicalDrive1 PhysicalDrive1 ");
   }
-  const Drive later{.geometry = FixedMedia, .ideDeviceMap = BYTE{0}, .smartB = std::pair(0x40, "late")};
-  const Machine machine({{L"PhysicalDrive0", later}});
+  const Drive later{.geometry = FixedMedia, .ideDeviceMap = BYTE{0}, .smartB = SmartAnswer{0x40, "late"}};
+  Machine machine({{L"PhysicalDrive0", later}});
   EXPECT_EQ(SerialOfC(), L"late") << "the index's other probes still run";
   EXPECT_EQ(machine.smartInputs.size(), 1U) << "A does not ask a controller without devices";
 }
@@ -259,7 +265,7 @@ TEST(DiskSerial, IsTheHandlesValueWhereTheDriverTellsAMediaSerialNumber) {
 }
 
 TEST(DiskSerial, RecordIsClearedBeforeEachProbe) {
-  const Machine machine({{L"C:", {.geometry = FixedMedia, .property = "S3Z9"}}});
+  Machine machine({{L"C:", {.geometry = FixedMedia, .property = "S3Z9"}}});
   DiskRecord record;
   EXPECT_TRUE(identity::ProbeStorageProperty(L"\\\\.\\C:", record));
   EXPECT_EQ(record.devicePath, L"\\\\.\\C:");
@@ -270,4 +276,27 @@ TEST(DiskSerial, RecordIsClearedBeforeEachProbe) {
     EXPECT_EQ(record.serialNumber + record.devicePath, L"");
     EXPECT_EQ(record.mediaType, 0U);
   }
+}
+
+TEST(DiskSerial, SmartProbeFailsAtADriveThatRefusesItsIdentifyData) {
+  Machine machine({{L"PhysicalDrive0", {.ideDeviceMap = BYTE{1}}}});
+  for (const auto probe : {&identity::ProbeSmartA, &identity::ProbeSmartB}) {
+    DiskRecord record;
+    EXPECT_FALSE(probe(0, record));
+    EXPECT_EQ(record.devicePath, L"\\\\.\\PhysicalDrive0");
+    EXPECT_EQ(record.mediaType, 0U);
+    EXPECT_EQ(machine.calls.back(), "close");
+  }
+  EXPECT_EQ(machine.smartInputs.size(), 2U) << "both asked";
+}
+
+TEST(DiskSerial, PropertyProbeNeedsOneOfItsTwoQueriesAnswered) {
+  Machine machine({{L"C:", {.geometry = FixedMedia, .mediaSerialNumber = true}}, {L"D:", {.geometry = FixedMedia}}});
+  machine.nextHandle = 0x434241;
+  DiskRecord record;
+  EXPECT_TRUE(identity::ProbeStorageProperty(L"\\\\.\\C:", record));
+  EXPECT_EQ(record.serialNumber, L"ABC");
+  EXPECT_FALSE(identity::ProbeStorageProperty(L"\\\\.\\D:", record));
+  EXPECT_EQ(record.serialNumber, L"");
+  EXPECT_EQ(record.mediaType, static_cast<uint32_t>(FixedMedia)) << "known all the same";
 }

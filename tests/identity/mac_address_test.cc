@@ -1,4 +1,4 @@
-// The adapters are the machine's own; what the registry says about them is written by the test.
+// The adapters and what the registry says about them are the test's own.
 #include "identity/mac_address.h"
 
 #include <gtest/gtest.h>
@@ -7,8 +7,10 @@
 
 #include <iphlpapi.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
-#include <iostream>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -17,7 +19,6 @@
 #include "support/import_patch.h"
 #include "support/registry_scratch.h"
 #include "win/registry_key.h"
-#include "win/text.h"
 
 using identity::AdapterKind;
 using identity::ClassifyAdapter;
@@ -30,61 +31,52 @@ namespace {
 constexpr wchar_t kMachine[] = L"Software\\BorvantaUtilTests\\Machine";
 constexpr wchar_t kClass[] = L"SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002bE10318}";
 
-auto* const realGetAdaptersInfo =
-    testing_support::RealFunction<decltype(GetAdaptersInfo)>(L"iphlpapi.dll", "GetAdaptersInfo");
+constexpr UINT kWired = 6;
+constexpr UINT kWireless = 71;
 
-/// The real adapters, with the first `wireless` of them told to be of that kind. Patched in, because this machine may
-/// have wired ones only.
-size_t wireless = 0;
+/// What the two adapters of GetTwoAdapters are.
+std::array<UINT, 2> types{};
 
-ULONG WINAPI GetAdaptersSomeWireless(IP_ADAPTER_INFO* adapters, ULONG* size) {
-  const ULONG status = realGetAdaptersInfo(adapters, size);
-  if (status != ERROR_SUCCESS) return status;
-  size_t index = 0;
-  for (; adapters; adapters = adapters->Next)
-    adapters->Type = index++ < wireless ? 71 : MIB_IF_TYPE_ETHERNET;
-  return status;
+/// Two adapters in this order: "one" with the address 000A0B0C0D0E, "two" with 00000102030405FF.
+ULONG WINAPI GetTwoAdapters(IP_ADAPTER_INFO* adapters, ULONG* size) {
+  constexpr ULONG kSize = 2 * sizeof(IP_ADAPTER_INFO);
+  if (!adapters || *size < kSize) {
+    *size = kSize;
+    return 111;
+  }
+  const auto* const bytes = reinterpret_cast<const BYTE*>(adapters);
+  EXPECT_TRUE(std::all_of(bytes, bytes + kSize, [](BYTE byte) { return byte == 0; }));
+  constexpr std::array<BYTE, 6> kOne = {0x00, 0x0A, 0x0B, 0x0C, 0x0D, 0x0E};
+  constexpr std::array<BYTE, 8> kTwo = {0x00, 0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0xFF};
+  IP_ADAPTER_INFO& one = adapters[0];
+  IP_ADAPTER_INFO& two = adapters[1];
+  one.Next = &two;
+  two.Next = nullptr;
+  std::memcpy(one.AdapterName, "one", 4);
+  std::memcpy(two.AdapterName, "two", 4);
+  one.AddressLength = static_cast<UINT>(kOne.size());
+  two.AddressLength = static_cast<UINT>(kTwo.size());
+  std::memcpy(one.Address, kOne.data(), kOne.size());
+  std::memcpy(two.Address, kTwo.data(), kTwo.size());
+  one.Type = types[0];
+  two.Type = types[1];
+  return ERROR_SUCCESS;
 }
 
 ULONG WINAPI RefuseAdapters(IP_ADAPTER_INFO* /*adapters*/, ULONG* /*size*/) {
   return ERROR_NO_DATA;
 }
 
-struct Adapter {
-  std::wstring name;
-  std::wstring address;
-};
-
-std::vector<Adapter> RealAdapters() {
-  std::vector<IP_ADAPTER_INFO> buffer(64);
-  auto size = static_cast<ULONG>(buffer.size() * sizeof(IP_ADAPTER_INFO));
-  std::vector<Adapter> adapters;
-  if (realGetAdaptersInfo(buffer.data(), &size) != ERROR_SUCCESS) return adapters;
-  for (const IP_ADAPTER_INFO* adapter = buffer.data(); adapter; adapter = adapter->Next) {
-    std::wstring address;
-    for (UINT i = 0; i < adapter->AddressLength; ++i) {
-      wchar_t digits[3];
-      std::swprintf(digits, 3, L"%02X", adapter->Address[i]);
-      address += digits;
-    }
-    adapters.push_back({win::NarrowToWide(CP_ACP, adapter->AdapterName), address});
-  }
-  return adapters;
-}
-
 /// While it lives, this process sees an HKEY_LOCAL_MACHINE of the test's own, so that the machine's is left alone.
 class MacAddress : public testing::Test {
  protected:
   void SetUp() override {
-    if (adapters_.size() < 2) GTEST_SKIP() << "this machine has " << adapters_.size() << " network adapters";
+    types = {kWired, kWired};
     machine_.Set(nullptr, REG_NONE, nullptr, 0);
     key_ = win::RegistryKey::Open(HKEY_CURRENT_USER, kMachine, KEY_ALL_ACCESS);
     ASSERT_EQ(RegOverridePredefKey(HKEY_LOCAL_MACHINE, key_.Get()), ERROR_SUCCESS);
   }
-  void TearDown() override {
-    RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
-    wireless = 0;
-  }
+  void TearDown() override { RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr); }
 
   /// Writes the class sub-key `index` for the adapter `name`.
   void Describe(const wchar_t* index, const std::wstring& name, DWORD characteristics) {
@@ -101,44 +93,50 @@ class MacAddress : public testing::Test {
     return address;
   }
 
-  const std::vector<Adapter> adapters_ = RealAdapters();
   const RegistryScratch machine_{HKEY_CURRENT_USER, kMachine};
   win::RegistryKey key_;
-  const ImportPatch someWireless_{"GetAdaptersInfo", &GetAdaptersSomeWireless};
+  const ImportPatch twoAdapters_{"GetAdaptersInfo", &GetTwoAdapters};
 };
 
 }  // namespace
 
-// Prints each adapter's name and address.
+// Prints the name and address of each adapter of the machine. Called by machine_id.test.js.
 CHILD_MAIN(ListAdapters) {
-  for (const Adapter& adapter : RealAdapters())
-    std::cout << win::WideToUtf8(adapter.name + L" " + adapter.address) << "\n";
+  std::vector<IP_ADAPTER_INFO> buffer(64);
+  auto size = static_cast<ULONG>(buffer.size() * sizeof(IP_ADAPTER_INFO));
+  if (GetAdaptersInfo(buffer.data(), &size) != ERROR_SUCCESS) return 1;
+  for (const IP_ADAPTER_INFO* adapter = buffer.data(); adapter; adapter = adapter->Next) {
+    std::printf("%s ", adapter->AdapterName);
+    for (UINT i = 0; i < adapter->AddressLength; ++i)
+      std::printf("%02X", adapter->Address[i]);
+    std::printf("\n");
+  }
   return 0;
 }
 
 TEST_F(MacAddress, IsThatOfTheFirstWiredPhysicalAdapter) {
-  Describe(L"0000", adapters_[1].name, 0x84);
-  Describe(L"0001", adapters_[0].name, 0x84);
-  EXPECT_EQ(Probe(true), adapters_[0].address) << "the system's order, not the registry's";
-  wireless = 1;
-  EXPECT_EQ(Probe(true), adapters_[1].address) << "a wired one after a wireless one";
+  Describe(L"0000", L"two", 0x84);
+  Describe(L"0001", L"one", 0x84);
+  EXPECT_EQ(Probe(true), L"000A0B0C0D0E") << "the system's order, not the registry's";
+  types = {kWireless, kWired};
+  EXPECT_EQ(Probe(true), L"00000102030405FF") << "a wired one after a wireless one";
 }
 
 TEST_F(MacAddress, IsThatOfTheLastWirelessAdapterWhereNoneIsWired) {
-  wireless = adapters_.size();
-  Describe(L"0000", adapters_[0].name, 0x4);
-  EXPECT_EQ(Probe(false), adapters_[0].address);
-  Describe(L"0001", adapters_[1].name, 0x4);
-  EXPECT_EQ(Probe(false), adapters_[1].address);
+  types = {kWireless, kWireless};
+  Describe(L"0000", L"one", 0x4);
+  EXPECT_EQ(Probe(false), L"000A0B0C0D0E");
+  Describe(L"0001", L"two", 0x4);
+  EXPECT_EQ(Probe(false), L"00000102030405FF");
 }
 
 TEST_F(MacAddress, IsEmptyWithoutAPhysicalAdapter) {
   EXPECT_EQ(Probe(false), L"") << "no class key";
-  Describe(L"0000", adapters_[0].name, 0x5);
+  Describe(L"0000", L"one", 0x5);
   Describe(L"0001", L"{00000000-0000-0000-0000-00000000FFFF}", 0x4);
-  EXPECT_EQ(Probe(false), L"") << "one virtual, the others unknown";
-  Describe(L"0000", adapters_[0].name, 0x4);
-  EXPECT_EQ(Probe(true), adapters_[0].address) << "the same tree does answer";
+  EXPECT_EQ(Probe(false), L"") << "one virtual, the other unknown";
+  Describe(L"0000", L"one", 0x4);
+  EXPECT_EQ(Probe(true), L"000A0B0C0D0E") << "the same tree does answer";
   const ImportPatch refuse("GetAdaptersInfo", &RefuseAdapters);
   EXPECT_EQ(Probe(false), L"");
 }

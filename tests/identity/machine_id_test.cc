@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <string>
+
 using identity::EscapeId;
 using identity::JoinFacts;
 using identity::ProbeDriveLetters;

@@ -22,6 +22,10 @@ struct {
 
 /// Answers as Windows does: versions compare as major, minor, service pack, and the build on its own.
 BOOL WINAPI PlayVersion(OSVERSIONINFOEXW* asked, DWORD typeMask, DWORDLONG conditions) {
+  DWORD expectedMask = VER_PRODUCT_TYPE;
+  if (asked->dwMajorVersion) expectedMask = VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR;
+  if (asked->dwBuildNumber) expectedMask = VER_MAJORVERSION | VER_MINORVERSION | VER_BUILDNUMBER;
+  EXPECT_EQ(typeMask, expectedMask);
   DWORDLONG expected = 0;
   for (DWORD bit = 1; bit <= 0x80; bit <<= 1) {
     const bool product = bit == VER_PRODUCT_TYPE;

@@ -14,7 +14,9 @@
 #include <string>
 #include <vector>
 
+#include "addon/background_probe.h"
 #include "support/import_patch.h"
+#include "win/get_function.h"
 #include "win/text.h"
 #include "win/unique_resource.h"
 
@@ -32,6 +34,12 @@ Napi::Value ImportNames(const Napi::CallbackInfo& info) {
     names.Set(index++, Napi::String::New(info.Env(), name));
   });
   return names;
+}
+
+/// apiVersion(): the version of Node-API that the module says it is written against.
+Napi::Value ApiVersion(const Napi::CallbackInfo& info) {
+  const auto version = win::GetFunction<int32_t (*)()>(ModuleUnderTest(), "node_api_module_get_api_version_v1");
+  return Napi::Number::New(info.Env(), version());
 }
 
 std::mutex threadNamesLock;
@@ -85,12 +93,14 @@ Napi::Value FreshHandle(const Napi::CallbackInfo& info) {
 }
 
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
+  exports.Set("apiVersion", Napi::Function::New(env, &ApiVersion));
   exports.Set("importNames", Napi::Function::New(env, &ImportNames));
   exports.Set("recordThreadNames", Napi::Function::New(env, &RecordThreadNames));
   exports.Set("threadNames", Napi::Function::New(env, &ThreadNames));
   exports.Set("comInitialize", Napi::Function::New(env, &ComInitialize));
   exports.Set("comUninitialize", Napi::Function::New(env, &ComUninitialize));
   exports.Set("freshHandle", Napi::Function::New(env, &FreshHandle));
+  testing_support::AddBackgroundProbe(env, exports);
   return exports;
 }
 

@@ -1,22 +1,25 @@
 'use strict';
 // What script tests share. They run in Node.js for Windows.
 const { execFileSync, spawn } = require('node:child_process');
+const fs = require('node:fs');
 const path = require('node:path');
 const readline = require('node:readline');
 
 const root = path.resolve(__dirname, '..', '..');
 
-/** Where the native tests and the helpers are built. */
-exports.buildFolder = path.join(root, 'build', process.env.BORVANTA_BUILD ?? 'mingw');
+/** Where the native tests and the helpers are built, by either compiler. */
+exports.buildFolder = ['mingw', 'msvc'].map((preset) => path.join(root, 'build', preset))
+  .find((folder) => fs.existsSync(folder));
 
 /** The built module. */
 exports.modulePath = path.join(root, 'prebuilds', 'win32-x64', 'borvanta-util.node');
 exports.load = () => require(exports.modulePath);
 
 /** The test helper add-on, which works on the loaded module from outside. */
+exports.helperPath = path.join(exports.buildFolder, 'helpers', 'test-helper.node');
 exports.loadHelper = () => {
   exports.load();
-  return require(path.join(exports.buildFolder, 'helpers', 'test-helper.node'));
+  return require(exports.helperPath);
 };
 
 /** Calls a function whose last parameter is a callback and resolves to the callback's argument. */
@@ -24,13 +27,14 @@ exports.call = (start, ...args) => new Promise((resolve) => {
   start(...args, resolve);
 });
 
-const scriptSource = (body, module) => `'use strict'; const util = require(${JSON.stringify(module)});
+const scriptSource = (body, module) => `'use strict'; const util = ${module && `require(${JSON.stringify(module)})`};
   const print = (value) => process.stdout.write(JSON.stringify(value) + '\\n');
   (async () => { ${body} })();`;
 
 /**
- * Runs `body` in a Node.js process of its own, with `util` (the module) and `print` (one value as JSON) in scope, and
- * resolves to what it printed, parsed. Rejects when the process ends with a failure code.
+ * Runs `body` in a Node.js process of its own, with `util` (the module, or undefined with `module: null`) and `print`
+ * (one value as JSON) in scope, and resolves to what it printed, parsed. Rejects when the process ends with a failure
+ * code.
  */
 exports.runScript = (body, { execPath = process.execPath, env = {}, args = [], module = exports.modulePath } = {}) => {
   return new Promise((resolve, reject) => {

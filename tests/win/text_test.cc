@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
+#include <string>
+
 using win::NarrowToWide;
 using win::WideToNarrow;
 using win::WideToUtf8;
@@ -23,6 +27,14 @@ TEST(Text, DropsWhatFollowsAnEmbeddedNul) {
 TEST(Text, ReplacesWhatTheCodePageLacks) {
   EXPECT_EQ(WideToNarrow(1252, L"\u00e4\u4e2d"), "\xe4?");
   EXPECT_EQ(WideToUtf8(L"a\xd800z"), "a\xef\xbf\xbdz");
+}
+
+TEST(Text, ConvertsByTheCodePageOfTheThreadsLocale) {
+  const LCID before = GetThreadLocale();
+  ASSERT_TRUE(SetThreadLocale(MAKELCID(0x0419, SORT_DEFAULT)));
+  EXPECT_EQ(win::ThreadAnsiToWide("\xc6"), L"\u0416");
+  EXPECT_EQ(win::WideToThreadAnsi(L"\u0416"), "\xc6");
+  SetThreadLocale(before);
 }
 
 TEST(Text, GivesNothingForACodePageThatDoesNotExist) {

@@ -1,0 +1,109 @@
+// The add-on that the module is measured against: bare calls that script times itself (bare_calls.h), and measurements
+// of what script cannot see.
+
+#include <napi.h>
+
+#include <windows.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "native/bare_calls.h"
+#include "native/frozen_time.h"
+#include "native/usage_sums.h"
+#include "support/import_patch.h"
+
+namespace {
+
+std::wstring WideArgument(const Napi::Value& value) {
+  const std::u16string text = value.As<Napi::String>().Utf16Value();
+  return {text.begin(), text.end()};
+}
+
+/// setAnswer(text): what answer() returns from now on.
+Napi::Value SetAnswer(const Napi::CallbackInfo& info) {
+  bench::bareAnswer = info[0].As<Napi::String>().Utf8Value();
+  return info.Env().Undefined();
+}
+
+/// emptyAnswer(): what answer() is, in the frame that the wrapper of Node-API puts around every function.
+Napi::Value EmptyAnswer(const Napi::CallbackInfo& info) {
+  return Napi::String::New(info.Env(), bench::bareAnswer);
+}
+
+HANDLE WINAPI NoSnapshot(DWORD, DWORD) {
+  return INVALID_HANDLE_VALUE;
+}
+
+/// withoutSnapshots(off): whether the module is refused every process snapshot, which leaves nothing of
+/// "enumProcessList" but the way to a worker and back.
+Napi::Value WithoutSnapshots(const Napi::CallbackInfo& info) {
+  static std::unique_ptr<testing_support::ImportPatch> patch;
+  patch.reset();
+  if (info[0].ToBoolean()) {
+    patch = std::make_unique<testing_support::ImportPatch>(GetModuleHandleW(L"borvanta-util.node"),
+                                                           "CreateToolhelp32Snapshot", &NoSnapshot);
+  }
+  return info.Env().Undefined();
+}
+
+/// watchFrozenTime(); latestFrozenTime() and bareFrozenTime(processId, threadId, path): nanoseconds.
+Napi::Value WatchFrozenTime(const Napi::CallbackInfo& info) {
+  bench::WatchFrozenTime();
+  return info.Env().Undefined();
+}
+
+Napi::Value LatestFrozenTime(const Napi::CallbackInfo& info) {
+  return Napi::Number::New(info.Env(), bench::LatestFrozenTime());
+}
+
+Napi::Value BareFrozenTime(const Napi::CallbackInfo& info) {
+  return Napi::Number::New(info.Env(),
+                           bench::BareFrozenTime(info[0].As<Napi::Number>().Uint32Value(),
+                                                 info[1].As<Napi::Number>().Uint32Value(), WideArgument(info[2])));
+}
+
+std::vector<bench::Instance> instances;
+
+/// makeInstances(count): what the two functions below sum.
+Napi::Value MakeInstances(const Napi::CallbackInfo& info) {
+  instances = bench::MakeInstances(info[0].As<Napi::Number>().Uint32Value());
+  return info.Env().Undefined();
+}
+
+/// sumInstances(rounds), sumInstancesBare(rounds): `{ total, nanoseconds }`.
+template <bench::TimedSums (*sum)(const std::vector<bench::Instance>&, size_t)>
+Napi::Value SumInstances(const Napi::CallbackInfo& info) {
+  const auto timed = sum(instances, info[0].As<Napi::Number>().Uint32Value());
+  const auto result = Napi::Object::New(info.Env());
+  result.Set("total", Napi::Number::New(info.Env(), timed.total));
+  result.Set("nanoseconds", Napi::Number::New(info.Env(), timed.nanoseconds));
+  return result;
+}
+
+void SetBare(Napi::Object exports, const char* name, napi_callback callback) {
+  napi_value function = nullptr;
+  napi_create_function(exports.Env(), nullptr, 0, callback, nullptr, &function);
+  exports.Set(name, function);
+}
+
+Napi::Object Init(Napi::Env env, Napi::Object exports) {
+  SetBare(exports, "answer", &bench::BareAnswer);
+  SetBare(exports, "listProcesses", &bench::BareListProcesses);
+  SetBare(exports, "threadCall", &bench::BareThreadCall);
+  exports.Set("emptyAnswer", Napi::Function::New(env, &EmptyAnswer));
+  exports.Set("setAnswer", Napi::Function::New(env, &SetAnswer));
+  exports.Set("withoutSnapshots", Napi::Function::New(env, &WithoutSnapshots));
+  exports.Set("watchFrozenTime", Napi::Function::New(env, &WatchFrozenTime));
+  exports.Set("latestFrozenTime", Napi::Function::New(env, &LatestFrozenTime));
+  exports.Set("bareFrozenTime", Napi::Function::New(env, &BareFrozenTime));
+  exports.Set("makeInstances", Napi::Function::New(env, &MakeInstances));
+  exports.Set("sumInstances", Napi::Function::New(env, &SumInstances<&bench::SumWithAccumulator>));
+  exports.Set("sumInstancesBare", Napi::Function::New(env, &SumInstances<&bench::SumBare>));
+  return exports;
+}
+
+}  // namespace
+
+NODE_API_MODULE(NODE_GYP_MODULE_NAME, Init)

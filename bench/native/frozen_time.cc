@@ -1,0 +1,100 @@
+#include "native/frozen_time.h"
+
+#include <atomic>
+#include <cstdint>
+#include <cstdio>
+#include <vector>
+
+#include "jank/dbghelp_functions.h"
+#include "native/ticks.h"
+#include "support/import_patch.h"
+#include "win/get_function.h"
+#include "win/unique_resource.h"
+
+namespace bench {
+
+namespace {
+
+double suspendedAt = 0;
+std::atomic<double> frozenTime = 0;
+
+DWORD WINAPI NoteSuspend(HANDLE thread) {
+  suspendedAt = NowInNanoseconds();
+  return SuspendThread(thread);
+}
+
+DWORD WINAPI NoteResume(HANDLE thread) {
+  const DWORD result = ResumeThread(thread);
+  frozenTime = NowInNanoseconds() - suspendedAt;
+  return result;
+}
+
+struct Module {
+  std::wstring path;
+  DWORD64 base;
+  ULONG size;
+};
+
+BOOL CALLBACK AddModule(PCWSTR path, DWORD64 base, ULONG size, PVOID modules) {
+  static_cast<std::vector<Module>*>(modules)->push_back({path, base, size});
+  return TRUE;
+}
+
+bool Dump(const DbgHelpFunctions& dbgHelp, HANDLE process, DWORD processId, DWORD threadId, const std::wstring& path) {
+  const win::UniqueFile file(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS,
+                                         FILE_ATTRIBUTE_NORMAL, nullptr));
+  MINIDUMP_EXCEPTION_INFORMATION stalled{};
+  stalled.ThreadId = threadId;
+  constexpr auto kType = static_cast<MINIDUMP_TYPE>(0x1920);
+  return dbgHelp.MiniDumpWriteDump(process, processId, file.Get(), kType, &stalled, nullptr, nullptr) != FALSE;
+}
+
+bool Walk(const DbgHelpFunctions& dbgHelp, HANDLE process, HANDLE thread) {
+  std::vector<Module> modules;
+  if (!dbgHelp.EnumerateLoadedModulesW64(process, &AddModule, &modules)) return false;
+  CONTEXT context{};
+  context.ContextFlags = CONTEXT_ALL;
+  if (!GetThreadContext(thread, &context)) return false;
+  STACKFRAME64 frame{};
+  frame.AddrPC = {.Offset = context.Rip, .Segment = 0, .Mode = AddrModeFlat};
+  frame.AddrFrame = {.Offset = context.Rbp, .Segment = 0, .Mode = AddrModeFlat};
+  frame.AddrStack = {.Offset = context.Rsp, .Segment = 0, .Mode = AddrModeFlat};
+  std::vector<DWORD64> counters;
+  while (dbgHelp.StackWalk64(IMAGE_FILE_MACHINE_AMD64, process, thread, &frame, &context, nullptr,
+                             dbgHelp.SymFunctionTableAccess64, dbgHelp.SymGetModuleBase64, nullptr)) {
+    counters.push_back(frame.AddrPC.Offset);
+  }
+  return !counters.empty();
+}
+
+}  // namespace
+
+void WatchFrozenTime() {
+  const HMODULE module = GetModuleHandleW(L"borvanta-util.node");
+  static const testing_support::ImportPatch suspend(module, "SuspendThread", &NoteSuspend);
+  static const testing_support::ImportPatch resume(module, "ResumeThread", &NoteResume);
+}
+
+double LatestFrozenTime() {
+  return frozenTime;
+}
+
+double BareFrozenTime(DWORD processId, DWORD threadId, const std::wstring& path) {
+  const DbgHelpFunctions& dbgHelp = *win::GetFunction<decltype(&GetDbgHelpFunctions)>(
+      GetModuleHandleW(L"borvanta-util.node"), "GetDbgHelpFunctions")();
+  const win::UniqueHandle process(OpenProcess(PROCESS_ALL_ACCESS, FALSE, processId));
+  const win::UniqueHandle thread(OpenThread(THREAD_ALL_ACCESS, FALSE, threadId));
+  dbgHelp.SymInitialize(process.Get(), nullptr, TRUE);
+
+  const double start = NowInNanoseconds();
+  SuspendThread(thread.Get());
+  const bool dumped = Dump(dbgHelp, process.Get(), processId, threadId, path);
+  const bool walked = Walk(dbgHelp, process.Get(), thread.Get());
+  ResumeThread(thread.Get());
+  const double frozen = NowInNanoseconds() - start;
+
+  dbgHelp.SymCleanup(process.Get());
+  return dumped && walked ? frozen : 0;
+}
+
+}  // namespace bench

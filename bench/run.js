@@ -1,0 +1,150 @@
+'use strict';
+// npm run bench, in Node.js for Windows: measures the module side by side with bare calls, prints the table, and leaves it
+// as build/bench/results.json and docs/bench.svg.
+const fs = require('node:fs');
+const path = require('node:path');
+const { buildFolder, modulePath } = require('../tests/support/windows.js');
+const { startStallTarget, captureArgs } = require('../tests/support/stall_target.js');
+const { drawChart } = require('./lib/chart.js');
+const { calls, callbacks, compare, time } = require('./lib/measure.js');
+const { startProcesses } = require('./lib/processes.js');
+
+const root = path.resolve(__dirname, '..');
+const benchFolder = path.join(buildFolder, 'bench');
+const limit = 1.15;
+const processCount = 160;
+
+const rows = [];
+
+/** Measures one row of the table; `what` names the two sides. */
+async function row(what, against, sides) {
+  const result = await compare(sides);
+  rows.push({ what, against, ...result });
+  const { median, lower, upper } = result.ratio;
+  console.log([what.padEnd(46), against.padEnd(34), median.toFixed(2), `${lower.toFixed(2)} to ${upper.toFixed(2)}`,
+    duration(result.module.median), duration(result.bare.median)].join('  '));
+}
+
+function duration(nanoseconds) {
+  const [unit, size] = nanoseconds < 1e3 ? ['ns', 1] : nanoseconds < 1e6 ? ['us', 1e3] : ['ms', 1e6];
+  return `${(nanoseconds / size).toPrecision(3)} ${unit}`.padStart(9);
+}
+
+/** A side that loads a copy of an add-on which the process has not seen yet. */
+const load = (file, folder) => (round) => {
+  const copy = path.join(folder, `${path.basename(file, '.node')}${round}.node`);
+  fs.copyFileSync(file, copy);
+  return time(() => process.dlopen({ exports: {} }, copy));
+};
+
+async function measureLoad(folder) {
+  await row('Load', 'empty add-on', {
+    module: load(modulePath, folder), bare: load(path.join(benchFolder, 'empty.node'), folder), rounds: 60 });
+}
+
+async function measureAnswers(util, baseline) {
+  for (const name of ['getGuid', 'getCpuName', 'getOsVersionWithReleaseId']) {
+    const text = util[name]();
+    baseline.setAnswer(text);
+    if (baseline.answer() !== text) throw new Error('The sides answer differently');
+    const module = () => calls(util[name], 4_000);
+    await row(`${name}, ${text.length} characters`, 'empty Node-API function',
+      { module: module(), bare: calls(baseline.answer, 4_000), rounds: 400 });
+    await row(`${name}, ${text.length} characters`, 'the same in node-addon-api',
+      { module: module(), bare: calls(baseline.emptyAnswer, 4_000), rounds: 400 });
+  }
+}
+
+async function measureCallbacks(util, baseline) {
+  baseline.withoutSnapshots(true);
+  for (const count of [1, 10, 100]) {
+    const side = (start) => callbacks(start, count, Math.ceil(20 / count));
+    await row(`Call to callback, ${count} at once`, 'bare thread',
+      { module: side(util.enumProcessList), bare: side(baseline.threadCall), rounds: 30 });
+  }
+  baseline.withoutSnapshots(false);
+}
+
+async function measureProcessList(util, baseline) {
+  const end = await startProcesses(path.join(benchFolder, 'waiter.exe'), processCount);
+  try {
+    const count = baseline.listProcesses().list.length;
+    if (count < processCount) throw new Error(`Only ${count} processes are running`);
+    await row(`enumProcessList, ${count} processes`, 'bare snapshot loop', {
+      module: callbacks(util.enumProcessList, 1, 4), bare: calls(baseline.listProcesses, 4), rounds: 30 });
+  } finally {
+    await end();
+  }
+}
+
+async function measureFrozenTime(util, baseline, folder, depth) {
+  const { child, processId, threadId } = await startStallTarget(...(depth ? ['deep', String(depth)] : ['chain']));
+  const args = captureArgs({ processId, threadId, janksDir: `${folder}${path.sep}` });
+  const empty = () => {
+    for (const name of fs.readdirSync(folder)) fs.rmSync(path.join(folder, name));
+  };
+  try {
+    await row(`Frozen thread${depth ? `, ${depth} frames deep` : ''}`, 'bare dump and walk', {
+      module: async () => {
+        empty();
+        const result = await new Promise((resolve) => { util.captureNativeJank(args, resolve); });
+        if (!result.dumpJankResult.succ || !result.captureStackResult.stackTrace) throw new Error(result.errorText);
+        return baseline.latestFrozenTime();
+      },
+      bare: () => {
+        empty();
+        return baseline.bareFrozenTime(processId, threadId, path.join(folder, 'bare.dmp'));
+      },
+      rounds: 11,
+    });
+  } finally {
+    child.kill();
+  }
+}
+
+async function measureGpuUsage(baseline) {
+  for (const count of [100, 1_000, 10_000]) {
+    baseline.makeInstances(count);
+    if (baseline.sumInstances(1).total !== baseline.sumInstancesBare(1).total) throw new Error('The sums differ');
+    const rounds = 100_000 / count;
+    const side = (sum) => () => sum(rounds).nanoseconds / (rounds * count);
+    await row(`GPU usage, each of ${count} instances`, 'lower case and wcsstr',
+      { module: side(baseline.sumInstances), bare: side(baseline.sumInstancesBare), rounds: 30 });
+  }
+}
+
+async function main() {
+  const outputs = path.join(root, 'build', 'bench');
+  // Removed at the next run: the copies that are loaded cannot be while this process lives.
+  const folder = path.join(outputs, 'scratch');
+  fs.rmSync(folder, { recursive: true, force: true });
+  fs.mkdirSync(folder, { recursive: true });
+  const subfolder = (name) => {
+    const whole = path.join(folder, name);
+    fs.mkdirSync(whole);
+    return whole;
+  };
+  console.log('Ratio of the module to the bare calls: median and quartiles; then the medians of both.\n');
+  await measureLoad(subfolder('load'));
+  const util = require(modulePath);
+  const baseline = require(path.join(benchFolder, 'baseline.node'));
+  baseline.watchFrozenTime();
+  await measureAnswers(util, baseline);
+  await measureGpuUsage(baseline);
+  await measureCallbacks(util, baseline);
+  await measureFrozenTime(util, baseline, subfolder('shallow'));
+  await measureFrozenTime(util, baseline, subfolder('deep'), 1_000);
+  await measureProcessList(util, baseline);
+
+  const results = { node: process.version, processor: util.getCpuName(), date: new Date().toISOString(), limit, rows };
+  fs.writeFileSync(path.join(outputs, 'results.json'), `${JSON.stringify(results, null, 2)}\n`);
+  fs.mkdirSync(path.join(root, 'docs'), { recursive: true });
+  fs.writeFileSync(path.join(root, 'docs', 'bench.svg'), drawChart(results));
+  const above = rows.filter(({ ratio }) => ratio.median > limit).length;
+  console.log(`\n${rows.length - above} of ${rows.length} ratios are at most ${limit}.`);
+}
+
+main().catch((error) => {
+  console.error(error);
+  process.exitCode = 1;
+});
