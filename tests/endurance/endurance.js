@@ -175,7 +175,7 @@ async function captures(seed, count, lifetime) {
   const step = async () => {
     for (let left = count / 10; left > 0; left -= 4 * atOnce) {
       await Promise.all([1, 2, 3, 4].map(() => captureEndingProcess(random, folder,
-        Math.min(atOnce, Math.ceil(left / 4)))));
+        Math.min(atOnce, Math.ceil(left / 4)), lifetime)));
     }
   };
   await keepsFlat('captures', step, { memory: 32 * 2 ** 20 });
