@@ -6,6 +6,9 @@
 
 #include <cstdint>
 
+#include "addon/worker_thread.h"
+#include "win/get_function.h"
+
 namespace bench {
 
 namespace {
@@ -28,6 +31,10 @@ napi_value ProcessObject(napi_env env, const PROCESSENTRY32W& entry) {
   napi_set_named_property(env, process, "name", name);
   return process;
 }
+
+// Not in the import libraries of MinGW.
+auto* const setThreadDescription =
+    win::GetFunction<HRESULT(WINAPI*)(HANDLE, PCWSTR)>(GetModuleHandleW(L"Kernel32.dll"), "SetThreadDescription");
 
 void CallBack(napi_threadsafe_function function) {
   napi_call_threadsafe_function(function, nullptr, napi_tsfn_nonblocking);
@@ -82,10 +89,16 @@ napi_value BareListProcesses(napi_env env, napi_callback_info) {
 napi_value BareThreadCall(napi_env env, napi_callback_info info) {
   const napi_threadsafe_function function = MakeThreadSafeFunction(env, info);
   const auto run = [](void* data) -> DWORD {
+    setThreadDescription(GetCurrentThread(), L"EnumProcessList");
     CallBack(static_cast<napi_threadsafe_function>(data));
     return 0;
   };
   CloseHandle(CreateThread(nullptr, 0, run, function, 0, nullptr));
+  return nullptr;
+}
+
+napi_value WorkerThreadCall(napi_env env, napi_callback_info info) {
+  addon::StartWorker("EnumProcessList", [function = MakeThreadSafeFunction(env, info)] { CallBack(function); });
   return nullptr;
 }
 

@@ -92,6 +92,7 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
   SetBare(exports, "answer", &bench::BareAnswer);
   SetBare(exports, "listProcesses", &bench::BareListProcesses);
   SetBare(exports, "threadCall", &bench::BareThreadCall);
+  SetBare(exports, "workerCall", &bench::WorkerThreadCall);
   exports.Set("emptyAnswer", Napi::Function::New(env, &EmptyAnswer));
   exports.Set("setAnswer", Napi::Function::New(env, &SetAnswer));
   exports.Set("withoutSnapshots", Napi::Function::New(env, &WithoutSnapshots));
