@@ -89,9 +89,13 @@ DumpNameState& SharedDumpNames() {
   return names;
 }
 
-/// What is found out while the thread is frozen.
-struct FrozenResult {
-  explicit FrozenResult(FrozenMemory& memory) : dumpError(&memory), stackTrace(&memory), walkError(&memory) {}
+/// What a thread is frozen with: made before, found out meanwhile, and freed after the call lock has been left, because
+/// a thread that could not be resumed may hold the heap's lock.
+struct FrozenWork {
+  explicit FrozenWork(FrozenMemory& memory) : dumpError(&memory), stackTrace(&memory), walkError(&memory) {}
+
+  std::wstring dumpPath;
+  std::string nameToPublish;
 
   bool dumped = false;
   bool resumed = false;
@@ -104,17 +108,17 @@ struct FrozenResult {
 /// been done. The order of the steps, and that all memory is at hand before the first of them, is the design. The
 /// caller holds the DbgHelp call lock.
 bool WorkFrozen(const CaptureJankArgs& args, HANDLE process, HANDLE thread, const DumpNameChoice& choice,
-                FrozenResult& frozen) {
-  const std::wstring dumpPath = args.janksDir + win::NarrowToWide(CP_ACP, choice.name);
-  std::string nameToPublish = choice.name;
+                FrozenWork& frozen) {
+  frozen.dumpPath = args.janksDir + win::AnsiToWide(choice.name);
+  frozen.nameToPublish = choice.name;
 
   ThreadSuspension suspension(thread);
   if (!suspension) return false;
   if (choice.reuse) {
     frozen.dumped = true;
   } else {
-    frozen.dumped = WriteMiniDump(dumpPath, process, args.processId, args.threadId, frozen.dumpError);
-    SharedDumpNames().Publish(nameToPublish, frozen.dumped);
+    frozen.dumped = WriteMiniDump(frozen.dumpPath, process, args.processId, args.threadId, frozen.dumpError);
+    SharedDumpNames().Publish(frozen.nameToPublish, frozen.dumped);
   }
   frozen.stackTrace = WalkThreadStack(process, thread, frozen.walkError);
   frozen.resumed = suspension.Resume();
@@ -130,7 +134,7 @@ void CaptureThread(const DbgHelpFunctions& dbgHelp, const CaptureJankArgs& args,
   }
   DumpNameChoice choice = SharedDumpNames().FirstLook();
   FrozenMemory memory;
-  FrozenResult frozen(memory);
+  FrozenWork frozen(memory);
   bool suspended = false;
   {
     DbgHelpLock lock(dbgHelp);
@@ -142,7 +146,6 @@ void CaptureThread(const DbgHelpFunctions& dbgHelp, const CaptureJankArgs& args,
     result.errorText = "Failed suspend thread";
     return;
   }
-  // Not before the lock is left: a thread that could not be resumed may hold the heap's lock.
   if (!frozen.resumed) result.errorText = "Failed resume thread";
   result.dumpJankResult.succ = frozen.dumped;
   result.dumpJankResult.errorText = frozen.dumpError;

@@ -37,7 +37,7 @@ std::string MakeJankReport(const CaptureJankArgs& args, const std::string& dumpF
 void WriteJankReport(const CaptureJankArgs& args, const std::string& dumpFileName, CaptureJankResult& result) {
   // The dump's ".dmp" stays inside the name: deliberate, the client finds a report's dump by it.
   const std::string fileName = dumpFileName + "-" + std::to_string(args.threadId) + ".json";
-  const win::UniqueFile file = CreateOutputFile(args.janksDir + win::NarrowToWide(CP_ACP, fileName));
+  const win::UniqueFile file = CreateOutputFile(args.janksDir + win::AnsiToWide(fileName));
   if (!file) {
     result.errorText = "Failed to create json file";
     return;
