@@ -5,7 +5,6 @@
 #include <type_traits>
 
 #include "win/get_function.h"
-#include "win/srw_lock.h"
 
 namespace {
 
@@ -19,12 +18,22 @@ constexpr DWORD kModuleListChanged = 0xC0000004;
 // stopped, and the locks never deleted, because other native code may use them until the process ends.
 DbgHelpFunctions table;
 CRITICAL_SECTION callLock;
-/// Serialises the first-time set-up. Cannot throw: the callers are foreign native code.
-win::SrwLock loaderLock;
 HMODULE library = nullptr;
 bool ownSymbolsStarted = false;
 DWORD lastSymbolError = ERROR_SUCCESS;
 std::atomic<bool> ready = false;
+
+/// Serialises the first-time set-up. Re-entrant, because loading DbgHelp runs foreign code, which may ask for the
+/// table; and it cannot throw, because the callers are foreign code too.
+class LoaderLock {
+ public:
+  LoaderLock() noexcept { InitializeCriticalSection(&section_); }
+  void lock() noexcept { EnterCriticalSection(&section_); }
+  void unlock() noexcept { LeaveCriticalSection(&section_); }
+
+ private:
+  CRITICAL_SECTION section_;
+};
 
 void EnterCallLock() {
   EnterCriticalSection(&callLock);
@@ -57,9 +66,9 @@ bool LoadDbgHelp() {
 }
 
 /// Starts the symbol handler, again at once while the list of modules changes under it.
-bool StartSymbolsRetrying(HANDLE process, BOOL invadeProcess) {
+bool StartSymbolsRetrying(HANDLE process) {
   for (unsigned attempt = 0; attempt < kSymInitializeAttempts; ++attempt) {
-    if (table.SymInitialize(process, nullptr, invadeProcess)) {
+    if (table.SymInitialize(process, nullptr, /*fInvadeProcess=*/TRUE)) {
       ownSymbolsStarted = true;
       return true;
     }
@@ -71,17 +80,18 @@ bool StartSymbolsRetrying(HANDLE process, BOOL invadeProcess) {
 
 bool StartOwnSymbols() {
   const HANDLE process = GetCurrentProcess();
-  if (StartSymbolsRetrying(process, TRUE)) return true;
+  if (StartSymbolsRetrying(process)) return true;
   // DbgHelp's answer when somebody has started the handler for this process already.
   if (lastSymbolError != ERROR_INVALID_PARAMETER) return false;
   table.SymCleanup(process);
-  return StartSymbolsRetrying(process, TRUE);
+  return StartSymbolsRetrying(process);
 }
 
 }  // namespace
 
 extern "C" DbgHelpFunctions* GetDbgHelpFunctions() noexcept {
   if (ready) return &table;
+  static LoaderLock loaderLock;
   const std::lock_guard lock(loaderLock);
   if (!ready) {
     if (!library && !LoadDbgHelp()) return nullptr;
