@@ -9,7 +9,9 @@ if(MSVC)
   target_compile_definitions(borvanta_settings INTERFACE _CRT_SECURE_NO_WARNINGS)
   target_compile_options(borvanta_settings INTERFACE /W4 /WX /permissive- /utf-8 /Zc:__cplusplus /EHsc /guard:cf)
   target_link_options(borvanta_settings INTERFACE
-    /WX /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT /GUARD:CF /CETCOMPAT /OPT:REF /OPT:ICF)
+    /WX /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT /GUARD:CF /CETCOMPAT
+    # Each of the two contradicts the incremental linking that is otherwise on beside debug information.
+    /OPT:REF /OPT:ICF /INCREMENTAL:NO)
 else()
   target_compile_options(borvanta_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Werror

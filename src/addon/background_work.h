@@ -35,16 +35,15 @@ template <typename Record>
 class BackgroundCall : public std::enable_shared_from_this<BackgroundCall<Record>> {
  public:
   BackgroundCall(Napi::Env env, Napi::Function callback, const BackgroundFunction<Record>& function)
-      : env_(env),
-        toScript_(function.toScript),
+      : toScript_(function.toScript),
         threadSafeFunction_(Napi::ThreadSafeFunction::New(env, callback, function.resourceName,
                                                           /*maxQueueSize=*/0, /*initialThreadCount=*/1)) {}
 
   /// Ties this call to its environment; throws Napi::Error when that fails. Script thread.
-  void Attach() {
+  void Attach(Napi::Env env) {
     auto hold = std::make_unique<Hold>(this->shared_from_this());
-    if (napi_add_env_cleanup_hook(env_, &OnEnvironmentEnd, hold.get()) != napi_ok) {
-      const auto error = Napi::Error::New(env_);
+    if (napi_add_env_cleanup_hook(env, &OnEnvironmentEnd, hold.get()) != napi_ok) {
+      const auto error = Napi::Error::New(env);
       threadSafeFunction_.Release();
       throw error;
     }
@@ -100,7 +99,6 @@ class BackgroundCall : public std::enable_shared_from_this<BackgroundCall<Record
     if (!call.released_) call.threadSafeFunction_.Release();
   }
 
-  const napi_env env_;
   Napi::Value (*const toScript_)(Napi::Env env, const Record& record);
   Napi::ThreadSafeFunction threadSafeFunction_;
   Hold* environmentHold_ = nullptr;
@@ -124,7 +122,7 @@ template <typename Record, typename Work>
 Napi::Value RunInBackground(Napi::Env env, Napi::Function callback, const BackgroundFunction<Record>& function,
                             Work work) {
   auto call = std::make_shared<BackgroundCall<Record>>(env, callback, function);
-  call->Attach();
+  call->Attach(env);
   // Deliberate: when the thread cannot be started, the thread-safe function stays unreleased.
   StartWorker(function.threadName, [call = std::move(call), work = std::move(work)]() mutable {
     std::unique_ptr<Record> record;
