@@ -31,7 +31,8 @@ BOOL CALLBACK OnLoadedModule(PCWSTR moduleName, DWORD64 moduleBase, ULONG module
 
 /// The stack of a thread as text, one line a frame (see AppendFrame), innermost first, without a limit on their number.
 /// Empty, with the reason in `errorText`, when it cannot be walked; a walk that ends early is no error.
-/// Should a whole gibibyte not suffice, the trace is cut, and modules are left out.
+/// Where memory runs out (a gibibyte is reserved, but the system may refuse it), the trace is cut, and modules are left
+/// out.
 ///
 /// The caller has suspended the thread, holds the DbgHelp call lock, and has started the symbol handler for `process`.
 /// Takes all memory, that of the result included, from the memory resource of `errorText`, which must be a

@@ -5,8 +5,8 @@
 namespace lifecycle {
 
 /// The script functions for the client's launcher. Each does its work within the call and afresh on every call, and
-/// throws when a Node-API call fails. They keep their state without a lock: only one script thread of the process may
-/// call them.
+/// throws when a Node-API call fails; out of memory, it lets out std::bad_alloc, which ends the process. They keep
+/// their state without a lock: only one script thread of the process may call them.
 
 /// "createDuplicateMutex": true when another instance of the client holds the session's mutex, else false.
 Napi::Value CreateDuplicateMutex(const Napi::CallbackInfo& info);

@@ -10,7 +10,7 @@ namespace process_list {
 using ProcessList = std::vector<std::pair<unsigned long, std::string>>;
 
 /// Appends every running process to `processes`, the idle process (id 0) included. Leaves it as it is when the system
-/// gives no snapshot. Any thread.
+/// gives no snapshot or no first entry. Throws std::bad_alloc, with what was found until then in place. Any thread.
 void ListProcesses(ProcessList& processes);
 
 }  // namespace process_list

@@ -10,7 +10,8 @@
 namespace win {
 
 /// An open registry key, closed by its destructor, with the few ways in which this module reads and writes values.
-/// Every operation on a key that could not be opened fails the way a failing system call does. Not thread-safe.
+/// Every operation on a key that could not be opened fails the way a failing system call does; those that are not
+/// noexcept throw std::bad_alloc. Not thread-safe.
 class RegistryKey {
  public:
   /// Opens an existing key; false in the result when it is missing or access is refused. `access` is the whole access

@@ -6,6 +6,8 @@
 
 namespace win {
 
+// Every conversion throws std::bad_alloc when memory runs out.
+
 /// Converts UTF-16 to the given code page (CP_UTF8, CP_ACP, CP_THREAD_ACP...). Text after an embedded NUL is dropped.
 /// Characters that the code page lacks come out as its default character. Empty when the conversion fails. Any thread.
 std::string WideToNarrow(UINT codePage, const std::wstring& text);
