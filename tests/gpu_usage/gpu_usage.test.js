@@ -1,6 +1,5 @@
 'use strict';
 const assert = require('node:assert/strict');
-const { createHook } = require('node:async_hooks');
 const test = require('node:test');
 const { call, load, loadHelper } = require('../support/windows.js');
 
@@ -13,27 +12,6 @@ test('calls back with an empty object where there are no GPU counters, initGpuUs
   assert.deepEqual(await call(util.getGpuUsage, 1234, 5678), {}, 'the first one only opens the counters');
   assert.equal(util.initGpuUsage('arguments', 'are', 'ignored'), undefined);
   assert.deepEqual(await call(util.getGpuUsage, process.pid, process.pid), {});
-});
-
-test('calls back later, once, with one argument and no receiver, from a thread of its own', async () => {
-  const helper = loadHelper();
-  helper.recordThreadNames();
-  const resources = [];
-  const hook = createHook({ init: (id, type) => { resources.push(type); } }).enable();
-  const received = [];
-  let returned = 'nothing';
-  await new Promise((resolve) => {
-    returned = util.getGpuUsage(1, 2, function callback(...args) {
-      received.push([this, args.length, returned]);
-      resolve();
-    });
-    util.initGpuUsage();
-  });
-  hook.disable();
-  await new Promise((resolve) => { setTimeout(resolve, 100); });
-  assert.deepEqual(received, [[undefined, 1, undefined]]);
-  assert.ok(resources.includes('get_gpu_process_usage_callback'));
-  assert.deepEqual(helper.threadNames().sort(), ['GetGpuUsage', 'InitGpuUsage']);
 });
 
 test('refuses anything but two numbers and a function and starts nothing', () => {

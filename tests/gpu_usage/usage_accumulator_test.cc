@@ -2,14 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <iterator>
 #include <limits>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -40,33 +35,6 @@ const std::vector<double> kNothing(16, 0.0);
 /// The 3D sums of the native process, id `pid`, over one instance of value 1.
 double NativeProc3d(int32_t pid, const wchar_t* name) {
   return Accumulate(pid, -1, {{name, 1.0}}).nativeProc3d;
-}
-
-std::vector<std::wstring> BusyMachine(size_t count) {
-  const wchar_t* const kinds[] = {L"3D", L"VideoEncode", L"VideoDecode", L"Video Codec", L"Copy", L"Compute_0"};
-  std::vector<std::wstring> names;
-  for (size_t index = 0; index < count; ++index) {
-    names.push_back(L"pid_" + std::to_wstring(4 * index) + L"_luid_0x00000000_0x0000A1B2_phys_0_eng_" +
-                    std::to_wstring(index % 12) + L"_engtype_" + kinds[index % std::size(kinds)]);
-  }
-  return names;
-}
-
-/// The quickest of several runs, in nanoseconds for each instance.
-double TimePerInstance(size_t count) {
-  using Clock = std::chrono::steady_clock;
-  const std::vector<std::wstring> names = BusyMachine(count);
-  double best = std::numeric_limits<double>::infinity();
-  for (int run = 0; run < 10; ++run) {
-    const auto start = Clock::now();
-    UsageAccumulator accumulator(1234, 5678);
-    for (const std::wstring& name : names)
-      accumulator.Add(name.c_str(), 1.0);
-    const std::chrono::duration<double, std::nano> time = Clock::now() - start;
-    best = std::min(best, time.count() / static_cast<double>(count));
-    EXPECT_GT(accumulator.Result().sys3d, 0.0);
-  }
-  return best;
 }
 
 }  // namespace
@@ -159,13 +127,4 @@ TEST(UsageAccumulator, TakesValuesAsTheyAre) {
   EXPECT_EQ(result.nativeProcCod, 1.0);
   EXPECT_TRUE(std::isnan(result.gpuProcCod));
   EXPECT_TRUE(std::isnan(result.sysCod));
-}
-
-TEST(UsageAccumulator, TakesNoLongerForAnInstanceTheMoreThereAre) {
-  const double few = TimePerInstance(100);
-  const double more = TimePerInstance(1'000);
-  const double many = TimePerInstance(10'000);
-  std::printf("ns for each of 100, 1,000, 10,000 instances: %.0f, %.0f, %.0f\n", few, more, many);
-  EXPECT_LT(more, 4 * few);
-  EXPECT_LT(many, 4 * few);
 }

@@ -277,26 +277,3 @@ TEST(DiskSerial, RecordIsClearedBeforeEachProbe) {
     EXPECT_EQ(record.mediaType, 0U);
   }
 }
-
-TEST(DiskSerial, SmartProbeFailsAtADriveThatRefusesItsIdentifyData) {
-  Machine machine({{L"PhysicalDrive0", {.ideDeviceMap = BYTE{1}}}});
-  for (const auto probe : {&identity::ProbeSmartA, &identity::ProbeSmartB}) {
-    DiskRecord record;
-    EXPECT_FALSE(probe(0, record));
-    EXPECT_EQ(record.devicePath, L"\\\\.\\PhysicalDrive0");
-    EXPECT_EQ(record.mediaType, 0U);
-    EXPECT_EQ(machine.calls.back(), "close");
-  }
-  EXPECT_EQ(machine.smartInputs.size(), 2U) << "both asked";
-}
-
-TEST(DiskSerial, PropertyProbeNeedsOneOfItsTwoQueriesAnswered) {
-  Machine machine({{L"C:", {.geometry = FixedMedia, .mediaSerialNumber = true}}, {L"D:", {.geometry = FixedMedia}}});
-  machine.nextHandle = 0x434241;
-  DiskRecord record;
-  EXPECT_TRUE(identity::ProbeStorageProperty(L"\\\\.\\C:", record));
-  EXPECT_EQ(record.serialNumber, L"ABC");
-  EXPECT_FALSE(identity::ProbeStorageProperty(L"\\\\.\\D:", record));
-  EXPECT_EQ(record.serialNumber, L"");
-  EXPECT_EQ(record.mediaType, static_cast<uint32_t>(FixedMedia)) << "known all the same";
-}

@@ -1,113 +1,44 @@
-// Nothing of this module's own may come from the process heap while a thread is frozen.
+// Nothing of this module's own may come from the process heap, or go back to it, while a thread is frozen; nor as long
+// as the call lock is held, because the thread may not have been resumed.
 
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <memory>
+#include <future>
+#include <new>
+#include <string>
 #include <thread>
-#include <vector>
+#include <utility>
 
 #include "jank/capture.h"
 #include "jank/dbghelp_functions.h"
-#include "jank/frozen_memory.h"
+#include "support/counted_memory.h"
 #include "support/import_patch.h"
 #include "support/temp_folder.h"
 
+using testing_support::heapCalls;
 using testing_support::ImportPatch;
 using testing_support::RealFunction;
 using testing_support::TempFolder;
 
 namespace {
 
-#ifdef _MSC_VER
-// The static run-time library is a part of the program; its heap calls go to the system.
-auto* const realMalloc = RealFunction<decltype(HeapAlloc)>(L"kernel32.dll", "HeapAlloc");
-auto* const realRealloc = RealFunction<decltype(HeapReAlloc)>(L"kernel32.dll", "HeapReAlloc");
-auto* const realFree = RealFunction<decltype(HeapFree)>(L"kernel32.dll", "HeapFree");
-#else
-auto* const realMalloc = RealFunction<decltype(malloc)>(L"msvcrt.dll", "malloc");
-auto* const realCalloc = RealFunction<decltype(calloc)>(L"msvcrt.dll", "calloc");
-auto* const realRealloc = RealFunction<decltype(realloc)>(L"msvcrt.dll", "realloc");
-auto* const realFree = RealFunction<decltype(free)>(L"msvcrt.dll", "free");
-#endif
 auto* const realSuspend = RealFunction<decltype(SuspendThread)>(L"kernel32.dll", "SuspendThread");
-auto* const realResume = RealFunction<decltype(ResumeThread)>(L"kernel32.dll", "ResumeThread");
+void (*realUnlock)() = nullptr;
 
-/// The thread whose heap calls are counted now. No thread_local: its first use in a thread calls the heap itself.
-std::atomic<DWORD> counted = 0;
-std::atomic<int> heapCalls = 0;
-std::atomic<int> freezes = 0;
+int freezes = 0;
 
-void Count() {
-  if (counted == GetCurrentThreadId()) ++heapCalls;
-}
-#ifdef _MSC_VER
-LPVOID WINAPI CountMalloc(HANDLE heap, DWORD flags, SIZE_T size) {
-  Count();
-  return realMalloc(heap, flags, size);
-}
-LPVOID WINAPI CountRealloc(HANDLE heap, DWORD flags, LPVOID block, SIZE_T size) {
-  Count();
-  return realRealloc(heap, flags, block, size);
-}
-BOOL WINAPI CountFree(HANDLE heap, DWORD flags, LPVOID block) {
-  Count();
-  return realFree(heap, flags, block);
-}
-#else
-void* CountMalloc(size_t size) {
-  Count();
-  return realMalloc(size);
-}
-void* CountCalloc(size_t count, size_t size) {
-  Count();
-  return realCalloc(count, size);
-}
-void* CountRealloc(void* block, size_t size) {
-  Count();
-  return realRealloc(block, size);
-}
-void CountFree(void* block) {
-  Count();
-  realFree(block);
-}
-#endif
 DWORD WINAPI CountFromSuspend(HANDLE thread) {
   const DWORD result = realSuspend(thread);
-  counted = GetCurrentThreadId();
   ++freezes;
+  testing_support::countedThread = GetCurrentThreadId();
   return result;
 }
-DWORD WINAPI CountUntilResume(HANDLE thread) {
-  counted = 0;
-  return realResume(thread);
+void CountUntilUnlock() {
+  testing_support::countedThread = 0;
+  realUnlock();
 }
-
-/// Counts this program's heap calls between suspend and resume.
-class HeapCount {
- public:
-  HeapCount() {
-    heapCalls = 0;
-    freezes = 0;
-  }
-
- private:
-#ifdef _MSC_VER
-  const ImportPatch malloc_{"HeapAlloc", &CountMalloc};
-  const ImportPatch realloc_{"HeapReAlloc", &CountRealloc};
-  const ImportPatch free_{"HeapFree", &CountFree};
-#else
-  const ImportPatch malloc_{"malloc", &CountMalloc};
-  const ImportPatch calloc_{"calloc", &CountCalloc};
-  const ImportPatch realloc_{"realloc", &CountRealloc};
-  const ImportPatch free_{"free", &CountFree};
-#endif
-  const ImportPatch suspend_{"SuspendThread", &CountFromSuspend};
-  const ImportPatch resume_{"ResumeThread", &CountUntilResume};
-};
 
 // A DbgHelp that takes nothing from the heap.
 constexpr int kModules = 400;
@@ -152,6 +83,7 @@ class FrozenCapture : public testing::Test {
     table_->SymCleanup = &Succeed;
     table_->EnumerateLoadedModulesW64 = &ManyModules;
     table_->StackWalk64 = &ManyFrames;
+    realUnlock = std::exchange(table_->Unlock, &CountUntilUnlock);
     table_->MiniDumpWriteDump = nullptr;
   }
   void TearDown() override { *table_ = saved_; }
@@ -170,41 +102,22 @@ class FrozenCapture : public testing::Test {
   DbgHelpFunctions saved_{};
 };
 
-/// A thread of this process that does `work` again and again until the end of the scope.
-template <typename Work>
-class BusyThread {
- public:
-  explicit BusyThread(Work work)
-      : thread_([this, work] {
-          id_ = GetCurrentThreadId();
-          while (!stop_)
-            work();
-        }) {
-    while (id_ == 0)
-      SwitchToThread();
-  }
-  ~BusyThread() {
-    stop_ = true;
-    thread_.join();
-  }
-  BusyThread(const BusyThread&) = delete;
-  BusyThread& operator=(const BusyThread&) = delete;
-  DWORD Id() const { return id_; }
-
- private:
-  std::atomic<bool> stop_ = false;
-  std::atomic<DWORD> id_ = 0;
-  std::thread thread_;
-};
-
 }  // namespace
 
 TEST_F(FrozenCapture, TakesNothingFromTheHeapWhateverHappens) {
   const TempFolder folder;
-  const BusyThread target([] { Sleep(1); });
+  std::promise<void> end;
+  std::promise<DWORD> id;
+  std::thread target([&] {
+    id.set_value(GetCurrentThreadId());
+    end.get_future().wait();
+  });
+  const DWORD threadId = id.get_future().get();
+  const ImportPatch suspend("SuspendThread", &CountFromSuspend);
   const auto captured = [&](const std::wstring& janksDir) {
-    const HeapCount count;
-    auto result = Capture(target.Id(), janksDir);
+    freezes = 0;
+    heapCalls = 0;
+    auto result = Capture(threadId, janksDir);
     EXPECT_EQ(freezes, 1);
     EXPECT_EQ(heapCalls, 0);
     return result;
@@ -225,32 +138,11 @@ TEST_F(FrozenCapture, TakesNothingFromTheHeapWhateverHappens) {
   EXPECT_EQ(captured(folder.Prefix()).captureStackResult.errorText, "Failed to enum modules");
   table_->StackWalk64 = nullptr;
   EXPECT_EQ(captured(folder.Prefix()).captureStackResult.errorText, "Invalid dbghelp functions");
-  *table_ = saved_;
-  EXPECT_TRUE(captured(folder.Prefix()).dumpJankResult.succ) << "the real DbgHelp has a heap of its own accord";
-}
 
-TEST_F(FrozenCapture, TheCountSeesAHeapCall) {
-  const HeapCount count;
-  counted = GetCurrentThreadId();
+  testing_support::countedThread = GetCurrentThreadId();
   ::operator delete(::operator new(100));
-  counted = 0;
-  EXPECT_EQ(heapCalls, 2);
-}
-
-TEST_F(FrozenCapture, NeverHangsOnAThreadThatIsStoppedWithTheHeapLockHeld) {
-  const TempFolder folder;
-  const BusyThread target([] {
-    std::vector<std::unique_ptr<char[]>> blocks;
-    for (size_t size = 1; size < 2000; size *= 2)
-      blocks.push_back(std::make_unique<char[]>(size));
-  });
-  // A second capture chooses its dump's name, and so uses the heap, while the first one has the thread frozen.
-  const auto captureOften = [&] {
-    for (int capture = 0; capture < 200; ++capture) {
-      EXPECT_FALSE(Capture(target.Id(), folder.Prefix()).captureStackResult.stackTrace.empty());
-    }
-  };
-  std::thread second(captureOften);
-  captureOften();
-  second.join();
+  testing_support::countedThread = 0;
+  EXPECT_EQ(heapCalls, 2) << "what is counted at all";
+  end.set_value();
+  target.join();
 }

@@ -32,10 +32,6 @@ void WINAPI PlayTime(FILETIME* time) {
   *time = {.dwLowDateTime = static_cast<DWORD>(ticks), .dwHighDateTime = static_cast<DWORD>(ticks >> 32)};
 }
 
-LSTATUS WINAPI RefuseToWrite(HKEY, LPCWSTR, DWORD, DWORD, const BYTE*, DWORD) {
-  return ERROR_ACCESS_DENIED;
-}
-
 class CrashMark : public testing::Test {
  protected:
   void SetTime(const wchar_t* name, int64_t time, DWORD type = REG_QWORD) const {
@@ -136,22 +132,6 @@ TEST_F(CrashMark, WithoutNameIsTheDefaultValueAndCannotBeSetOrCleared) {
   EXPECT_FALSE(later.setMark(5, ""));
   EXPECT_TRUE(win::RegistryKey::Open(HKEY_LOCAL_MACHINE, kMarkKey, KEY_QUERY_VALUE | KEY_WOW64_32KEY))
       << "the key comes before the name";
-}
-
-TEST_F(CrashMark, OutlivesInMemoryAKeyThatIsGone) {
-  CrashMarkProcessorWin store;
-  EXPECT_TRUE(store.setMark(kStartupMark, "x"));
-  marks_.Delete();
-  EXPECT_TRUE(store.hasMark(kStartupMark, "x"));
-  EXPECT_FALSE(store.clearMark(kStartupMark, "x"));
-  EXPECT_FALSE(store.hasMark(kStartupMark, "x"));
-}
-
-TEST_F(CrashMark, IsNotSetWhenItCannotBeWritten) {
-  CrashMarkProcessorWin store;
-  const ImportPatch refusal("RegSetValueExW", &RefuseToWrite);
-  EXPECT_FALSE(store.setMark(kReservedMark, ""));
-  EXPECT_FALSE(store.hasMark(kReservedMark, ""));
 }
 
 TEST_F(CrashMark, OfTheProcessCanBeHeldAroundABlock) {

@@ -28,20 +28,3 @@ test('gives each function with a callback a form that returns a promise', async 
   const { list } = await Promise.resolve('not for the function').then(promises.enumProcessList);
   assert.ok(list.some(({ pid }) => pid === process.pid));
 });
-
-test('ES modules import the functions by name', async () => {
-  const [names, promiseNames] = await Promise.all(['borvanta-util', 'borvanta-util/promises']
-    .map(async (name) => Object.keys(await import(name)).filter((key) => /^[a-z]/.test(key) && key !== 'default').sort()));
-  assert.deepEqual(names, Object.keys(util).sort());
-  assert.deepEqual(promiseNames, Object.keys(promises).sort());
-});
-
-test('says so where it cannot run', async () => {
-  for (const [platform, arch] of [['linux', 'x64'], ['win32', 'ia32'], ['win32', 'arm64']]) {
-    await assert.rejects(runScript(`
-      Object.defineProperty(process, 'platform', { value: '${platform}' });
-      Object.defineProperty(process, 'arch', { value: '${arch}' });
-      require(${JSON.stringify(lib)});`, { module: null }),
-    new RegExp(`borvanta-util runs on 64-bit Windows only, not on ${platform} ${arch}`));
-  }
-});

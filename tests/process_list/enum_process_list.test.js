@@ -36,12 +36,6 @@ test('gives a name outside ASCII and the basic plane as it is', async () => {
   }
 });
 
-test('overlapping calls each get one callback with a list of their own', async () => {
-  const results = await Promise.all(Array.from({ length: 20 }, () => call(util.enumProcessList)));
-  assert.equal(new Set(results.map(({ list }) => list)).size, 20);
-  for (const { list } of results) assert.ok(list.some(({ pid }) => pid === process.pid));
-});
-
 test('refuses what is no function and starts nothing', async () => {
   const helper = loadHelper();
   helper.recordThreadNames();

@@ -35,17 +35,6 @@ test('hands on arguments as they are', () => {
   assert.deepEqual(JSON.parse(run('console.log(JSON.stringify(process.argv.slice(2)))', ...args).stdout), args);
 });
 
-test('chooses the release, and says how it is used when it cannot', () => {
-  const version = (...args) => spawnSync(process.execPath, [command, ...args], options);
-  assert.match(version('--node=18', '-p', 'process.version').stdout, /^v18\./);
-  assert.equal(version('missing.js').status, 1);
-  for (const args of [[], ['--node=18'], ['--node=19', 'a.js']]) {
-    const { stderr, status } = version(...args);
-    assert.match(stderr, /^Usage: .*\n$/);
-    assert.equal(status, 1);
-  }
-});
-
 test('ends the script when nobody reads on, and when it is itself ended', async () => {
   const beat = path.join(folder, 'beat');
   writeFileSync(path.join(folder, 'endless.js'), `let count = 0;

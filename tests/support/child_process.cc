@@ -61,16 +61,12 @@ ChildProcess::ChildProcess(const std::wstring& program, const std::vector<std::s
 void ChildProcess::Start(const std::wstring& program, std::wstring command) {
   SECURITY_ATTRIBUTES inherit{.nLength = sizeof(inherit), .lpSecurityDescriptor = nullptr, .bInheritHandle = TRUE};
   win::UniqueHandle childOutput;
-  win::UniqueHandle childInput;
   CreatePipe(output_.Receive(), childOutput.Receive(), &inherit, 0);
-  CreatePipe(childInput.Receive(), input_.Receive(), &inherit, 0);
   SetHandleInformation(output_.Get(), HANDLE_FLAG_INHERIT, 0);
-  SetHandleInformation(input_.Get(), HANDLE_FLAG_INHERIT, 0);
 
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdInput = childInput.Get();
   startup.hStdOutput = childOutput.Get();
   startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
   PROCESS_INFORMATION information{};
@@ -95,12 +91,6 @@ std::string ChildProcess::ReadLine() {
     if (character != '\r') line += character;
   }
   return line;
-}
-
-void ChildProcess::WriteLine(const std::string& line) {
-  const std::string text = line + "\n";
-  DWORD count = 0;
-  WriteFile(input_.Get(), text.data(), static_cast<DWORD>(text.size()), &count, nullptr);
 }
 
 DWORD ChildProcess::Wait() {

@@ -49,9 +49,6 @@ class ChildProcess {
   /// The next line that the child prints, without its end; empty when it has ended.
   std::string ReadLine();
 
-  /// Lets the child's next std::getline of its input return `line`.
-  void WriteLine(const std::string& line);
-
   /// Waits for the end and returns the exit code; a child that takes longer than a minute is killed and fails.
   DWORD Wait();
 
@@ -64,7 +61,6 @@ class ChildProcess {
   DWORD id_ = 0;
   win::UniqueHandle process_;
   win::UniqueHandle output_;
-  win::UniqueHandle input_;
 };
 
 /// The folder of this test program, with a backslash at the end.

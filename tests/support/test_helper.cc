@@ -14,7 +14,6 @@
 #include <string>
 #include <vector>
 
-#include "addon/background_probe.h"
 #include "support/import_patch.h"
 #include "win/get_function.h"
 #include "win/text.h"
@@ -24,16 +23,6 @@ namespace {
 
 HMODULE ModuleUnderTest() {
   return GetModuleHandleW(L"borvanta-util.node");
-}
-
-/// importNames(): every function that the module imports from a system DLL.
-Napi::Value ImportNames(const Napi::CallbackInfo& info) {
-  const auto names = Napi::Array::New(info.Env());
-  uint32_t index = 0;
-  testing_support::ForEachImport(ModuleUnderTest(), [&](const char*, const char* name, void**) {
-    names.Set(index++, Napi::String::New(info.Env(), name));
-  });
-  return names;
 }
 
 /// apiVersion(): the version of Node-API that the module says it is written against.
@@ -86,21 +75,12 @@ Napi::Value ComUninitialize(const Napi::CallbackInfo& info) {
   return info.Env().Undefined();
 }
 
-/// freshHandle(): the value of a handle opened just now, which grows when handles are left open.
-Napi::Value FreshHandle(const Napi::CallbackInfo& info) {
-  const win::UniqueHandle event(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-  return Napi::Number::New(info.Env(), static_cast<double>(reinterpret_cast<uintptr_t>(event.Get())));
-}
-
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
   exports.Set("apiVersion", Napi::Function::New(env, &ApiVersion));
-  exports.Set("importNames", Napi::Function::New(env, &ImportNames));
   exports.Set("recordThreadNames", Napi::Function::New(env, &RecordThreadNames));
   exports.Set("threadNames", Napi::Function::New(env, &ThreadNames));
   exports.Set("comInitialize", Napi::Function::New(env, &ComInitialize));
   exports.Set("comUninitialize", Napi::Function::New(env, &ComUninitialize));
-  exports.Set("freshHandle", Napi::Function::New(env, &FreshHandle));
-  testing_support::AddBackgroundProbe(env, exports);
   return exports;
 }
 

@@ -5,8 +5,6 @@
 
 #include <windows.h>
 
-#include <atomic>
-
 #include "jank/dbghelp_functions.h"
 #include "win/get_function.h"
 
@@ -42,43 +40,8 @@ Napi::Value UseTable(const Napi::CallbackInfo& info) {
   return result;
 }
 
-std::atomic<bool> isHeld = false;
-
-/// isHeld(): whether holdLock() keeps the lock now.
-Napi::Value IsHeld(const Napi::CallbackInfo& info) {
-  return Napi::Boolean::New(info.Env(), isHeld);
-}
-
-/// holdLock(milliseconds): keeps the call lock from another thread for that long, and returns once it is held.
-Napi::Value HoldLock(const Napi::CallbackInfo& info) {
-  struct Hold {
-    DbgHelpFunctions* table;
-    DWORD milliseconds;
-    HANDLE held;
-  } hold{Table(), info[0].As<Napi::Number>().Uint32Value(), CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-  const HANDLE thread = CreateThread(
-      nullptr, 0,
-      [](void* data) -> DWORD {
-        const Hold own = *static_cast<Hold*>(data);
-        own.table->Lock();
-        isHeld = true;
-        SetEvent(own.held);
-        Sleep(own.milliseconds);
-        isHeld = false;
-        own.table->Unlock();
-        return 0;
-      },
-      &hold, 0, nullptr);
-  WaitForSingleObject(hold.held, INFINITE);
-  CloseHandle(hold.held);
-  CloseHandle(thread);
-  return info.Env().Undefined();
-}
-
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
   exports.Set("useTable", Napi::Function::New(env, &UseTable));
-  exports.Set("isHeld", Napi::Function::New(env, &IsHeld));
-  exports.Set("holdLock", Napi::Function::New(env, &HoldLock));
   return exports;
 }
 

@@ -50,7 +50,6 @@ class Call {
  public:
   explicit Call(const char* name) : name_(name) {
     const bool overlaps = inside.fetch_add(1) != 0;
-    WaitForSingleObject(open, INFINITE);
     // Time for another call to come in, if nothing keeps it out.
     Sleep(1);
     guard_ = std::unique_lock(lock);
@@ -73,9 +72,6 @@ class Call {
   }
 
   PDH_STATUS ClosedHandle() const { return Fault("handle not open", PDH_INVALID_HANDLE); }
-
-  /// Not signalled while the test holds all calls up.
-  static inline const HANDLE open = CreateEventW(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/TRUE, nullptr);
 
  private:
   static inline std::atomic<int> inside = 0;
@@ -204,14 +200,6 @@ void Refuse(const Napi::CallbackInfo& info) {
     refusals[info[0].ToString()] = info[1].ToNumber().Int32Value();
 }
 
-/// hold(whether): holds up all calls until hold(false).
-void Hold(const Napi::CallbackInfo& info) {
-  if (info[0].ToBoolean())
-    ResetEvent(Call::open);
-  else
-    SetEvent(Call::open);
-}
-
 Napi::Array ToScript(Napi::Env env, const std::vector<std::string>& texts) {
   const auto array = Napi::Array::New(env);
   for (uint32_t index = 0; index < texts.size(); ++index)
@@ -233,7 +221,6 @@ Napi::Value Report(const Napi::CallbackInfo& info) {
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
   exports.Set("serve", Napi::Function::New(env, &Serve));
   exports.Set("refuse", Napi::Function::New(env, &Refuse));
-  exports.Set("hold", Napi::Function::New(env, &Hold));
   exports.Set("report", Napi::Function::New(env, &Report));
   return exports;
 }
