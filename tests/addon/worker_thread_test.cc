@@ -7,39 +7,12 @@
 #include <array>
 #include <atomic>
 #include <cstring>
-#include <future>
 #include <string>
 #include <thread>
 
 #include "support/import_patch.h"
-#include "win/get_function.h"
-#include "win/unique_resource.h"
 
 namespace {
-
-/// The name of the worker as this thread, another one, sees it.
-std::wstring NameSeenFromOutside(const char* name) {
-  std::promise<DWORD> named;
-  std::promise<void> seen;
-  addon::StartWorker(name, [&] {
-    named.set_value(GetCurrentThreadId());
-    seen.get_future().wait();
-  });
-  const win::UniqueHandle thread(
-      OpenThread(THREAD_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, named.get_future().get()));
-  using GetThreadDescriptionFunction = HRESULT(WINAPI*)(HANDLE, PWSTR*);
-  const auto getThreadDescription =
-      win::GetFunction<GetThreadDescriptionFunction>(GetModuleHandleW(L"kernel32.dll"), "GetThreadDescription");
-  PWSTR description = nullptr;
-  std::wstring result;
-  if (SUCCEEDED(getThreadDescription(thread.Get(), &description))) {
-    result = description;
-    LocalFree(description);
-  }
-  seen.set_value();
-  WaitForSingleObject(thread.Get(), INFINITE);
-  return result;
-}
 
 using testing_support::RealFunction;
 auto* const realGetProcAddress = RealFunction<decltype(GetProcAddress)>(L"kernel32.dll", "GetProcAddress");
@@ -63,12 +36,6 @@ void WINAPI ReadAndRaise(DWORD code, DWORD flags, DWORD count, const ULONG_PTR* 
 }
 
 }  // namespace
-
-TEST(WorkerThread, CarriesItsNameWholeUpToFifteenCharacters) {
-  EXPECT_EQ(NameSeenFromOutside("EnumProcessList"), L"EnumProcessList");
-  EXPECT_EQ(NameSeenFromOutside("CaptureJank"), L"CaptureJank");
-  EXPECT_EQ(NameSeenFromOutside("SixteenCharacter"), L"SixteenCharacte");
-}
 
 TEST(WorkerThread, MayEndAtOnceWhileOthersStart) {
   constexpr int kStarters = 8;

@@ -12,7 +12,7 @@ const { fallible, infallible, threadLibrary } = require('./imports.js');
 // The imports of the other compiler's build are others, and a Windows machine in use is not for failing about on.
 const skip = !process.env.WINEPREFIX;
 const machine = skip ? {} : require('./machine.js');
-const { folder, freshCopy, importNames, injector, pdh, setUp } = machine;
+const { folder, freshCopy, importNames, injector, intact, pdh, setUp } = machine;
 
 let target, tearDown, scenarios;
 const reached = new Set();
@@ -101,8 +101,11 @@ async function checkRow(name, clean, failing, n) {
   }
   const row = await runRow(scenario, failing, n);
   assert.equal(row.answer, expected);
-  assert.ok(row.calls[parse(failing).name] >= n, 'the call did not come');
-  assert.equal(row.after, scenario.keeps?.(parse(failing).name) ? row.answer : clean.after, 'the next call');
+  const called = parse(failing).name;
+  // The thread library makes some calls only where no record of an ended thread is at hand.
+  if (!(row.calls[called] >= n) && threadLibrary.has(called)) return 'not called';
+  assert.ok(row.calls[called] >= n, 'the call did not come');
+  assert.equal(row.after, scenario.keeps?.(called) ? row.answer : clean.after, 'the next call');
   assert.equal(injector.suspendCount(target.threadId), 0);
   assert.ok(row.pdhHandles <= clean.pdhHandles, 'PDH handles stay open');
   if (row.handles > clean.handles) {
@@ -115,7 +118,8 @@ async function checkRow(name, clean, failing, n) {
   return expected === clean.answer ? 'as ever' : JSON.stringify(expected);
 }
 
-test('every imported function fails in these tests or has a word why not', { skip }, () => {
+test('every script function is run, and every imported function fails or has a word why not', { skip }, () => {
+  assert.deepEqual(Object.keys(intact).filter((name) => !(name in scenarios)), []);
   freshCopy();
   const unknown = importNames().filter((name) => !(name in fallible) && !(name in infallible));
   assert.deepEqual(unknown, []);

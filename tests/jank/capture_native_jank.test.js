@@ -56,6 +56,10 @@ test('says what failed in a complete result, and takes a function for an object 
     { dumpJankResult: { succ: false }, captureStackResult: {}, errorText: 'Failed open process' });
 });
 
+test('other native code finds the DbgHelp table in the module file and uses it', () => {
+  assert.match(helper.useDbgHelpTable(), /^kernel32/i);
+});
+
 test('captures a stalled process from script to callback and writes exactly this report', async () => {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-直播 '));
   const target = await startStallTarget('chain');

@@ -7,17 +7,18 @@
 // Needs windows.h.
 #include <objbase.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
+#include "jank/dbghelp_functions.h"
 #include "support/import_patch.h"
 #include "win/get_function.h"
 #include "win/text.h"
-#include "win/unique_resource.h"
 
 namespace {
 
@@ -65,6 +66,29 @@ Napi::Value ThreadNames(const Napi::CallbackInfo& info) {
   return names;
 }
 
+/// The module's DbgHelp table, found as other native code of the client finds it: by the export's name alone.
+DbgHelpFunctions* DbgHelpTable() {
+  const auto get = win::GetFunction<decltype(&GetDbgHelpFunctions)>(ModuleUnderTest(), "GetDbgHelpFunctions");
+  return get ? get() : nullptr;
+}
+
+/// useDbgHelpTable(): uses the table under its lock, entered twice because it is re-entrant: the file name of the
+/// module that holds a function of kernel32, undefined without a table that is complete and always the same.
+Napi::Value UseDbgHelpTable(const Napi::CallbackInfo& info) {
+  DbgHelpFunctions* const table = DbgHelpTable();
+  auto** const fields = reinterpret_cast<void**>(table);
+  if (!table || table != DbgHelpTable() || std::count(fields, fields + 11, nullptr) != 0) return info.Env().Undefined();
+  table->Lock();
+  table->Lock();
+  const auto address = reinterpret_cast<DWORD64>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "Sleep"));
+  const auto base = reinterpret_cast<HMODULE>(table->SymGetModuleBase64(GetCurrentProcess(), address));
+  table->Unlock();
+  table->Unlock();
+  std::array<char, MAX_PATH> path{};
+  GetModuleFileNameA(base, path.data(), static_cast<DWORD>(path.size()));
+  return Napi::String::New(info.Env(), std::strrchr(path.data(), '\\') + 1);
+}
+
 /// comInitialize(), comUninitialize(): enters and leaves a COM apartment on the script thread, as a host may.
 Napi::Value ComInitialize(const Napi::CallbackInfo& info) {
   return Napi::Number::New(info.Env(), CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
@@ -79,6 +103,7 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
   exports.Set("apiVersion", Napi::Function::New(env, &ApiVersion));
   exports.Set("recordThreadNames", Napi::Function::New(env, &RecordThreadNames));
   exports.Set("threadNames", Napi::Function::New(env, &ThreadNames));
+  exports.Set("useDbgHelpTable", Napi::Function::New(env, &UseDbgHelpTable));
   exports.Set("comInitialize", Napi::Function::New(env, &ComInitialize));
   exports.Set("comUninitialize", Napi::Function::New(env, &ComUninitialize));
   return exports;

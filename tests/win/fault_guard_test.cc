@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cstring>
-#include <thread>
 
 using win::CallUnderFaultGuard;
 
@@ -27,13 +26,6 @@ void ExecuteIllegalInstruction(void* /*unused*/) {
   reinterpret_cast<void (*)()>(code)();
 }
 
-/// An inner guard takes its own fault, then the outer one's function faults as well.
-void NestAndFault(void* innerRefused) {
-  *static_cast<bool*>(innerRefused) = !CallUnderFaultGuard(&ExecuteIllegalInstruction, nullptr);
-  void* const nowhere = VirtualAlloc(nullptr, 4096, MEM_RESERVE, PAGE_NOACCESS);
-  StoreOne(nowhere);
-}
-
 }  // namespace
 
 TEST(FaultGuard, GoesOnAfterARealFault) {
@@ -46,24 +38,4 @@ TEST(FaultGuard, GoesOnAfterARealFault) {
     refused += CallUnderFaultGuard(&ExecuteIllegalInstruction, nullptr) ? 0 : 1;
   EXPECT_EQ(refused, 1000);
   EXPECT_FALSE(CallUnderFaultGuard(&StoreOne, nullptr));
-}
-
-TEST(FaultGuard, NestsAndIsEachThreadsOwn) {
-  bool innerRefused = false;
-  EXPECT_FALSE(CallUnderFaultGuard(&NestAndFault, &innerRefused));
-  EXPECT_TRUE(innerRefused);
-  std::array<bool, 4> survived{};
-  std::array<std::thread, 4> threads;
-  for (size_t i = 0; i < threads.size(); ++i) {
-    threads[i] = std::thread([&survived, i] {
-      bool inner = false;
-      bool all = true;
-      for (int round = 0; round < 200; ++round)
-        all = all && !CallUnderFaultGuard(&NestAndFault, &inner) && inner;
-      survived[i] = all;
-    });
-  }
-  for (std::thread& thread : threads)
-    thread.join();
-  EXPECT_EQ(survived, (std::array<bool, 4>{true, true, true, true}));
 }

@@ -48,21 +48,3 @@ TEST(RegistryKey, ReadsAnsiTextUpToTheBufferAndNotBeyond) {
   EXPECT_EQ(key.ReadAnsiText("embedded"), "a");
   EXPECT_EQ(key.ReadAnsiText("full"), std::string(1024, 'y'));
 }
-
-TEST(RegistryKey, CreatesWritesAndDeletesWithTheRightsThatItWasGiven) {
-  const RegistryScratch scratch(HKEY_CURRENT_USER, kPath);
-  {
-    const auto writer = RegistryKey::Create(HKEY_CURRENT_USER, kPath, KEY_SET_VALUE);
-    EXPECT_TRUE(writer.WriteText(L"text", L"\u4e2d"));
-    EXPECT_TRUE(writer.WriteQword(L"number", 0x1122334455667788));
-  }
-  const auto reader = RegistryKey::Open(HKEY_CURRENT_USER, kPath, KEY_QUERY_VALUE);
-  EXPECT_EQ(reader.ReadText(L"text"), L"\u4e2d");
-  uint64_t number = 0;
-  EXPECT_TRUE(reader.ReadData(L"number", &number, sizeof(number)));
-  EXPECT_EQ(number, 0x1122334455667788U);
-  EXPECT_FALSE(reader.ReadData(L"number", &number, 4)) << "longer than the buffer";
-  EXPECT_FALSE(reader.DeleteValue(L"text")) << "a key opened for query only";
-  EXPECT_TRUE(RegistryKey::Open(HKEY_CURRENT_USER, kPath, KEY_SET_VALUE).DeleteValue(L"text"));
-  EXPECT_FALSE(scratch.Has(L"text"));
-}
