@@ -69,15 +69,16 @@ function ensureDebianPackages(packages) {
   }
 }
 
-/** Installs a folder's npm packages when its lock file has changed since the last time. */
+/** Installs a folder's npm packages when its lock file has changed since the last time, or a wanted file is gone. */
 function ensureNpmPackages(folder, wanted = []) {
   const stamp = path.join(folder, 'node_modules', '.installed-lock');
   const lock = createHash('sha256').update(readFileSync(path.join(folder, 'package-lock.json'))).digest('hex');
-  if (existsSync(stamp) && readFileSync(stamp, 'utf8') === lock) return;
+  const isMissing = (file) => !existsSync(file);
+  if (existsSync(stamp) && readFileSync(stamp, 'utf8') === lock && !wanted.some(isMissing)) return;
   say(`Installing the npm packages of ${path.relative(root, folder) || 'the project'}`);
   run('npm', ['ci', '--no-audit', '--no-fund'], { cwd: folder, shell: onWindows });
   // npm keeps silent when it cannot get an optional package.
-  const missing = wanted.filter((file) => !existsSync(file));
+  const missing = wanted.filter(isMissing);
   if (missing.length > 0) throw new SetupError(`npm could not install ${missing.join(', ')}; is the registry reachable?`);
   writeFileSync(stamp, lock);
 }
