@@ -145,7 +145,9 @@ async function main() {
   console.log(`\n${rows.length - above} of ${rows.length} ratios are at most ${limit}.`);
 }
 
-main().catch((error) => {
+// Without anything left to wait for, Node.js ends as if all were well.
+process.exitCode = 1;
+main().then(() => { process.exitCode = 0; }, (error) => {
   console.error(error);
-  process.exitCode = 1;
+  process.exit(1);
 });
