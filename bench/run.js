@@ -10,7 +10,8 @@ const { calls, callbacks, compare, time } = require('./lib/measure.js');
 const { startProcesses } = require('./lib/processes.js');
 
 const root = path.resolve(__dirname, '..');
-const benchFolder = path.join(buildFolder, 'bench');
+const programs = path.join(buildFolder, 'bench');
+const results = path.join(root, 'build', 'bench');
 const limit = 1.15;
 const processCount = 160;
 
@@ -39,7 +40,7 @@ const load = (file, folder) => (round) => {
 
 async function measureLoad(folder) {
   await row('Load', 'empty add-on', {
-    module: load(modulePath, folder), bare: load(path.join(benchFolder, 'empty.node'), folder), rounds: 60 });
+    module: load(modulePath, folder), bare: load(path.join(programs, 'empty.node'), folder), rounds: 60 });
 }
 
 async function measureAnswers(util, baseline) {
@@ -67,14 +68,14 @@ async function measureCallbacks(util, baseline) {
 }
 
 async function measureProcessList(util, baseline) {
-  const end = await startProcesses(path.join(benchFolder, 'waiter.exe'), processCount);
+  const endAll = await startProcesses(path.join(programs, 'waiter.exe'), processCount);
   try {
     const count = baseline.listProcesses().list.length;
     if (count < processCount) throw new Error(`Only ${count} processes are running`);
     await row(`enumProcessList, ${count} processes`, 'bare snapshot loop', {
       module: callbacks(util.enumProcessList, 1, 4), bare: calls(baseline.listProcesses, 4), rounds: 30 });
   } finally {
-    await end();
+    await endAll();
   }
 }
 
@@ -115,9 +116,8 @@ async function measureGpuUsage(baseline) {
 }
 
 async function main() {
-  const outputs = path.join(root, 'build', 'bench');
   // Removed at the next run: the copies that are loaded cannot be while this process lives.
-  const folder = path.join(outputs, 'scratch');
+  const folder = path.join(results, 'scratch');
   fs.rmSync(folder, { recursive: true, force: true });
   fs.mkdirSync(folder, { recursive: true });
   const subfolder = (name) => {
@@ -128,7 +128,7 @@ async function main() {
   console.log('Ratio of the module to the bare calls: median and quartiles; then the medians of both.\n');
   await measureLoad(subfolder('load'));
   const util = require(modulePath);
-  const baseline = require(path.join(benchFolder, 'baseline.node'));
+  const baseline = require(path.join(programs, 'baseline.node'));
   baseline.watchFrozenTime();
   await measureAnswers(util, baseline);
   await measureGpuUsage(baseline);
@@ -137,10 +137,14 @@ async function main() {
   await measureFrozenTime(util, baseline, subfolder('deep'), 1_000);
   await measureProcessList(util, baseline);
 
-  const results = { node: process.version, processor: util.getCpuName(), date: new Date().toISOString(), limit, rows };
-  fs.writeFileSync(path.join(outputs, 'results.json'), `${JSON.stringify(results, null, 2)}\n`);
+  // In Wine and on another processor the same ratios may be others.
+  const compiler = path.basename(buildFolder) === 'msvc' ? 'MSVC' : 'MinGW';
+  const system = process.env.WINEPREFIX ? 'Wine' : `Windows ${util.getOsVersionWithReleaseId()}`;
+  const measured = { compiler, system, processor: util.getCpuName().trim(), node: process.version,
+    date: new Date().toISOString(), limit, rows };
+  fs.writeFileSync(path.join(results, 'results.json'), `${JSON.stringify(measured, null, 2)}\n`);
   fs.mkdirSync(path.join(root, 'docs'), { recursive: true });
-  fs.writeFileSync(path.join(root, 'docs', 'bench.svg'), drawChart(results));
+  fs.writeFileSync(path.join(root, 'docs', 'bench.svg'), drawChart(measured));
   const above = rows.filter(({ ratio }) => ratio.median > limit).length;
   console.log(`\n${rows.length - above} of ${rows.length} ratios are at most ${limit}.`);
 }
