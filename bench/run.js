@@ -7,7 +7,7 @@ const { buildFolder, modulePath } = require('../tests/support/windows.js');
 const { startStallTarget, captureArgs } = require('../tests/support/stall_target.js');
 const { drawChart } = require('./lib/chart.js');
 const { calls, callbacks, compare, time } = require('./lib/measure.js');
-const { startProcesses } = require('./lib/processes.js');
+const { end, startProcesses } = require('./lib/processes.js');
 
 const root = path.resolve(__dirname, '..');
 const programs = path.join(buildFolder, 'bench');
@@ -57,14 +57,14 @@ async function measureAnswers(util, baseline) {
 }
 
 async function measureCallbacks(util, baseline) {
-  baseline.withoutSnapshots(true);
+  baseline.refuseSnapshots(true);
   for (const count of [1, 10, 100]) {
     const side = (start) => callbacks(start, count, Math.ceil(20 / count));
     for (const [against, call] of [['bare thread', baseline.threadCall], ['thread of the library', baseline.workerCall]]) {
       await row(`Call to callback, ${count} at once`, against, { module: side(util.enumProcessList), bare: side(call), rounds: 30 });
     }
   }
-  baseline.withoutSnapshots(false);
+  baseline.refuseSnapshots(false);
 }
 
 async function measureProcessList(util, baseline) {
@@ -72,8 +72,15 @@ async function measureProcessList(util, baseline) {
   try {
     const count = baseline.listProcesses().list.length;
     if (count < processCount) throw new Error(`Only ${count} processes are running`);
+    const { list } = await new Promise(util.enumProcessList);
+    if (list.length !== count) throw new Error(`The sides list ${list.length} and ${count} processes`);
+    // By way of the event loop, which the module's callbacks come through too.
+    const listBare = (callback) => {
+      baseline.listProcesses();
+      setImmediate(callback);
+    };
     await row(`enumProcessList, ${count} processes`, 'bare snapshot loop', {
-      module: callbacks(util.enumProcessList, 1, 4), bare: calls(baseline.listProcesses, 4), rounds: 30 });
+      module: callbacks(util.enumProcessList, 1, 4), bare: callbacks(listBare, 1, 4), rounds: 30 });
   } finally {
     await endAll();
   }
@@ -85,22 +92,24 @@ async function measureFrozenTime(util, baseline, folder, depth) {
   const empty = () => {
     for (const name of fs.readdirSync(folder)) fs.rmSync(path.join(folder, name));
   };
+  const capture = async () => {
+    empty();
+    const result = await new Promise((resolve) => { util.captureNativeJank(args, resolve); });
+    const { dumpJankResult: { succ }, captureStackResult: { stackTrace } } = result;
+    if (!succ || !stackTrace) throw new Error(JSON.stringify(result));
+    return { nanoseconds: baseline.latestFrozenTime(), frames: stackTrace.trimEnd().split('\r\n').length };
+  };
+  const captureBare = () => {
+    empty();
+    return baseline.bareCapture(processId, threadId, path.join(folder, 'bare.dmp'));
+  };
   try {
+    const [module, bare] = [await capture(), captureBare()];
+    if (module.frames !== bare.frames) throw new Error(`The sides walk ${module.frames} and ${bare.frames} frames`);
     await row(`Frozen thread${depth ? `, ${depth} frames deep` : ''}`, 'bare dump and walk', {
-      module: async () => {
-        empty();
-        const result = await new Promise((resolve) => { util.captureNativeJank(args, resolve); });
-        if (!result.dumpJankResult.succ || !result.captureStackResult.stackTrace) throw new Error(result.errorText);
-        return baseline.latestFrozenTime();
-      },
-      bare: () => {
-        empty();
-        return baseline.bareFrozenTime(processId, threadId, path.join(folder, 'bare.dmp'));
-      },
-      rounds: 11,
-    });
+      module: async () => (await capture()).nanoseconds, bare: () => captureBare().nanoseconds, rounds: 11 });
   } finally {
-    child.kill();
+    await end(child);
   }
 }
 
