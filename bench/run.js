@@ -7,10 +7,11 @@ const { buildFolder, modulePath } = require('../tests/support/windows.js');
 const { startStallTarget, captureArgs } = require('../tests/support/stall_target.js');
 const { drawChart } = require('./lib/chart.js');
 const { calls, callbacks, compare, time } = require('./lib/measure.js');
-const { startProcesses } = require('./lib/processes.js');
+const { end, startProcesses } = require('./lib/processes.js');
 
 const root = path.resolve(__dirname, '..');
-const benchFolder = path.join(buildFolder, 'bench');
+const programs = path.join(buildFolder, 'bench');
+const results = path.join(root, 'build', 'bench');
 const limit = 1.15;
 const processCount = 160;
 
@@ -39,7 +40,7 @@ const load = (file, folder) => (round) => {
 
 async function measureLoad(folder) {
   await row('Load', 'empty add-on', {
-    module: load(modulePath, folder), bare: load(path.join(benchFolder, 'empty.node'), folder), rounds: 60 });
+    module: load(modulePath, folder), bare: load(path.join(programs, 'empty.node'), folder), rounds: 60 });
 }
 
 async function measureAnswers(util, baseline) {
@@ -56,25 +57,32 @@ async function measureAnswers(util, baseline) {
 }
 
 async function measureCallbacks(util, baseline) {
-  baseline.withoutSnapshots(true);
+  baseline.refuseSnapshots(true);
   for (const count of [1, 10, 100]) {
     const side = (start) => callbacks(start, count, Math.ceil(20 / count));
     for (const [against, call] of [['bare thread', baseline.threadCall], ['thread of the library', baseline.workerCall]]) {
       await row(`Call to callback, ${count} at once`, against, { module: side(util.enumProcessList), bare: side(call), rounds: 30 });
     }
   }
-  baseline.withoutSnapshots(false);
+  baseline.refuseSnapshots(false);
 }
 
 async function measureProcessList(util, baseline) {
-  const end = await startProcesses(path.join(benchFolder, 'waiter.exe'), processCount);
+  const endAll = await startProcesses(path.join(programs, 'waiter.exe'), processCount);
   try {
     const count = baseline.listProcesses().list.length;
     if (count < processCount) throw new Error(`Only ${count} processes are running`);
+    const { list } = await new Promise(util.enumProcessList);
+    if (list.length !== count) throw new Error(`The sides list ${list.length} and ${count} processes`);
+    // By way of the event loop, which the module's callbacks come through too.
+    const listBare = (callback) => {
+      baseline.listProcesses();
+      setImmediate(callback);
+    };
     await row(`enumProcessList, ${count} processes`, 'bare snapshot loop', {
-      module: callbacks(util.enumProcessList, 1, 4), bare: calls(baseline.listProcesses, 4), rounds: 30 });
+      module: callbacks(util.enumProcessList, 1, 4), bare: callbacks(listBare, 1, 4), rounds: 30 });
   } finally {
-    await end();
+    await endAll();
   }
 }
 
@@ -84,22 +92,24 @@ async function measureFrozenTime(util, baseline, folder, depth) {
   const empty = () => {
     for (const name of fs.readdirSync(folder)) fs.rmSync(path.join(folder, name));
   };
+  const capture = async () => {
+    empty();
+    const result = await new Promise((resolve) => { util.captureNativeJank(args, resolve); });
+    const { dumpJankResult: { succ }, captureStackResult: { stackTrace } } = result;
+    if (!succ || !stackTrace) throw new Error(JSON.stringify(result));
+    return { nanoseconds: baseline.latestFrozenTime(), frames: stackTrace.trimEnd().split('\r\n').length };
+  };
+  const captureBare = () => {
+    empty();
+    return baseline.bareCapture(processId, threadId, path.join(folder, 'bare.dmp'));
+  };
   try {
+    const [module, bare] = [await capture(), captureBare()];
+    if (module.frames !== bare.frames) throw new Error(`The sides walk ${module.frames} and ${bare.frames} frames`);
     await row(`Frozen thread${depth ? `, ${depth} frames deep` : ''}`, 'bare dump and walk', {
-      module: async () => {
-        empty();
-        const result = await new Promise((resolve) => { util.captureNativeJank(args, resolve); });
-        if (!result.dumpJankResult.succ || !result.captureStackResult.stackTrace) throw new Error(result.errorText);
-        return baseline.latestFrozenTime();
-      },
-      bare: () => {
-        empty();
-        return baseline.bareFrozenTime(processId, threadId, path.join(folder, 'bare.dmp'));
-      },
-      rounds: 11,
-    });
+      module: async () => (await capture()).nanoseconds, bare: () => captureBare().nanoseconds, rounds: 11 });
   } finally {
-    child.kill();
+    await end(child);
   }
 }
 
@@ -115,9 +125,8 @@ async function measureGpuUsage(baseline) {
 }
 
 async function main() {
-  const outputs = path.join(root, 'build', 'bench');
   // Removed at the next run: the copies that are loaded cannot be while this process lives.
-  const folder = path.join(outputs, 'scratch');
+  const folder = path.join(results, 'scratch');
   fs.rmSync(folder, { recursive: true, force: true });
   fs.mkdirSync(folder, { recursive: true });
   const subfolder = (name) => {
@@ -128,7 +137,7 @@ async function main() {
   console.log('Ratio of the module to the bare calls: median and quartiles; then the medians of both.\n');
   await measureLoad(subfolder('load'));
   const util = require(modulePath);
-  const baseline = require(path.join(benchFolder, 'baseline.node'));
+  const baseline = require(path.join(programs, 'baseline.node'));
   baseline.watchFrozenTime();
   await measureAnswers(util, baseline);
   await measureGpuUsage(baseline);
@@ -137,15 +146,21 @@ async function main() {
   await measureFrozenTime(util, baseline, subfolder('deep'), 1_000);
   await measureProcessList(util, baseline);
 
-  const results = { node: process.version, processor: util.getCpuName(), date: new Date().toISOString(), limit, rows };
-  fs.writeFileSync(path.join(outputs, 'results.json'), `${JSON.stringify(results, null, 2)}\n`);
+  // In Wine and on another processor the same ratios may be others.
+  const compiler = path.basename(buildFolder) === 'msvc' ? 'MSVC' : 'MinGW';
+  const system = process.env.WINEPREFIX ? 'Wine' : `Windows ${util.getOsVersionWithReleaseId()}`;
+  const measured = { compiler, system, processor: util.getCpuName().trim(), node: process.version,
+    date: new Date().toISOString(), limit, rows };
+  fs.writeFileSync(path.join(results, 'results.json'), `${JSON.stringify(measured, null, 2)}\n`);
   fs.mkdirSync(path.join(root, 'docs'), { recursive: true });
-  fs.writeFileSync(path.join(root, 'docs', 'bench.svg'), drawChart(results));
+  fs.writeFileSync(path.join(root, 'docs', 'bench.svg'), drawChart(measured));
   const above = rows.filter(({ ratio }) => ratio.median > limit).length;
   console.log(`\n${rows.length - above} of ${rows.length} ratios are at most ${limit}.`);
 }
 
-main().catch((error) => {
+// Without anything left to wait for, Node.js ends as if all were well.
+process.exitCode = 1;
+main().then(() => { process.exitCode = 0; }, (error) => {
   console.error(error);
-  process.exitCode = 1;
+  process.exit(1);
 });

@@ -40,7 +40,10 @@ export function getOsVersionWithReleaseId(): string;
 
 /** What {@link enterStartupMask} returns. */
 export interface StartupEntry {
-  /** True when an earlier start-up of this version never finished. When false, the mark of this one has been set. */
+  /**
+   * True when an earlier start-up of this version never finished. When false, the mark of this one has been set, where
+   * the registry lets it.
+   */
   hasMask: boolean;
   /**
    * The full path of the executable of the latest build that finished its start-up, to fall back to. Left out when
@@ -49,7 +52,7 @@ export interface StartupEntry {
   lastVersion?: string;
 }
 
-/** What {@link leaveStartupMask} returns; empty when no client is installed. */
+/** What {@link leaveStartupMask} returns; empty when the client's key cannot be opened. */
 export interface StartupRecord {
   /** The full path of this build's executable, when it exists and has been recorded as the latest bootable one. */
   writeRegVersion?: string;
@@ -57,7 +60,11 @@ export interface StartupRecord {
   installVersion?: string;
   /** This version, when the installer has noted a silent install of it. */
   silentVersion?: string;
-  /** The folder of installed builds, without a trailing backslash; left out when no client is installed. */
+  /**
+   * The folder of installed builds, without a trailing backslash; left out when the client's key cannot be opened. Check
+   * it before use: it is a mere "\bin" where that key exists without an install directory, and setting a start-up mark
+   * creates the key.
+   */
   deleteFolderPath?: string;
 }
 
@@ -81,7 +88,8 @@ export interface OldVersionRemoval {
 
 /**
  * Claims the mutex by which the client runs once in a user session. It is held until {@link destroyDuplicateMutex} or
- * the end of the process.
+ * the end of the process. Keeps state without a lock, as {@link destroyDuplicateMutex} does: one script thread of the
+ * process is to call the two.
  *
  * @returns true when another instance holds it, or this process already does; false when this is the first instance,
  *   and also when the mutex cannot be created for any other reason than another user's rights. Never throws.
@@ -90,7 +98,7 @@ export function createDuplicateMutex(): boolean;
 
 /**
  * Gives up what the last {@link createDuplicateMutex} claimed. What earlier calls in this process claimed stays
- * claimed.
+ * claimed. For the script thread that calls that one.
  *
  * @returns true, whether or not there was anything to give up. Never throws.
  */
@@ -99,7 +107,8 @@ export function destroyDuplicateMutex(): true;
 /**
  * To be called as start-up begins: tells whether an earlier start-up of this version crashed, and sets the mark by
  * which the next start-up will know if this one does. Marks count for 60 days, from the millisecond after they were
- * set. Setting one needs write access to the client's keys below HKEY_LOCAL_MACHINE; without it nothing is set.
+ * set. Setting one needs write access to the client's keys below HKEY_LOCAL_MACHINE; without it nothing is set. Keeps
+ * state without a lock, as {@link leaveStartupMask} does: one script thread of the process is to call the two.
  *
  * @returns what was found. Never throws.
  */
@@ -107,7 +116,7 @@ export function enterStartupMask(): StartupEntry;
 
 /**
  * To be called when start-up has succeeded: clears the mark, records this build's executable as the latest bootable one
- * and reports the installer's notes about this version.
+ * and reports the installer's notes about this version. For the script thread that calls {@link enterStartupMask}.
  *
  * @returns what was done and found; what failed is left out. Never throws.
  */
@@ -153,7 +162,10 @@ export interface CaptureJankResult {
   /** The report's file name without its directory; left out when no report was written. */
   jsonFilename?: string;
   dumpJankResult: {
-    /** Whether a dump exists: written by this capture, or shared with one that overlapped it. */
+    /**
+     * Whether a dump exists: written by this capture, or shared with one that overlapped it, which may have been of
+     * another process.
+     */
     succ: boolean;
     /** Why the dump failed; left out when it did not. */
     errorText?: string;
@@ -170,7 +182,9 @@ export interface CaptureJankResult {
 
 /**
  * Captures a stalled thread on a thread of its own: freezes it, writes a minidump of its process, walks its stack, lets
- * it run again, and writes a JSON report beside the dump.
+ * it run again, and writes a JSON report beside the dump. Captures that overlap share a dump even when they are of
+ * different processes, so begin the capture of another process only when the callback of the one before has come. The
+ * process ends when the system cannot start the thread.
  *
  * @param callback called once, later, whatever became of the capture: its failures are in the result. Never called when
  *   the script environment ends first.
@@ -181,7 +195,8 @@ export function captureNativeJank(args: CaptureJankArgs, callback: (result: Capt
 
 /**
  * Whether this copy of the module runs in debug mode: a build that carries a debug period, inside that period, in a file
- * whose signature the system accepts.
+ * whose signature the system accepts. For one script thread of the process: there is no lock, and another thread that
+ * asks while the first one decides is told false.
  *
  * @returns false in every release build, and whenever the check fails. Decided once per process. Never throws.
  */
@@ -229,7 +244,8 @@ export interface GpuUsage {
 
 /**
  * Starts the reading of the GPU counters over, on a thread of its own; the next {@link getGpuUsage} measures from here.
- * Reports nothing, not even a failure. Without it the first {@link getGpuUsage} opens the counters and is empty.
+ * Reports nothing, not even a failure. Without it the first {@link getGpuUsage} opens the counters and is empty. The
+ * process ends when the system cannot start the thread.
  *
  * @returns nothing, before the counters are open. Never throws.
  */
@@ -237,7 +253,7 @@ export function initGpuUsage(): void;
 
 /**
  * Samples the GPU's engines on a thread of its own. All callers in the process share one reading: each sample measures
- * the time since the previous one, whoever took it.
+ * the time since the previous one, whoever took it. The process ends when the system cannot start the thread.
  *
  * @param nativePid the native process's id, read as a signed 32-bit integer. An id also counts the processes whose ids
  *   begin with its digits: 12 counts 123 too.
@@ -248,7 +264,7 @@ export function initGpuUsage(): void;
 export function getGpuUsage(nativePid: number, gpuPid: number, callback: (usage: GpuUsage) => void): void;
 
 /**
- * Lists the running processes on a thread of its own.
+ * Lists the running processes on a thread of its own. The process ends when the system cannot start the thread.
  *
  * @param callback called once, later, with the list; never called when the script environment ends first.
  * @throws TypeError "Invalid arg" when `callback` is not a function; nothing is started then.

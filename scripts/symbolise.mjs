@@ -4,7 +4,7 @@
 import { existsSync, readFileSync } from 'node:fs';
 import path from 'node:path';
 import { buildFolder } from './lib/build.mjs';
-import { root, run, runMain, SetupError } from './lib/shell.mjs';
+import { onWindows, root, run, runMain, SetupError } from './lib/shell.mjs';
 
 const tool = (name) => `x86_64-w64-mingw32-${name}`;
 
@@ -33,6 +33,8 @@ function describe(file, offset) {
 }
 
 await runMain(() => {
+  // The tools are Debian's, and what MSVC writes needs others.
+  if (onWindows) throw new SetupError('This command runs on Debian; docs/jank-report.md says how to read a trace on Windows.');
   const [report, ...given] = process.argv.slice(2);
   if (!report) throw new SetupError('Usage: npm run --silent symbolise -- REPORT.json [FOLDER...]');
   const fromCaller = (file) => path.resolve(process.env.INIT_CWD ?? '.', file);

@@ -19,38 +19,47 @@ const showOutput = process.argv.includes('--output');
 const totals = { passed: 0, failed: 0 };
 
 /** Adds one run's result to the totals and shows it; the output of a failed run is shown whole. */
-function report(name, { passed, failed, output, seconds }) {
+function report(name, { passed, failed, skipped = 0, output, seconds }) {
   totals.passed += passed;
   totals.failed += failed;
+  const others = skipped ? `, ${skipped} skipped` : '';
   const time = seconds === undefined ? '' : ` (${seconds.toFixed(1)} s)`;
-  console.log(`${failed ? 'FAILED' : 'ok    '} ${name}: ${passed} passed, ${failed} failed${time}`);
+  console.log(`${failed ? 'FAILED' : 'ok    '} ${name}: ${passed} passed, ${failed} failed${others}${time}`);
   if (failed || showOutput) console.log(output);
 }
 
-/** Runs a test program and counts by the two patterns; an end without a count, or with a failure code, is a failure. */
-async function runTestProgram(name, program, args, options, [passedPattern, failedPattern]) {
+/** Runs a test program and counts by the patterns; an end without a count, or with a failure code, is a failure. */
+async function runTestProgram(name, program, args, options, patterns) {
   const chunks = [];
   const collect = (chunk) => chunks.push(chunk);
   const start = performance.now();
   const code = await runProgram(program, args, { stdout: collect, stderr: collect, timeoutMs, cwd: root, ...options });
+  const seconds = (performance.now() - start) / 1000;
   const output = Buffer.concat(chunks).toString();
   const count = (pattern) => Number(output.match(pattern)?.[1] ?? 0);
-  let failed = count(failedPattern);
-  const passed = count(passedPattern);
-  if (failed === 0 && (code !== 0 || passed === 0)) failed = 1;
-  report(name, { passed, failed, output: `${output}\n(exit code ${code})`, seconds: (performance.now() - start) / 1000 });
+  const [passed, skipped] = [count(patterns.passed), count(patterns.skipped)];
+  let failed = count(patterns.failed);
+  if (failed === 0 && (code !== 0 || passed + skipped === 0)) failed = 1;
+  const end = seconds * 1000 < timeoutMs ? `exit code ${code}` : `killed after ${timeoutMs / 1000} s`;
+  report(name, { passed, failed, skipped, output: `${output}\n(${end})`, seconds });
 }
+
+const nativePatterns = {
+  passed: /^\[ {2}PASSED {2}\] (\d+) tests?\.\r?$/m,
+  failed: /^\[ {2}FAILED {2}\] (\d+) tests?, listed below:\r?$/m,
+  skipped: /^\[ {2}SKIPPED \] (\d+) tests?, listed below:\r?$/m,
+};
 
 function nativeTests() {
   const folder = path.join(buildFolder, 'native_tests');
   return readdirSync(folder).filter((file) => file.endsWith('.exe')).sort().map((file) => ({
     name: `tests/native/${file.slice(0, -'.exe'.length)}`,
-    run: (name, lane) => runTestProgram(name, path.join(folder, file), [], { lane },
-      [/^\[ {2}PASSED {2}\] (\d+) tests?\.\r?$/m, /^\[ {2}FAILED {2}\] (\d+) tests?, listed below:\r?$/m]),
+    run: (name, lane) => runTestProgram(name, path.join(folder, file), [], { lane }, nativePatterns),
   }));
 }
 
-const tapPatterns = [/^# pass (\d+)\r?$/m, /^# fail (\d+)\r?$/m];
+const tapPatterns = {
+  passed: /^# pass (\d+)\r?$/m, failed: /^# fail (\d+)\r?$/m, skipped: /^# skipped (\d+)\r?$/m };
 
 function testFiles(ending) {
   return readdirSync(path.join(root, 'tests'), { recursive: true })
@@ -85,11 +94,16 @@ await runMain(async () => {
   for (const version of nodeVersions) windowsNode(version);
   for (const lane of lanes) if (!onWindows) ensureWinePrefix(lane);
   if (!onWindows && queue.some(({ name }) => /debug_mode|faults/.test(name))) ensureDebugModeFiles();
-  for (const lane of lanes) holdLane(lane);
-  await Promise.all(lanes.map(async (lane) => {
-    for (let test = queue.shift(); test; test = queue.shift()) await test.run(test.name, lane);
-  }));
-  for (const lane of lanes) stopLane(lane);
+  try {
+    for (const lane of lanes) holdLane(lane);
+    await Promise.all(lanes.map(async (lane) => {
+      for (let test = queue.shift(); test; test = queue.shift()) await test.run(test.name, lane);
+    }));
+  } finally {
+    // Where one lane has failed, the other is to begin nothing more in a prefix that is being stopped.
+    queue.length = 0;
+    for (const lane of lanes) stopLane(lane);
+  }
   if (selections.length === 0) {
     report('types', checkTypes());
     for (const [name, result] of await checkStyle()) report(name, result);

@@ -4,10 +4,12 @@
 const left = 330;
 const width = 860;
 const rowHeight = 26;
-const top = 58;
+const top = 74;
+
+const escape = (text) => text.replaceAll('&', '&amp;').replaceAll('<', '&lt;');
 
 /** One bar a row, its quartiles as a thin line across the bar's end, and a line at the limit. */
-exports.drawChart = ({ limit, node, rows }) => {
+exports.drawChart = ({ compiler, system, processor, node, limit, rows }) => {
   const widest = Math.max(1.5, ...rows.map(({ ratio }) => ratio.upper));
   const x = (ratio) => (left + ratio / widest * (width - left - 60)).toFixed(1);
   const bottom = top + rows.length * rowHeight;
@@ -41,7 +43,8 @@ exports.drawChart = ({ limit, node, rows }) => {
     }
   </style>
   <text class="title" x="16" y="22">Time of the module divided by the time of the bare calls</text>
-  <text class="axis" style="text-anchor: start" x="16" y="40">Medians and quartiles, Node.js ${node.slice(1)}; lower is better, the dashed line is ${limit}</text>
+  <text class="axis" style="text-anchor: start" x="16" y="40">Medians and quartiles; lower is better, the dashed line is ${limit}</text>
+  <text class="axis" style="text-anchor: start" x="16" y="56">${compiler} build, Node.js ${node.slice(1)}, ${system}, ${escape(processor)}</text>
 ${bars.join('\n')}
   <path class="one" d="M${x(1)} ${top}V${bottom}"/>
   <path class="limit" d="M${x(limit)} ${top}V${bottom}"/>

@@ -6,20 +6,15 @@
 #include <windows.h>
 
 #include <memory>
-#include <string>
 #include <vector>
 
+#include "addon/script_text.h"
 #include "native/bare_calls.h"
 #include "native/frozen_time.h"
 #include "native/usage_sums.h"
 #include "support/import_patch.h"
 
 namespace {
-
-std::wstring WideArgument(const Napi::Value& value) {
-  const std::u16string text = value.As<Napi::String>().Utf16Value();
-  return {text.begin(), text.end()};
-}
 
 /// setAnswer(text): what answer() returns from now on.
 Napi::Value SetAnswer(const Napi::CallbackInfo& info) {
@@ -36,9 +31,9 @@ HANDLE WINAPI NoSnapshot(DWORD, DWORD) {
   return INVALID_HANDLE_VALUE;
 }
 
-/// withoutSnapshots(off): whether the module is refused every process snapshot, which leaves nothing of
+/// refuseSnapshots(refuse): whether the module is refused every process snapshot, which leaves nothing of
 /// "enumProcessList" but the way to a worker and back.
-Napi::Value WithoutSnapshots(const Napi::CallbackInfo& info) {
+Napi::Value RefuseSnapshots(const Napi::CallbackInfo& info) {
   static std::unique_ptr<testing_support::ImportPatch> patch;
   patch.reset();
   if (info[0].ToBoolean()) {
@@ -48,7 +43,7 @@ Napi::Value WithoutSnapshots(const Napi::CallbackInfo& info) {
   return info.Env().Undefined();
 }
 
-/// watchFrozenTime(); latestFrozenTime() and bareFrozenTime(processId, threadId, path): nanoseconds.
+/// watchFrozenTime(); latestFrozenTime(): nanoseconds.
 Napi::Value WatchFrozenTime(const Napi::CallbackInfo& info) {
   bench::WatchFrozenTime();
   return info.Env().Undefined();
@@ -58,10 +53,14 @@ Napi::Value LatestFrozenTime(const Napi::CallbackInfo& info) {
   return Napi::Number::New(info.Env(), bench::LatestFrozenTime());
 }
 
-Napi::Value BareFrozenTime(const Napi::CallbackInfo& info) {
-  return Napi::Number::New(info.Env(),
-                           bench::BareFrozenTime(info[0].As<Napi::Number>().Uint32Value(),
-                                                 info[1].As<Napi::Number>().Uint32Value(), WideArgument(info[2])));
+/// bareCapture(processId, threadId, path): `{ nanoseconds, frames }`.
+Napi::Value BareCapture(const Napi::CallbackInfo& info) {
+  const auto capture = bench::CaptureBare(info[0].As<Napi::Number>().Uint32Value(),
+                                          info[1].As<Napi::Number>().Uint32Value(), addon::ToWide(info[2]));
+  const auto result = Napi::Object::New(info.Env());
+  result.Set("nanoseconds", Napi::Number::New(info.Env(), capture.nanoseconds));
+  result.Set("frames", Napi::Number::New(info.Env(), static_cast<double>(capture.frames)));
+  return result;
 }
 
 std::vector<bench::Instance> instances;
@@ -95,10 +94,10 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
   SetBare(exports, "workerCall", &bench::WorkerThreadCall);
   exports.Set("emptyAnswer", Napi::Function::New(env, &EmptyAnswer));
   exports.Set("setAnswer", Napi::Function::New(env, &SetAnswer));
-  exports.Set("withoutSnapshots", Napi::Function::New(env, &WithoutSnapshots));
+  exports.Set("refuseSnapshots", Napi::Function::New(env, &RefuseSnapshots));
   exports.Set("watchFrozenTime", Napi::Function::New(env, &WatchFrozenTime));
   exports.Set("latestFrozenTime", Napi::Function::New(env, &LatestFrozenTime));
-  exports.Set("bareFrozenTime", Napi::Function::New(env, &BareFrozenTime));
+  exports.Set("bareCapture", Napi::Function::New(env, &BareCapture));
   exports.Set("makeInstances", Napi::Function::New(env, &MakeInstances));
   exports.Set("sumInstances", Napi::Function::New(env, &SumInstances<&bench::SumWithAccumulator>));
   exports.Set("sumInstancesBare", Napi::Function::New(env, &SumInstances<&bench::SumBare>));

@@ -1,8 +1,6 @@
 #include "native/frozen_time.h"
 
 #include <atomic>
-#include <cstdint>
-#include <cstdio>
 #include <vector>
 
 #include "jank/dbghelp_functions.h"
@@ -45,16 +43,18 @@ bool Dump(const DbgHelpFunctions& dbgHelp, HANDLE process, DWORD processId, DWOR
                                          FILE_ATTRIBUTE_NORMAL, nullptr));
   MINIDUMP_EXCEPTION_INFORMATION stalled{};
   stalled.ThreadId = threadId;
+  // The module's dump type.
   constexpr auto kType = static_cast<MINIDUMP_TYPE>(0x1920);
   return dbgHelp.MiniDumpWriteDump(process, processId, file.Get(), kType, &stalled, nullptr, nullptr) != FALSE;
 }
 
-bool Walk(const DbgHelpFunctions& dbgHelp, HANDLE process, HANDLE thread) {
+/// The number of frames; 0 when a call failed.
+size_t Walk(const DbgHelpFunctions& dbgHelp, HANDLE process, HANDLE thread) {
   std::vector<Module> modules;
-  if (!dbgHelp.EnumerateLoadedModulesW64(process, &AddModule, &modules)) return false;
+  if (!dbgHelp.EnumerateLoadedModulesW64(process, &AddModule, &modules)) return 0;
   CONTEXT context{};
   context.ContextFlags = CONTEXT_ALL;
-  if (!GetThreadContext(thread, &context)) return false;
+  if (!GetThreadContext(thread, &context)) return 0;
   STACKFRAME64 frame{};
   frame.AddrPC = {.Offset = context.Rip, .Segment = 0, .Mode = AddrModeFlat};
   frame.AddrFrame = {.Offset = context.Rbp, .Segment = 0, .Mode = AddrModeFlat};
@@ -64,7 +64,7 @@ bool Walk(const DbgHelpFunctions& dbgHelp, HANDLE process, HANDLE thread) {
                              dbgHelp.SymFunctionTableAccess64, dbgHelp.SymGetModuleBase64, nullptr)) {
     counters.push_back(frame.AddrPC.Offset);
   }
-  return !counters.empty();
+  return counters.size();
 }
 
 }  // namespace
@@ -79,7 +79,7 @@ double LatestFrozenTime() {
   return frozenTime;
 }
 
-double BareFrozenTime(DWORD processId, DWORD threadId, const std::wstring& path) {
+BareCapture CaptureBare(DWORD processId, DWORD threadId, const std::wstring& path) {
   const DbgHelpFunctions& dbgHelp = *win::GetFunction<decltype(&GetDbgHelpFunctions)>(
       GetModuleHandleW(L"borvanta-util.node"), "GetDbgHelpFunctions")();
   const win::UniqueHandle process(OpenProcess(PROCESS_ALL_ACCESS, FALSE, processId));
@@ -89,12 +89,12 @@ double BareFrozenTime(DWORD processId, DWORD threadId, const std::wstring& path)
   const double start = NowInNanoseconds();
   SuspendThread(thread.Get());
   const bool dumped = Dump(dbgHelp, process.Get(), processId, threadId, path);
-  const bool walked = Walk(dbgHelp, process.Get(), thread.Get());
+  const size_t frames = Walk(dbgHelp, process.Get(), thread.Get());
   ResumeThread(thread.Get());
   const double frozen = NowInNanoseconds() - start;
 
   dbgHelp.SymCleanup(process.Get());
-  return dumped && walked ? frozen : 0;
+  return {.nanoseconds = dumped && frames > 0 ? frozen : 0, .frames = frames};
 }
 
 }  // namespace bench

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <string>
 
 namespace bench {
@@ -12,10 +13,16 @@ void WatchFrozenTime();
 /// How long the module's latest capture kept its thread frozen, in nanoseconds.
 double LatestFrozenTime();
 
+struct BareCapture {
+  /// How long the thread was frozen; 0 when a call failed.
+  double nanoseconds = 0;
+  /// How many frames its stack has, to tell that the two sides did the same.
+  size_t frames = 0;
+};
+
 /// Suspends a thread of another process, dumps the process to `path`, enumerates its modules, walks the thread's stack
-/// and resumes it, with nothing around the bare calls but an owner for what they find. Returns how long the thread was
-/// frozen, in nanoseconds, and 0 when a call failed. Uses the module's own DbgHelp table, so the module must be loaded
-/// and no capture under way.
-double BareFrozenTime(DWORD processId, DWORD threadId, const std::wstring& path);
+/// and resumes it, with nothing around the bare calls but an owner for what they find. Uses the module's own DbgHelp
+/// table, so the module must be loaded and no capture under way.
+BareCapture CaptureBare(DWORD processId, DWORD threadId, const std::wstring& path);
 
 }  // namespace bench

@@ -1,18 +1,20 @@
 'use strict';
 // Stalls a process of its own, captures it, and shows what came of it.
 const { spawn } = require('node:child_process');
+const { once } = require('node:events');
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const { setTimeout: sleep } = require('node:timers/promises');
 
-/** The stalled process: one of the test targets, which says which of its threads stalls. */
+/** The stalled process: one of the test targets, which says which of its threads stalls. Rejects when there is none. */
 async function startStalledProcess() {
   const build = path.join(__dirname, '..', '..', 'build');
   const program = ['mingw', 'msvc'].map((preset) => path.join(build, preset, 'targets', 'stall_target.exe'))
     .find((file) => fs.existsSync(file));
-  if (!program) return undefined;
+  if (!program) throw new Error('it is not built; "npm run build" does that');
   const child = spawn(program, ['chain'], { stdio: ['ignore', 'pipe', 'ignore'] });
+  await once(child, 'spawn');
   let said = '';
   child.stdout.on('data', (chunk) => { said += chunk; });
   for (let waited = 0; waited < 10_000; waited += 50) {
@@ -21,13 +23,15 @@ async function startStalledProcess() {
     await sleep(50);
   }
   child.kill();
-  return undefined;
+  throw new Error('it did not say within ten seconds that it stalls');
 }
 
 exports.tour = async function tour(util, print) {
-  const stalled = await startStalledProcess();
-  if (!stalled) {
-    print('There is no process to stall here: build with "npm run build" first.');
+  let stalled;
+  try {
+    stalled = await startStalledProcess();
+  } catch (error) {
+    print(`There is no stalled process to capture: ${error.message}.`);
     return;
   }
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-tour-'));

@@ -11,7 +11,6 @@ const library = path.resolve(__dirname, '..', '..', 'lib', 'index.js');
 // The 32-bit view of HKLM\SOFTWARE\Borvanta.
 const clientKey = 'HKLM\\SOFTWARE\\WOW6432Node\\Borvanta';
 const markKey = `${clientKey}\\mark`;
-const mark = 'esn5.165.3.4096';
 
 /** Runs Windows' registry tool; returns whether it succeeded. */
 function reg(...args) {
@@ -23,22 +22,34 @@ function reg(...args) {
   }
 }
 
+/** Exports the client's keys to a file and returns what it says, in an order of its own; undefined without a client. */
+function exportKeys(file) {
+  if (!reg('query', clientKey)) return undefined;
+  if (!reg('export', clientKey, file, '/y')) throw new Error(`cannot save ${clientKey}`);
+  // A value that comes back may stand in another place than before.
+  return fs.readFileSync(file, 'utf16le').split('\r\n').sort().join('\n');
+}
+
 /** Runs `work`, then puts the client's keys back. */
 async function keepingRegistry(work) {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-tour-'));
   const backup = path.join(folder, 'client.reg');
-  const hadClient = reg('query', clientKey);
+  const before = exportKeys(backup);
   const hadMarks = reg('query', markKey);
-  if (hadClient && !reg('export', clientKey, backup, '/y')) throw new Error(`cannot save ${clientKey}`);
   try {
-    await work(hadClient);
+    await work(before !== undefined);
   } finally {
-    if (!hadMarks) reg('delete', markKey, '/f');
-    else reg('delete', markKey, '/v', mark, '/f');
-    if (!hadClient) reg('delete', clientKey, '/f');
+    // A key that was there is emptied and not deleted: it keeps its permissions.
+    if (hadMarks) reg('delete', markKey, '/va', '/f');
+    else reg('delete', markKey, '/f');
+    if (before === undefined) reg('delete', clientKey, '/f');
     else {
       reg('delete', clientKey, '/v', 'LatestBootableVersion', '/f');
-      if (!reg('import', backup)) throw new Error(`put ${clientKey} back from ${backup}`);
+      reg('import', backup);
+    }
+    // Each of these fails where this account may not write to the keys, and then nothing has changed.
+    if (exportKeys(path.join(folder, 'after.reg')) !== before) {
+      throw new Error(before === undefined ? `delete ${clientKey}` : `put ${clientKey} back from ${backup}`);
     }
     fs.rmSync(folder, { recursive: true, force: true });
   }

@@ -14,7 +14,7 @@ export function build({ tests = false } = {}) {
 
 /** Builds the module and what `npm run bench` measures it against. */
 export function buildBench() {
-  say('Building the module and its measure');
+  say('Building the module and what it is measured against');
   run('cmake', ['--preset', preset]);
   run('cmake', ['--build', '--preset', preset, '--target', 'bench']);
 }

@@ -25,6 +25,7 @@ const testPackages = {
 
 /** Sees to the tools that building and running need; with `forTests` to those of the tests too. */
 export function ensureTools({ forTests = false } = {}) {
+  if (onWindows && forTests) ensureNoClient();
   if (onWindows) ensureMsvc();
   else ensureDebianPackages(forTests ? { ...buildPackages, ...testPackages } : buildPackages);
   ensureNpmPackages(root);
@@ -35,6 +36,15 @@ function ensureMsvc() {
   if (!process.env.VCPKG_ROOT || !succeeds('cl', ['/?']) || !succeeds('ninja', ['--version'])) {
     throw new SetupError('Install Visual Studio 2022 with C++ and vcpkg, then run this in its x64 Native Tools prompt.');
   }
+}
+
+/** In Wine the tests have a registry of their own. */
+function ensureNoClient() {
+  const key = 'HKLM\\SOFTWARE\\Borvanta';
+  const view = ['/reg:32', '/reg:64'].find((flag) => succeeds('reg', ['query', key, flag]));
+  if (!view) return;
+  throw new SetupError(`The tests would delete ${key}, which exists here. Run them on a machine without the client, or `
+    + `delete it yourself if it is what tests that were broken off have left: reg delete ${key} ${view}`);
 }
 
 function ensureDebianPackages(packages) {
@@ -59,15 +69,16 @@ function ensureDebianPackages(packages) {
   }
 }
 
-/** Installs a folder's npm packages when its lock file has changed since the last time. */
+/** Installs a folder's npm packages when its lock file has changed since the last time, or a wanted file is gone. */
 function ensureNpmPackages(folder, wanted = []) {
   const stamp = path.join(folder, 'node_modules', '.installed-lock');
   const lock = createHash('sha256').update(readFileSync(path.join(folder, 'package-lock.json'))).digest('hex');
-  if (existsSync(stamp) && readFileSync(stamp, 'utf8') === lock) return;
+  const isMissing = (file) => !existsSync(file);
+  if (existsSync(stamp) && readFileSync(stamp, 'utf8') === lock && !wanted.some(isMissing)) return;
   say(`Installing the npm packages of ${path.relative(root, folder) || 'the project'}`);
   run('npm', ['ci', '--no-audit', '--no-fund'], { cwd: folder, shell: onWindows });
   // npm keeps silent when it cannot get an optional package.
-  const missing = wanted.filter((file) => !existsSync(file));
+  const missing = wanted.filter(isMissing);
   if (missing.length > 0) throw new SetupError(`npm could not install ${missing.join(', ')}; is the registry reachable?`);
   writeFileSync(stamp, lock);
 }

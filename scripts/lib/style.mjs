@@ -1,5 +1,5 @@
 // clang-format and clang-tidy over all C++ files. A file that clang-tidy found nothing in is not looked at again until
-// it, a header or a setting changes.
+// it, a header, the way it is compiled or a setting changes.
 import { execFile, spawnSync } from 'node:child_process';
 import { createHash } from 'node:crypto';
 import { existsSync, mkdirSync, readdirSync, readFileSync, writeFileSync } from 'node:fs';
@@ -28,8 +28,10 @@ function checkFormat(files) {
 
 async function checkTidy(files) {
   const hash = (...parts) => createHash('sha256').update(parts.join('\0')).digest('hex');
-  const read = (file) => readFileSync(path.join(root, file), 'utf8');
-  const common = hash(read('.clang-tidy'), ...files.filter((file) => file.endsWith('.h')).map(read));
+  const read = (file) => readFileSync(path.resolve(root, file), 'utf8');
+  // What else is compiled with: the compiler's arguments, and the libraries' headers by their versions.
+  const others = ['.clang-tidy', `${buildFolder}/compile_commands.json`, 'package-lock.json'];
+  const common = hash(...[...others, ...files.filter((file) => file.endsWith('.h'))].map(read));
   const cache = path.join(root, 'build', 'tidy');
   mkdirSync(cache, { recursive: true });
   const extra = crossCompilerArguments().map((argument) => `--extra-arg=${argument}`);

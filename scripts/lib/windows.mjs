@@ -63,10 +63,9 @@ class FileFollower {
  * one whose `signal` is aborted.
  */
 export async function runProgram(program, args, options) {
-  const { lane = 0, host = onWindows, env = {}, cwd, stdout, stderr, timeoutMs, signal } = options;
+  const { lane = 0, host = onWindows, cwd, stdout, stderr, timeoutMs, signal } = options;
   if (host) {
-    const child = spawn(program, args, { cwd, env: { ...process.env, ...env }, timeout: timeoutMs, signal,
-      stdio: ['ignore', 'pipe', 'pipe'] });
+    const child = spawn(program, args, { cwd, timeout: timeoutMs, signal, stdio: ['ignore', 'pipe', 'pipe'] });
     child.stdout.on('data', stdout);
     child.stderr.on('data', stderr);
     return exitCode(child);
@@ -79,7 +78,7 @@ export async function runProgram(program, args, options) {
   const followers = [new FileFollower(files[0], stdout), new FileFollower(files[1], stderr)];
   try {
     return await exitCode(spawn(wine, [program, ...args], { cwd, timeout: timeoutMs, signal, killSignal: 'SIGKILL',
-      env: { ...process.env, ...wineEnvironment(prefix), ...env }, stdio: ['ignore', ...fds] }));
+      env: { ...process.env, ...wineEnvironment(prefix) }, stdio: ['ignore', ...fds] }));
   } finally {
     for (const follower of followers) follower.stop();
     for (const fd of fds) closeSync(fd);

@@ -2,7 +2,7 @@
 // Windows, and compiled against. Runs on the Linux side.
 import assert from 'node:assert/strict';
 import { execFileSync, spawnSync } from 'node:child_process';
-import { mkdirSync, mkdtempSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
+import { existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
 import test, { after, before } from 'node:test';
@@ -36,9 +36,19 @@ after(() => rmSync(folder, { recursive: true, force: true }));
 
 test('holds what a client needs and nothing else', () => {
   const listed = execFileSync('tar', ['-tzf', tarball], { encoding: 'utf8' }).trim().split('\n').sort();
-  assert.deepEqual(listed, ['CHANGELOG.md', 'README.md', 'lib/index.d.ts', 'lib/index.js', 'lib/promises.d.ts',
-    'lib/promises.js', 'package.json', 'prebuilds/win32-x64/borvanta-util.node'].map((name) => `package/${name}`));
+  assert.deepEqual(listed, ['CHANGELOG.md', 'README.md', 'docs/bench.svg', 'docs/jank-report.md', 'docs/security.md',
+    'lib/index.d.ts', 'lib/index.js', 'lib/promises.d.ts', 'lib/promises.js', 'package.json',
+    'prebuilds/win32-x64/borvanta-util.node', 'src/jank/dbghelp_functions.h'].map((name) => `package/${name}`));
   assert.deepEqual(readdirSync(path.join(project, 'node_modules')), ['.package-lock.json', 'borvanta-util']);
+});
+
+test('has no link in its pages that leads nowhere', () => {
+  const installed = path.join(project, 'node_modules', 'borvanta-util');
+  for (const page of ['README.md', 'CHANGELOG.md', 'docs/jank-report.md', 'docs/security.md']) {
+    const links = readFileSync(path.join(installed, page), 'utf8').matchAll(/\]\((?!https?:)([^)#]+)/g);
+    const dead = [...links].filter(([, link]) => !existsSync(path.join(installed, path.dirname(page), link)));
+    assert.deepEqual(dead.map(([, link]) => link), [], page);
+  }
 });
 
 const use = `console.log(JSON.stringify({
