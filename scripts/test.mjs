@@ -94,6 +94,8 @@ await runMain(async () => {
   for (const version of nodeVersions) windowsNode(version);
   for (const lane of lanes) if (!onWindows) ensureWinePrefix(lane);
   if (!onWindows && queue.some(({ name }) => /debug_mode|faults/.test(name))) ensureDebugModeFiles();
+  // Beside the tests, which wait for much and compute little.
+  const style = selections.length === 0 ? checkStyle() : undefined;
   try {
     for (const lane of lanes) holdLane(lane);
     await Promise.all(lanes.map(async (lane) => {
@@ -104,9 +106,9 @@ await runMain(async () => {
     queue.length = 0;
     for (const lane of lanes) stopLane(lane);
   }
-  if (selections.length === 0) {
+  if (style) {
     report('types', checkTypes());
-    for (const [name, result] of await checkStyle()) report(name, result);
+    for (const [name, result] of await style) report(name, result);
   }
   say('');
   console.log(`${totals.passed} passed, ${totals.failed} failed`);
