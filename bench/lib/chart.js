@@ -20,13 +20,13 @@ exports.drawChart = ({ compiler, system, processor, node, limit, rows }) => {
   <text class="against" x="${left - 10}" y="${middle + 9}">against ${against}</text>
   <rect class="${ratio.median > limit ? 'above' : 'bar'}" x="${left}" y="${y + 5}" width="${x(ratio.median) - left}" height="${rowHeight - 10}"/>
   <path class="spread" d="M${x(ratio.lower)} ${middle}H${x(ratio.upper)}"/>
-  <text class="value" x="${+x(Math.max(ratio.upper, ratio.median)) + 6}" y="${middle + 4}">${ratio.median.toFixed(2)}</text>`;
+  <text class="value" x="${width - 16}" y="${middle + 4}">${ratio.median.toFixed(2)}</text>`;
   });
   return `<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 ${width} ${bottom + 34}" role="img" aria-label="Time of the module divided by the time of bare calls">
   <style>
     text { font: 12px system-ui, sans-serif; fill: #1f2328 }
     .title { font-weight: 600; font-size: 14px }
-    .what, .against { text-anchor: end }
+    .what, .against, .value { text-anchor: end }
     .against { font-size: 9px }
     .against, .axis { fill: #59636e }
     .axis { text-anchor: middle; font-size: 11px }
