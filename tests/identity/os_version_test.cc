@@ -8,7 +8,6 @@
 
 using identity::ClassifyOsGeneration;
 using identity::OsGeneration;
-using identity::OsGenerationName;
 
 namespace {
 
@@ -45,19 +44,6 @@ OsGeneration Classify(DWORD major, DWORD minor, DWORD build, bool server = false
 }
 
 }  // namespace
-
-TEST(OsVersion, EveryCodeHasItsName) {
-  const wchar_t* const names[] = {L"unknown", L"32s", L"nt3",  L"95",   L"98",    L"me",     L"nt4",
-                                  L"2000",    L"xp",  L"2003", L"2008", L"vista", L"2008r2", L"7",
-                                  L"8",       L"8.1", L"10",   L"11",   L"Server"};
-  int32_t code = 4096;
-  for (const wchar_t* name : names)
-    EXPECT_EQ(OsGenerationName(static_cast<OsGeneration>(code++)), name);
-  EXPECT_EQ(code, 4115);
-  for (const int32_t outside : {0, 4095, 4115, -1}) {
-    EXPECT_EQ(OsGenerationName(static_cast<OsGeneration>(outside)), L"unknown");
-  }
-}
 
 TEST(OsVersion, ClassifiesByTheFirstTestThatHolds) {
   EXPECT_EQ(Classify(10, 0, 22631), OsGeneration::k11);
