@@ -7,45 +7,38 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "win/fault_guard.h"
 #include "win/get_function.h"
-#include "win/unique_resource.h"
 
 namespace addon {
 
 namespace {
 
-constexpr DWORD kThreadNameException = 0x406D1388;
+/// MS_VC_EXCEPTION, which debuggers take for a thread's name.
+constexpr DWORD kMsVcException = 0x406D1388;
 
-/// The record that debuggers expect behind the exception's arguments.
-struct ThreadNameRecord {
+/// THREADNAME_INFO, the record that they expect as the exception's arguments.
+struct ThreadNameInfo {
   DWORD type = 0x1000;
   const char* name;
   DWORD threadId;
   DWORD flags = 0;
 };
 
-LONG CALLBACK SwallowThreadNameException(EXCEPTION_POINTERS* exception) {
-  return exception->ExceptionRecord->ExceptionCode == kThreadNameException ? EXCEPTION_CONTINUE_EXECUTION
-                                                                           : EXCEPTION_CONTINUE_SEARCH;
+using ExceptionArguments = std::array<ULONG_PTR, 3>;
+static_assert(sizeof(ThreadNameInfo) == sizeof(ExceptionArguments));
+
+void Raise(void* data) {
+  const auto& arguments = *static_cast<const ExceptionArguments*>(data);
+  RaiseException(kMsVcException, 0, static_cast<DWORD>(arguments.size()), arguments.data());
 }
 
-struct VectoredHandlerTraits {
-  using Value = void*;
-  static Value Invalid() noexcept { return nullptr; }
-  static void Close(Value value) noexcept { RemoveVectoredExceptionHandler(value); }
-};
-
-/// A debugger sees the exception before the handler does; without one the handler lets the thread go on. A vectored
-/// handler, because only one of our two compilers knows __try.
 void RaiseThreadNameException(const char* name) noexcept {
-  const win::UniqueResource<VectoredHandlerTraits> guard(
-      AddVectoredExceptionHandler(/*first=*/1, &SwallowThreadNameException));
-  if (!guard) return;
-  const ThreadNameRecord record{.name = name, .threadId = GetCurrentThreadId()};
-  std::array<ULONG_PTR, 3> arguments{};
-  static_assert(sizeof(record) == sizeof(arguments));
-  std::memcpy(arguments.data(), &record, sizeof(record));
-  RaiseException(kThreadNameException, 0, static_cast<DWORD>(arguments.size()), arguments.data());
+  const ThreadNameInfo info{.name = name, .threadId = GetCurrentThreadId()};
+  ExceptionArguments arguments{};
+  std::memcpy(arguments.data(), &info, sizeof(info));
+  // A debugger sees the exception first; without one nobody takes it, and the guard ends it here.
+  win::CallUnderFaultGuard(&Raise, arguments.data());
 }
 
 }  // namespace

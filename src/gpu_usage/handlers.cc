@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "addon/background_work.h"
-#include "addon/errors.h"
+#include "addon/bad_argument.h"
 #include "addon/worker_thread.h"
 #include "gpu_usage/gpu_process_usage_result.h"
 #include "gpu_usage/sampler.h"
@@ -61,7 +61,7 @@ constexpr addon::BackgroundFunction<GpuProcessUsageResult> kGetGpuUsage = {
 }  // namespace
 
 Napi::Value InitGpuUsage(const Napi::CallbackInfo& info) {
-  addon::StartWorker("InitGpuUsage", [] { ProcessSampler().Reinitialise(); });
+  addon::StartWorker("InitGpuUsage", [] { SharedSampler().Reinitialise(); });
   return info.Env().Undefined();
 }
 
@@ -73,7 +73,7 @@ Napi::Value GetGpuUsage(const Napi::CallbackInfo& info) {
   const int32_t gpuPid = info[1].As<Napi::Number>().Int32Value();
   return addon::RunInBackground(
       info.Env(), info[2].As<Napi::Function>(), kGetGpuUsage,
-      [nativePid, gpuPid](GpuProcessUsageResult& result) { ProcessSampler().Sample(nativePid, gpuPid, result); });
+      [nativePid, gpuPid](GpuProcessUsageResult& result) { SharedSampler().Sample(nativePid, gpuPid, result); });
 }
 
 }  // namespace gpu_usage

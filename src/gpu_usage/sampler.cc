@@ -7,6 +7,7 @@
 #include <new>
 
 #include "gpu_usage/usage_accumulator.h"
+#include "win/never_destroyed.h"
 
 namespace gpu_usage {
 
@@ -15,15 +16,7 @@ namespace {
 constexpr wchar_t kCounterPath[] = L"\\GPU Engine(*)\\Utilization Percentage";
 constexpr auto kMoreData = static_cast<PDH_STATUS>(PDH_MORE_DATA);
 
-/// Runs no destructor: when the process ends, a worker may have been stopped with the lock in its hands, and PDH is not
-/// to be called from a module's unloading.
-union ProcessWide {
-  ProcessWide() noexcept : sampler() {}
-  ~ProcessWide() {}
-  Sampler sampler;
-};
-
-ProcessWide processWide;
+win::NeverDestroyed<Sampler> shared;
 
 }  // namespace
 
@@ -31,6 +24,8 @@ void Sampler::OpenAndPrime() noexcept {
   // The handles alone tell success; the statuses are deliberately not looked at.
   if (!query_) PdhOpenQueryW(nullptr, 0, query_.Receive());
   if (!query_) return;
+  // Deliberately not PdhAddEnglishCounterW, as the client has always had it: where Windows' language has its own name
+  // for the counter, there is none.
   if (!counter_) PdhAddCounterW(query_.Get(), kCounterPath, 0, counter_.Receive());
   if (!counter_) return;
   PdhCollectQueryData(query_.Get());
@@ -71,8 +66,8 @@ void Sampler::Sample(int32_t nativePid, int32_t gpuPid, GpuProcessUsageResult& r
   result = accumulator.Result();
 }
 
-Sampler& ProcessSampler() noexcept {
-  return processWide.sampler;
+Sampler& SharedSampler() noexcept {
+  return shared.object;
 }
 
 }  // namespace gpu_usage

@@ -24,9 +24,8 @@ class Sampler {
   void Reinitialise();
 
   /// Takes a sample into `result`, a zeroed record; see UsageAccumulator for the two ids. The record stays zeroed when
-  /// there is nothing to read: without an open query this only opens one, and a counter that gives no values yet (or no
-  /// more) gives none here. When memory runs out the record stays zeroed too; if not for PDH's own list but for a name
-  /// in it, std::bad_alloc is thrown besides.
+  /// there is nothing to read: without an open query (which this call then opens), when the counter gives no values,
+  /// and when memory runs out. Throws std::bad_alloc when it runs out over an instance's name.
   void Sample(int32_t nativePid, int32_t gpuPid, GpuProcessUsageResult& result);
 
  private:
@@ -52,6 +51,6 @@ class Sampler {
 };
 
 /// The sampler of this process, which all script environments share. Made when the module loads and never destroyed.
-Sampler& ProcessSampler() noexcept;
+Sampler& SharedSampler() noexcept;
 
 }  // namespace gpu_usage

@@ -2,13 +2,14 @@
 
 #include <array>
 
+#include "win/never_destroyed.h"
+
 namespace identity {
 
 namespace {
 
 constexpr DWORD kMaxPeriodEndSize = 18;
 constexpr WORD kEnglishUnitedStates = MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US);
-static_assert(kEnglishUnitedStates == 1033);
 
 /// The debug period that `module` carries; empty when it carries none of a fitting size.
 std::span<const BYTE> FindPeriodEnd(HMODULE module) {
@@ -41,9 +42,8 @@ bool Decide(FileSignature& signature) {
 }  // namespace
 
 DebugMode& DebugMode::Instance() {
-  // Never destroyed: at the end of the process there is no good moment to free a library.
-  static auto& instance = *new DebugMode;
-  return instance;
+  static win::NeverDestroyed<DebugMode> instance;
+  return instance.object;
 }
 
 bool DebugMode::Query() noexcept {

@@ -27,6 +27,4 @@ struct DiskRecord {
   bool IsFixed() const noexcept { return mediaType == FixedMedia; }
 };
 
-static_assert(FixedMedia == 12 && RemovableMedia == 11);
-
 }  // namespace identity

@@ -16,9 +16,6 @@ namespace identity {
 
 namespace {
 
-static_assert(MIB_IF_TYPE_ETHERNET == 6);
-static_assert(GPTR == 0x40);
-
 struct AdapterListTraits {
   using Value = IP_ADAPTER_INFO*;
   static Value Invalid() noexcept { return nullptr; }

@@ -12,7 +12,7 @@ namespace identity {
 
 namespace {
 
-/// Deliberately without a colon: drive C alone is probed.
+/// Not a path. A colon in it would add the drive before it to the probes, and change identifiers that are out there.
 constexpr std::wstring_view kDriveAnchor = L"tessaron";
 
 constexpr size_t kMaxDiskLength = 40;

@@ -11,6 +11,7 @@ namespace {
 
 constexpr wchar_t kNetworkClass[] =
     L"SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002bE10318}";
+// NCF_VIRTUAL and NCF_PHYSICAL of the network set-up.
 constexpr DWORD kVirtual = 0x1;
 constexpr DWORD kPhysical = 0x4;
 

@@ -14,16 +14,15 @@ namespace identity {
 
 namespace {
 
-static_assert(SMART_GET_VERSION == 0x00074080);
-static_assert(SMART_RCV_DRIVE_DATA == 0x0007C088);
 static_assert(sizeof(GETVERSIONINPARAMS) == 24 && offsetof(GETVERSIONINPARAMS, bIDEDeviceMap) == 3);
 static_assert(sizeof(SENDCMDINPARAMS) == 33 && offsetof(SENDCMDINPARAMS, irDriveRegs) == 4);
 static_assert(offsetof(SENDCMDINPARAMS, bDriveNumber) == 12);
 static_assert(sizeof(IDEREGS) == 8 && offsetof(IDEREGS, bDriveHeadReg) == 5 && offsetof(IDEREGS, bCommandReg) == 6);
 static_assert(sizeof(SENDCMDOUTPARAMS) == 17 && offsetof(SENDCMDOUTPARAMS, bBuffer) == 16);
 
-constexpr BYTE kIdentifyDevice = 0xEC;
-constexpr BYTE kIdentifyPacketDevice = 0xA1;
+/// Word 0 of the IDENTIFY data, the general configuration.
+constexpr uint16_t kFixedDevice = 0x40;
+constexpr uint16_t kRemovableMedia = 0x80;
 constexpr DWORD kMaxOutputLength = 545;
 
 /// What tells the two probes apart.
@@ -39,16 +38,17 @@ SENDCMDINPARAMS InputA(unsigned drive, BYTE ideDeviceMap) {
   SENDCMDINPARAMS input{};
   input.cBufferSize = 512;
   input.irDriveRegs.bSectorCountReg = 1;
+  // The master or the slave of a channel.
   input.irDriveRegs.bDriveHeadReg = drive % 2 == 0 ? 0xA0 : 0xB0;
   const bool isPacketDevice = ((ideDeviceMap >> drive) & 0x10) != 0;
-  input.irDriveRegs.bCommandReg = isPacketDevice ? kIdentifyPacketDevice : kIdentifyDevice;
+  input.irDriveRegs.bCommandReg = isPacketDevice ? ATAPI_ID_CMD : ID_CMD;
   input.bDriveNumber = static_cast<BYTE>(drive);
   return input;
 }
 
 SENDCMDINPARAMS InputB(unsigned /*drive*/, BYTE /*ideDeviceMap*/) {
   SENDCMDINPARAMS input{};
-  input.irDriveRegs.bCommandReg = kIdentifyDevice;
+  input.irDriveRegs.bCommandReg = ID_CMD;
   return input;
 }
 
@@ -109,9 +109,9 @@ bool ProbeSmartB(unsigned drive, DiskRecord& record) {
 void ReadIdentifyData(IdentifyData words, DiskRecord& record) {
   record.serialNumber = win::ThreadAnsiToWide(IdentifyText(words, 10, 19));
   record.productRevision = win::ThreadAnsiToWide(IdentifyText(words, 23, 26));
-  if (words[0] & 0x40) {
+  if (words[0] & kFixedDevice) {
     record.mediaType = FixedMedia;
-  } else if (words[0] & 0x80) {
+  } else if (words[0] & kRemovableMedia) {
     record.mediaType = RemovableMedia;
   }
 }

@@ -17,12 +17,8 @@ namespace identity {
 
 namespace {
 
-static_assert(IOCTL_DISK_GET_DRIVE_GEOMETRY == 0x00070000);
-static_assert(IOCTL_STORAGE_QUERY_PROPERTY == 0x002D1400);
-static_assert(IOCTL_STORAGE_GET_MEDIA_SERIAL_NUMBER == 0x002D0C10);
 static_assert(sizeof(DISK_GEOMETRY) == 24 && offsetof(DISK_GEOMETRY, MediaType) == 8);
 static_assert(sizeof(STORAGE_PROPERTY_QUERY) == 12);
-static_assert(StorageDeviceProperty == 0 && PropertyStandardQuery == 0);
 static_assert(offsetof(STORAGE_DEVICE_DESCRIPTOR, VendorIdOffset) == 12);
 static_assert(offsetof(STORAGE_DEVICE_DESCRIPTOR, SerialNumberOffset) == 24);
 static_assert(offsetof(STORAGE_DEVICE_DESCRIPTOR, BusType) == 28);

@@ -2,15 +2,17 @@
 
 #include <windows.h>
 
-#include <mutex>
 #include <string>
 
 #include "jank/dbghelp_functions.h"
+#include "jank/dbghelp_guard.h"
 #include "jank/dump_name.h"
 #include "jank/frozen_memory.h"
 #include "jank/jank_report.h"
 #include "jank/minidump.h"
 #include "jank/stack_walk.h"
+#include "jank/symbol_handler.h"
+#include "jank/thread_suspension.h"
 #include "win/text.h"
 #include "win/unique_resource.h"
 
@@ -18,79 +20,17 @@ namespace jank {
 
 namespace {
 
+/// The width of these rights depends on _WIN32_WINNT.
 static_assert(PROCESS_ALL_ACCESS == 0x1FFFFF && THREAD_ALL_ACCESS == 0x1FFFFF);
-
-/// The DbgHelp call lock in the form that std::lock_guard takes.
-class DbgHelpLock {
- public:
-  explicit DbgHelpLock(const DbgHelpFunctions& dbgHelp) : dbgHelp_(dbgHelp) {}
-  void lock() { dbgHelp_.Lock(); }
-  void unlock() { dbgHelp_.Unlock(); }
-
- private:
-  const DbgHelpFunctions& dbgHelp_;
-};
-
-/// DbgHelp's symbol handler for the target, stopped by the destructor where Stop() has not been called.
-class SymbolHandler {
- public:
-  SymbolHandler(const DbgHelpFunctions& dbgHelp, HANDLE process) : dbgHelp_(dbgHelp), process_(process) {
-    DbgHelpLock lock(dbgHelp_);
-    const std::lock_guard guard(lock);
-    started_ = dbgHelp_.SymInitialize(process_, nullptr, /*fInvadeProcess=*/TRUE) != FALSE;
-  }
-  ~SymbolHandler() { Stop(); }
-  SymbolHandler(const SymbolHandler&) = delete;
-  SymbolHandler& operator=(const SymbolHandler&) = delete;
-
-  explicit operator bool() const { return started_; }
-
-  /// Returns whether the handler is stopped now.
-  bool Stop() {
-    if (!started_) return true;
-    started_ = false;
-    DbgHelpLock lock(dbgHelp_);
-    const std::lock_guard guard(lock);
-    return dbgHelp_.SymCleanup(process_) != FALSE;
-  }
-
- private:
-  const DbgHelpFunctions& dbgHelp_;
-  const HANDLE process_;
-  bool started_ = false;
-};
-
-/// A suspended thread, resumed exactly once: by Resume(), or by the destructor on any path that does not get there.
-class ThreadSuspension {
- public:
-  explicit ThreadSuspension(HANDLE thread) : thread_(thread), suspended_(SuspendThread(thread) != kFailed) {}
-  ~ThreadSuspension() { Resume(); }
-  ThreadSuspension(const ThreadSuspension&) = delete;
-  ThreadSuspension& operator=(const ThreadSuspension&) = delete;
-
-  explicit operator bool() const { return suspended_; }
-
-  /// Returns whether the thread has been resumed.
-  bool Resume() {
-    if (!suspended_) return true;
-    suspended_ = false;
-    return ResumeThread(thread_) != kFailed;
-  }
-
- private:
-  static constexpr DWORD kFailed = 0xFFFFFFFF;
-
-  const HANDLE thread_;
-  bool suspended_;
-};
 
 DumpNameState& SharedDumpNames() {
   static DumpNameState names;
   return names;
 }
 
-/// What a thread is frozen with: made before, found out meanwhile, and freed after the call lock has been left, because
-/// a thread that could not be resumed may hold the heap's lock.
+/// What the frozen time works with and leaves behind. Made before the freeze. Freed only after the call lock has been
+/// left: a thread that could not be resumed may hold the heap's lock for ever, and freeing under the call lock would
+/// then block every later capture too.
 struct FrozenWork {
   explicit FrozenWork(FrozenMemory& memory) : dumpError(&memory), stackTrace(&memory), walkError(&memory) {}
 
@@ -137,8 +77,7 @@ void CaptureThread(const DbgHelpFunctions& dbgHelp, const CaptureJankArgs& args,
   FrozenWork frozen(memory);
   bool suspended = false;
   {
-    DbgHelpLock lock(dbgHelp);
-    const std::lock_guard guard(lock);
+    const DbgHelpGuard guard(dbgHelp);
     SharedDumpNames().SecondLook(choice);
     suspended = WorkFrozen(args, process, thread.Get(), choice, frozen);
   }

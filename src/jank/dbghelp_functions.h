@@ -4,6 +4,10 @@
 
 #include <dbghelp.h>
 
+#ifdef DBGHELP_TRANSLATE_TCHAR
+#error "DBGHELP_TRANSLATE_TCHAR changes the names and the types of the table's fields."
+#endif
+
 /// The entry points of the debug-help library (DbgHelp) that this process uses, and the lock that serialises them.
 ///
 /// Other native code of the client reads this table too: the order and the size of its fields are an interface, and
@@ -34,6 +38,9 @@ static_assert(sizeof(DbgHelpFunctions) == 11 * sizeof(void*));
 /// starts its symbol handler for this process; later calls return the same pointer without taking a lock.
 ///
 /// Returns null when DbgHelp cannot be loaded or its symbol handler cannot be started; a later call tries again what
-/// has failed. A table stays valid as long as this module is loaded, and belongs to the module. Any thread, and other
-/// native code of the process, which finds this function in the module file by its undecorated name.
+/// has failed. A table stays valid as long as this module is loaded, and belongs to the module. Any thread.
+///
+/// Other native code of the process finds this function in the module file; there is no import library:
+///   const auto get = reinterpret_cast<decltype(&GetDbgHelpFunctions)>(
+///       GetProcAddress(GetModuleHandleW(L"borvanta-util.node"), "GetDbgHelpFunctions"));
 extern "C" __declspec(dllexport) DbgHelpFunctions* GetDbgHelpFunctions() noexcept;

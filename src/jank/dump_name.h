@@ -39,8 +39,8 @@ class DumpNameState {
   void SecondLook(DumpNameChoice& choice);
 
   /// After this capture wrote its own dump, or failed to: makes its name available for sharing, or nobody's. Not for a
-  /// capture that reuses a dump. Runs while a thread is frozen: it swaps old memory into `name`, a copy of the chosen
-  /// name made beforehand.
+  /// capture that reuses a dump. Runs while a thread is frozen: `name`, a copy of the chosen name made beforehand, is
+  /// swapped in, and comes back with an old name's memory for the caller to free later.
   void Publish(std::string& name, bool succeeded);
 
  private:
@@ -48,6 +48,7 @@ class DumpNameState {
   void SetPending(std::string& fresh);
 
   std::string (*const makeName_)();
+  /// Publish takes it while a thread is frozen. By then FirstLook has taken it too, so what memory it needs it has.
   std::mutex mutex_;
   /// Chosen by a capture that has not yet published; empty when there is none.
   std::string pendingDumpName_;

@@ -20,8 +20,8 @@ FrozenMemory::FrozenMemory()
 }
 
 bool FrozenMemory::HasRoomFor(size_t bytes) noexcept {
-  // A container that is full takes new memory of twice its size or of what it needs, whichever is more, and none is
-  // larger than all that is used. Growing piece by piece, it may do so again and again: twice as much in all.
+  // A full container of s bytes takes blocks of 2s, 4s, ... until s + bytes fit: less than 2s + 4 * bytes in all, and s
+  // is at most used_. The page is for terminators and alignment.
   return bytes <= kReserved && Commit(3 * used_ + 4 * bytes + kPage);
 }
 

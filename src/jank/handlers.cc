@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "addon/background_work.h"
-#include "addon/errors.h"
+#include "addon/bad_argument.h"
 #include "addon/script_text.h"
 #include "jank/capture.h"
 

@@ -97,7 +97,6 @@ std::pmr::string WalkThreadStack(HANDLE process, HANDLE thread, std::pmr::string
   }
   CONTEXT context{};
   context.ContextFlags = CONTEXT_ALL;
-  static_assert(CONTEXT_ALL == 0x10001F);
   if (!GetThreadContext(thread, &context)) {
     errorText = "Failed to get thread context";
     return trace;

@@ -9,6 +9,7 @@ namespace lifecycle {
 
 namespace {
 
+/// Null would mean a system without a store; Windows has one.
 CrashMarkProcessor* Store() {
   static const std::unique_ptr<CrashMarkProcessor> store = std::make_unique<CrashMarkProcessorWin>();
   return store.get();

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "addon/errors.h"
+#include "addon/bad_argument.h"
 #include "addon/script_text.h"
 #include "lifecycle/firewall_rule.h"
 #include "lifecycle/gpu_preference.h"
@@ -59,6 +59,7 @@ Napi::Value LeaveStartupMask(const Napi::CallbackInfo& info) {
 
 Napi::Value RemoveOldVersion(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
+  // Made first: when one cannot be made, nothing has been removed.
   const auto result = Napi::Object::New(env);
   const auto gpuResult = Napi::Object::New(env);
   const auto firewallResult = Napi::Object::New(env);

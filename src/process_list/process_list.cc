@@ -13,7 +13,6 @@ void ListProcesses(ProcessList& processes) {
   const win::UniqueFile snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
   if (!snapshot) return;
   PROCESSENTRY32W entry{};
-  static_assert(sizeof(entry) == 568);
   entry.dwSize = sizeof(entry);
   for (BOOL more = Process32FirstW(snapshot.Get(), &entry); more; more = Process32NextW(snapshot.Get(), &entry)) {
     processes.emplace_back(entry.th32ProcessID, win::WideToUtf8(entry.szExeFile));

@@ -33,9 +33,8 @@ RegistryKey RegistryKey::Create(HKEY root, const wchar_t* path, REGSAM access) n
 std::string RegistryKey::ReadAnsiText(const char* valueName) const {
   std::array<char, 1024> buffer{};
   DWORD size = static_cast<DWORD>(buffer.size());
-  DWORD type = REG_SZ;
-  if (!key_ || RegQueryValueExA(key_.Get(), valueName, nullptr, &type, reinterpret_cast<BYTE*>(buffer.data()), &size) !=
-                   ERROR_SUCCESS) {
+  if (!key_ || RegQueryValueExA(key_.Get(), valueName, nullptr, nullptr, reinterpret_cast<BYTE*>(buffer.data()),
+                                &size) != ERROR_SUCCESS) {
     return {};
   }
   return std::string(buffer.data(), strnlen(buffer.data(), buffer.size()));
