@@ -98,10 +98,8 @@ const infallible = {
   // Of the compiler's exceptions: see the answers of failing allocations.
   exceptions: `RaiseException RtlCaptureContext RtlLookupFunctionEntry RtlUnwindEx RtlVirtualUnwind __C_specific_handler
     abort longjmp _amsg_exit`,
-  // Where SetThreadDescription is missing and its answer does not matter.
-  fallback: 'AddVectoredExceptionHandler RemoveVectoredExceptionHandler',
   // Only while the module loads, or when two threads meet.
-  rare: `GetModuleHandleExW VirtualProtect VirtualQuery _initterm CreateSemaphoreA ReleaseSemaphore SetEvent
+  rare: `AddVectoredExceptionHandler RemoveVectoredExceptionHandler GetModuleHandleExW VirtualProtect VirtualQuery _initterm CreateSemaphoreA ReleaseSemaphore SetEvent
     TryEnterCriticalSection WaitForSingleObject`,
   // Linked in with the compiler's library, or kept in the DbgHelp table for others. Never called: that is tested.
   unused: `FileTimeToSystemTime FormatMessageA FreeLibrary GetProcessAffinityMask GetProcessTimes GetSystemTimeAdjustment
