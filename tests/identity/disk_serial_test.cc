@@ -180,42 +180,20 @@ TEST(DiskSerial, ComesFromTheFirstPhysicalDriveThatTellsOne) {
       .ideDeviceMap = BYTE{0x20}, .smartA = SmartAnswer{0x80, "card"}, .smartB = SmartAnswer{0x40, "disk"}};
   Machine machine({{L"C:", removable}, {L"PhysicalDrive0", removable}, {L"PhysicalDrive1", smartOnly}});
   EXPECT_EQ(SerialOfC(), L"disk");
-  EXPECT_EQ(machine.calls, (Calls{"open C: 0 3",
-                                  "70000 0 24",
-                                  "2D1400 12 40959",
-                                  "2D0C10 0 40959",
-                                  "close",  //
-                                  "open PhysicalDrive0 0 3",
-                                  "70000 0 24",
-                                  "2D1400 12 40959",
-                                  "2D0C10 0 40959",
-                                  "close",  //
-                                  "open PhysicalDrive0 C0000000 3",
-                                  "74080 0 24",
-                                  "close",  //
-                                  "open PhysicalDrive0 C0000000 7",
-                                  "74080 0 24",
-                                  "close",  //
-                                  "open PhysicalDrive1 0 3",
-                                  "70000 0 24",
-                                  "close",  //
-                                  "open PhysicalDrive1 C0000000 3",
-                                  "74080 0 24",
-                                  "7C088 32 528",
-                                  "close",  //
-                                  "open PhysicalDrive1 C0000000 7",
-                                  "74080 0 24",
-                                  "7C088 33 545",
-                                  "close"}));
-  EXPECT_EQ(machine.smartInputs, (Calls{"00020000"  // buffer size
-                                        "00010000"
-                                        "00B0A100"  // registers: a packet device on the slave's place
-                                        "01" +
-                                            std::string(38, '0'),
-                                        "00000000"
-                                        "00000000"
-                                        "0000EC00" +
-                                            std::string(42, '0')}));
+  std::string calls;
+  for (const std::string& call : machine.calls)
+    calls += call + (call == "close" ? "\n" : "; ");
+  EXPECT_EQ(calls,
+            "open C: 0 3; 70000 0 24; 2D1400 12 40959; 2D0C10 0 40959; close\n"
+            "open PhysicalDrive0 0 3; 70000 0 24; 2D1400 12 40959; 2D0C10 0 40959; close\n"
+            "open PhysicalDrive0 C0000000 3; 74080 0 24; close\n"
+            "open PhysicalDrive0 C0000000 7; 74080 0 24; close\n"
+            "open PhysicalDrive1 0 3; 70000 0 24; close\n"
+            "open PhysicalDrive1 C0000000 3; 74080 0 24; 7C088 32 528; close\n"
+            "open PhysicalDrive1 C0000000 7; 74080 0 24; 7C088 33 545; close\n");
+  // Buffer size, then the registers: a packet device on the slave's place.
+  EXPECT_EQ(machine.smartInputs, (Calls{"000200000001000000B0A10001" + std::string(38, '0'),
+                                        "00000000000000000000EC00" + std::string(42, '0')}));
 }
 
 TEST(DiskSerial, AddressesADriveByItsPlaceOnTheController) {

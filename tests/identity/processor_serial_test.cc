@@ -16,13 +16,13 @@ void PlayPentium3(void* leaf) {
   answer = answer.leaf == 1 ? CpuidLeaf{1, 0x686, 0, 0, 0x40001} : CpuidLeaf{3, 1, 2, 0xABCDEF, 0x89};
 }
 
-/// A leaf that the processor refuses: a real fault, after something has been stored already.
+/// A leaf that the processor refuses after something has been stored already: by a real fault, or by another exception.
 template <uint32_t kRefused>
 void RefuseLeaf(void* leaf) {
   PlayPentium3(leaf);
-  if (static_cast<CpuidLeaf*>(leaf)->leaf == kRefused) {
-    *static_cast<volatile int*>(VirtualAlloc(nullptr, 4096, MEM_RESERVE, PAGE_NOACCESS)) = 1;
-  }
+  if (static_cast<CpuidLeaf*>(leaf)->leaf != kRefused) return;
+  if (kRefused == 1) RaiseException(EXCEPTION_ILLEGAL_INSTRUCTION, 0, 0, nullptr);
+  *static_cast<volatile int*>(VirtualAlloc(nullptr, 4096, MEM_RESERVE, PAGE_NOACCESS)) = 1;
 }
 
 }  // namespace
@@ -34,7 +34,8 @@ TEST(ProcessorSerial, IsWrittenOnlyWhereTheProcessorHasOne) {
 }
 
 TEST(ProcessorSerial, LeavesWhatAFaultBrokeOffAtZero) {
-  EXPECT_EQ(ProcessorField(ProbeProcessorSerial(&RefuseLeaf<1>)), L"0");
+  for (int again = 0; again < 1000; ++again)
+    EXPECT_EQ(ProcessorField(ProbeProcessorSerial(&RefuseLeaf<1>)), L"0");
   EXPECT_EQ(ProcessorField(ProbeProcessorSerial(&RefuseLeaf<3>)), L"000000000000000000000686");
 }
 

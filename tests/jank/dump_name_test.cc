@@ -41,18 +41,6 @@ TEST(DumpName, IsTheLocalTimeToTheSecond) {
   EXPECT_LE(named, before + 5);
 }
 
-TEST(DumpNameState, ACaptureThatWaitedSharesTheDumpThatSucceeded) {
-  DumpNameState state(&MakeNumberedName);
-  const DumpNameChoice first = state.FirstLook();
-  DumpNameChoice second = state.FirstLook();
-  EXPECT_FALSE(first.reuse);
-  EXPECT_TRUE(second.reuse);
-  Publish(state, first, true);
-  state.SecondLook(second);
-  EXPECT_TRUE(second.reuse);
-  EXPECT_EQ(second.name, first.name);
-}
-
 TEST(DumpNameState, ACaptureThatWaitedForAFailedDumpWritesItsOwn) {
   DumpNameState state(&MakeNumberedName);
   const DumpNameChoice first = state.FirstLook();

@@ -46,22 +46,6 @@ TEST(StackWalk, ConvertsModuleNamesOfAnyLengthToTheAnsiCodePage) {
   EXPECT_EQ(modules[2].name, "");
 }
 
-TEST(FrozenMemory, GrowsFarBeyondItsFirstPagesAndKeepsWhatIsInIt) {
-  FrozenMemory memory;
-  std::pmr::string trace(&memory);
-  jank::ModuleList modules(&memory);
-  const std::wstring name(200, L'm');
-  for (int index = 0; index < 5'000; ++index) {
-    jank::OnLoadedModule(name.c_str(), static_cast<DWORD64>(index) * 16, 16, &modules);
-  }
-  for (uint64_t index = 0; index < 50'000; ++index) {
-    ASSERT_TRUE(jank::AppendFrame(trace, modules, 16 * (index % 5'000) + 1));
-  }
-  EXPECT_EQ(modules.size(), 5'000U);
-  EXPECT_EQ(trace.size(), 50'000U * (200 + 3 + 1 + 2));
-  EXPECT_EQ(trace.find("<unknown>"), std::string::npos);
-}
-
 TEST(FrozenMemory, SaysBeforehandWhenItDoesNotSuffice) {
   FrozenMemory memory;
   EXPECT_TRUE(memory.HasRoomFor(size_t{1} << 20));

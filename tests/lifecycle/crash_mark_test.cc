@@ -28,7 +28,8 @@ constexpr int64_t kDay = 86'400'000;
 int64_t now_ = 1'700'000'000'000;
 
 void WINAPI PlayTime(FILETIME* time) {
-  const auto ticks = static_cast<uint64_t>(now_ * 10'000 + 116'444'736'000'000'000);
+  // Ticks short of the next millisecond do not count.
+  const auto ticks = static_cast<uint64_t>(now_ * 10'000 + 9'999 + 116'444'736'000'000'000);
   *time = {.dwLowDateTime = static_cast<DWORD>(ticks), .dwHighDateTime = static_cast<DWORD>(ticks >> 32)};
 }
 
@@ -77,7 +78,7 @@ TEST_F(CrashMark, ReadsWhatCountsAndRemovesWhatDoesNot) {
   const auto has = [&] { return store.hasMark(kStartupMark, "x"); };
   SetTime(L"esnx", now_ - 1);
   EXPECT_TRUE(has());
-  SetTime(L"esnx", now_ - 1, REG_BINARY);
+  SetTime(L"esnx", now_ - 60 * kDay + 1, REG_BINARY);
   EXPECT_TRUE(has()) << "the type is not looked at";
   EXPECT_TRUE(marks_.Has(L"esnx"));
   for (const int64_t time : {now_, now_ + 1, now_ - 60 * kDay, int64_t{0}, INT64_MAX, INT64_MIN}) {

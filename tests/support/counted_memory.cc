@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <new>
 
+// In a file of its own, where the compiler does not see the one without the other through inlining.
+//
 // No thread_local: its first use in a thread calls the heap itself.
 std::atomic<DWORD> testing_support::countedThread = 0;
 std::atomic<int> testing_support::heapCalls = 0;

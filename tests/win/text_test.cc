@@ -36,8 +36,3 @@ TEST(Text, ConvertsByTheCodePageOfTheThreadsLocale) {
   EXPECT_EQ(win::WideToThreadAnsi(L"\u0416"), "\xc6");
   SetThreadLocale(before);
 }
-
-TEST(Text, GivesNothingForACodePageThatDoesNotExist) {
-  EXPECT_EQ(WideToNarrow(59999, L"a"), "");
-  EXPECT_EQ(NarrowToWide(59999, "a"), L"");
-}
