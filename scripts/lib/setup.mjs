@@ -40,11 +40,13 @@ function ensureMsvc() {
 
 /** In Wine the tests have a registry of their own. */
 function ensureNoClient() {
-  const key = 'HKLM\\SOFTWARE\\Borvanta';
-  const view = ['/reg:32', '/reg:64'].find((flag) => succeeds('reg', ['query', key, flag]));
-  if (!view) return;
-  throw new SetupError(`The tests would delete ${key}, which exists here. Run them on a machine without the client, or `
-    + `delete it yourself if it is what tests that were broken off have left: reg delete ${key} ${view}`);
+  for (const key of ['HKLM\\SOFTWARE\\Borvanta', 'HKLM\\SOFTWARE\\Microsoft\\DirectX\\UserGpuPreferences']) {
+    for (const view of ['/reg:32', '/reg:64']) {
+      if (!succeeds('reg', ['query', key, view])) continue;
+      throw new SetupError(`The tests would delete ${key}, which exists here. Run them on a machine without the client, or `
+        + `delete it yourself if it is what tests that were broken off have left: reg delete ${key} ${view}`);
+    }
+  }
 }
 
 function ensureDebianPackages(packages) {

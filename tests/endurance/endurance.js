@@ -180,8 +180,11 @@ async function captures(seed, count, lifetime) {
         Math.min(atOnce, Math.ceil(left / 4)), lifetime)));
     }
   };
-  await keepsFlat('captures', step, { memory: 32 * 2 ** 20 });
-  fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
+  try {
+    await keepsFlat('captures', step, { memory: 32 * 2 ** 20 });
+  } finally {
+    fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
+  }
   say(`${count} captures: ${[...outcomes].map(([outcome, times]) => `${times} ${outcome}`).join(', ')}`);
 }
 

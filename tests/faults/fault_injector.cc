@@ -204,7 +204,7 @@ Napi::Value Install(const Napi::CallbackInfo& info) {
   const std::u16string path = info[0].ToString().Utf16Value();
   const HMODULE module = GetModuleHandleW(std::wstring(path.begin(), path.end()).c_str());
   if (!module) throw Napi::Error::New(info.Env(), "not loaded");
-  testing_support::ForEachImport(module, [](const char*, const char* name, void** slot) {
+  testing_support::ForEachImport(module, [](const char* name, void** slot) {
     Function& function = FunctionOf(name, *slot);
     if (function.name == "GetProcAddress") function.real = reinterpret_cast<void*>(&LookUp);
     testing_support::WriteImportSlot(slot, function.thunk);

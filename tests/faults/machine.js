@@ -15,6 +15,12 @@ function dlopen(file) {
   return loaded.exports;
 }
 
+// A loaded file cannot be deleted, so a run leaves its copies to the next one.
+if (!process.env.BORVANTA_FAULTS) {
+  for (const name of fs.readdirSync(os.tmpdir()).filter((entry) => entry.startsWith('borvanta-faults-'))) {
+    fs.rmSync(path.join(os.tmpdir(), name), { recursive: true, force: true });
+  }
+}
 const folder = process.env.BORVANTA_FAULTS ?? fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-faults-'));
 const installKey = 'HKLM\\SOFTWARE\\Borvanta';
 const gpuKey = 'HKLM\\SOFTWARE\\Microsoft\\DirectX\\UserGpuPreferences';
@@ -55,7 +61,7 @@ function setUpRegistry() {
   }
   reg('add', gpuKey, '/reg:64', '/v', 'C:\\old.exe', '/d', 'x', '/f');
   const [name] = execFileSync(path.join(buildFolder, 'native_tests', 'identity_tests.exe'), ['--child=ListAdapters'],
-    { encoding: 'latin1' }).split(' ');
+    { encoding: 'latin1' }).split(/\r?\n/);
   reg('add', `${networkClass}\\0007`, '/v', 'NetCfgInstanceId', '/d', name, '/f');
   reg('add', `${networkClass}\\0007`, '/v', 'Characteristics', '/t', 'REG_DWORD', '/d', '0x84', '/f');
 }
@@ -71,8 +77,6 @@ async function setUp() {
     tryReg('delete', installKey, '/reg:32', '/f');
     tryReg('delete', gpuKey, '/reg:64', '/f');
     tryReg('delete', networkClass, '/f');
-    // Where a loaded file cannot be deleted, the copies stay.
-    try { fs.rmSync(folder, { recursive: true, force: true }); } catch {}
   };
   return { target, tearDown };
 }

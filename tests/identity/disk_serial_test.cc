@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "identity/machine_id.h"
 #include "identity/smart_identify.h"
 #include "identity/storage_property.h"
 #include "support/import_patch.h"
@@ -167,6 +168,11 @@ std::wstring SerialOfC() {
 using Calls = std::vector<std::string>;
 
 }  // namespace
+
+TEST(DiskSerial, IsPartOfTheMachineId) {
+  Machine machine({{L"C:", {.geometry = FixedMedia, .property = "S3Z9"}}});
+  EXPECT_NE(identity::MachineId().find("-D_S3Z9-M_"), std::string::npos);
+}
 
 TEST(DiskSerial, OfAFixedVolumeComesFromTheVolumeItself) {
   Machine machine({{L"C:", {.geometry = FixedMedia, .property = "S3Z9"}}});

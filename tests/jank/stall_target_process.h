@@ -51,7 +51,6 @@ class StallTarget {
   /// A second thread of the same process.
   DWORD otherThreadId = 0;
   std::map<std::string, Place> places;
-  ChildProcess& Process() { return process_; }
 
  private:
   ChildProcess process_;

@@ -33,6 +33,10 @@ void WINAPI PlayTime(FILETIME* time) {
   *time = {.dwLowDateTime = static_cast<DWORD>(ticks), .dwHighDateTime = static_cast<DWORD>(ticks >> 32)};
 }
 
+LSTATUS WINAPI RefuseToWrite(HKEY, LPCWSTR, DWORD, DWORD, const BYTE*, DWORD) {
+  return ERROR_ACCESS_DENIED;
+}
+
 class CrashMark : public testing::Test {
  protected:
   void SetTime(const wchar_t* name, int64_t time, DWORD type = REG_QWORD) const {
@@ -133,6 +137,13 @@ TEST_F(CrashMark, WithoutNameIsTheDefaultValueAndCannotBeSetOrCleared) {
   EXPECT_FALSE(later.setMark(5, ""));
   EXPECT_TRUE(win::RegistryKey::Open(HKEY_LOCAL_MACHINE, kMarkKey, KEY_QUERY_VALUE | KEY_WOW64_32KEY))
       << "the key comes before the name";
+}
+
+TEST_F(CrashMark, IsNotSetWhenItCannotBeWritten) {
+  CrashMarkProcessorWin store;
+  const ImportPatch refusal("RegSetValueExW", &RefuseToWrite);
+  EXPECT_FALSE(store.setMark(kReservedMark, ""));
+  EXPECT_FALSE(store.hasMark(kReservedMark, ""));
 }
 
 TEST_F(CrashMark, OfTheProcessCanBeHeldAroundABlock) {

@@ -13,12 +13,14 @@
 #include "lifecycle/gpu_preference.h"
 #include "support/import_patch.h"
 #include "support/registry_scratch.h"
+#include "support/temp_folder.h"
 #include "win/registry_key.h"
 #include "win/text.h"
 
 using lifecycle::RecordStartup;
 using testing_support::ImportPatch;
 using testing_support::RegistryScratch;
+using testing_support::TempFolder;
 
 namespace {
 
@@ -28,14 +30,9 @@ constexpr wchar_t kExecutable[] = L"\\bin\\5.165.3.4096\\borvanta.exe";
 /// An installed client: its folder and its install key.
 class StartupMask : public testing::Test {
  protected:
-  ~StartupMask() override {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-  }
-
   /// Installs into a folder whose name ends with `name`, and returns the folder's path.
   std::wstring Install(const std::wstring& name) const {
-    std::wstring directory = folder_ + L"\\" + name;
+    std::wstring directory = folder_.Prefix() + name;
     std::filesystem::create_directories(directory + L"\\bin\\5.165.3.4096");
     client_.SetText(L"", directory);
     return directory;
@@ -47,8 +44,7 @@ class StartupMask : public testing::Test {
   }
 
   const RegistryScratch client_{HKEY_LOCAL_MACHINE, kInstallKey, KEY_WOW64_32KEY};
-  const std::wstring folder_ =
-      std::filesystem::temp_directory_path().wstring() + L"borvanta-" + std::to_wstring(GetCurrentProcessId());
+  const TempFolder folder_;
 };
 
 void MakeFile(const std::wstring& path) {

@@ -31,11 +31,6 @@ std::wstring Joined(const std::vector<std::string>& arguments) {
 
 }  // namespace
 
-std::wstring ProgramFolder() {
-  const std::wstring path = ProgramPath();
-  return path.substr(0, path.rfind(L'\\') + 1);
-}
-
 ChildRegistration::ChildRegistration(const char* name, ChildMain main) {
   Children()[name] = main;
 }
@@ -54,7 +49,8 @@ ChildProcess::ChildProcess(const std::string& name, const std::vector<std::strin
 }
 
 ChildProcess::ChildProcess(const std::wstring& program, const std::vector<std::string>& arguments) {
-  const std::wstring path = ProgramFolder() + program;
+  const std::wstring self = ProgramPath();
+  const std::wstring path = self.substr(0, self.rfind(L'\\') + 1) + program;
   Start(path, L"\"" + path + L"\"" + Joined(arguments));
 }
 
@@ -76,11 +72,10 @@ void ChildProcess::Start(const std::wstring& program, std::wstring command) {
   }
   process_.Reset(information.hProcess);
   CloseHandle(information.hThread);
-  id_ = information.dwProcessId;
 }
 
 ChildProcess::~ChildProcess() {
-  if (process_ && WaitForSingleObject(process_.Get(), 0) == WAIT_TIMEOUT) Kill();
+  if (WaitForSingleObject(process_.Get(), 0) == WAIT_TIMEOUT) Kill();
 }
 
 std::string ChildProcess::ReadLine() {

@@ -17,7 +17,7 @@ struct ChildRegistration {
   ChildRegistration(const char* name, ChildMain main);
 };
 
-/// CHILD_MAIN(Name) { ... return 0; } defines what StartChild("Name") runs.
+/// CHILD_MAIN(Name) { ... return 0; } defines what ChildProcess("Name") runs.
 // NOLINTBEGIN(bugprone-macro-parentheses): the macro defines a function of the name that it gets.
 #define CHILD_MAIN(name)                                                            \
   static int name(const std::vector<std::string>& arguments);                       \
@@ -40,11 +40,8 @@ class ChildProcess {
   ChildProcess(const std::wstring& program, const std::vector<std::string>& arguments);
 
   ~ChildProcess();
-  ChildProcess(ChildProcess&&) = default;
-  ChildProcess& operator=(ChildProcess&&) = delete;
-
-  DWORD Id() const { return id_; }
-  HANDLE Handle() const { return process_.Get(); }
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
 
   /// The next line that the child prints, without its end; empty when it has ended.
   std::string ReadLine();
@@ -52,18 +49,12 @@ class ChildProcess {
   /// Waits for the end and returns the exit code; a child that takes longer than a minute is killed and fails.
   DWORD Wait();
 
-  /// Ends the child at once, as a crash would.
-  void Kill();
-
  private:
   void Start(const std::wstring& program, std::wstring command);
+  void Kill();
 
-  DWORD id_ = 0;
   win::UniqueHandle process_;
   win::UniqueHandle output_;
 };
-
-/// The folder of this test program, with a backslash at the end.
-std::wstring ProgramFolder();
 
 }  // namespace testing_support

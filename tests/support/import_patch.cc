@@ -6,7 +6,7 @@
 
 namespace testing_support {
 
-void ForEachImport(HMODULE module, const std::function<void(const char*, const char*, void**)>& visit) {
+void ForEachImport(HMODULE module, const std::function<void(const char*, void**)>& visit) {
   auto* const base = reinterpret_cast<BYTE*>(module);
   const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
   const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS64*>(base + dos->e_lfanew);
@@ -19,8 +19,7 @@ void ForEachImport(HMODULE module, const std::function<void(const char*, const c
     for (; name->u1.AddressOfData; ++name, ++slot) {
       if (IMAGE_SNAP_BY_ORDINAL64(name->u1.Ordinal)) continue;
       const auto* byName = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-      visit(reinterpret_cast<const char*>(base + library->Name), byName->Name,
-            reinterpret_cast<void**>(&slot->u1.Function));
+      visit(byName->Name, reinterpret_cast<void**>(&slot->u1.Function));
     }
   }
 }
@@ -33,7 +32,7 @@ void WriteImportSlot(void** slot, void* value) {
 }
 
 ImportPatch::ImportPatch(HMODULE module, const char* function, void* replacement) {
-  ForEachImport(module, [&](const char*, const char* name, void** slot) {
+  ForEachImport(module, [&](const char* name, void** slot) {
     if (std::strcmp(name, function) == 0) slot_ = slot;
   });
   if (!slot_) {

@@ -6,16 +6,16 @@
 
 namespace testing_support {
 
-/// Calls `visit(library, function, slot)` for every function that `module` imports by name from a DLL that is loaded
+/// Calls `visit(function, slot)` for every function that `module` imports by name from a DLL that is loaded
 /// with it; `*slot` is the function's address as the module calls it.
-void ForEachImport(HMODULE module, const std::function<void(const char*, const char*, void**)>& visit);
+void ForEachImport(HMODULE module, const std::function<void(const char*, void**)>& visit);
 
 /// Makes one loaded module call `replacement` instead of a system function that it imports, until the patch goes out of
 /// scope. The module under test needs no switch for it. A replacement in the patched module reaches the
 /// real function by RealFunction() alone: calling it by name, or an address taken by name, leads back to itself.
 class ImportPatch {
  public:
-  /// Patches every import of `function` in `module`; aborts the test program when there is none.
+  /// Patches the import of `function` in `module`; aborts the test program when there is none.
   template <typename Function>
   ImportPatch(HMODULE module, const char* function, Function* replacement)
       : ImportPatch(module, function, reinterpret_cast<void*>(replacement)) {}

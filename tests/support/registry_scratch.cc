@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "win/registry_key.h"
+
 namespace testing_support {
 
 RegistryScratch::RegistryScratch(HKEY root, std::wstring path, REGSAM viewFlags)
@@ -14,10 +16,8 @@ RegistryScratch::~RegistryScratch() {
 }
 
 void RegistryScratch::Set(const wchar_t* name, DWORD type, const void* data, size_t size) const {
-  HKEY key = nullptr;
-  RegCreateKeyExW(root_, path_.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS | viewFlags_, nullptr, &key, nullptr);
-  if (name) RegSetValueExW(key, name, 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size));
-  RegCloseKey(key);
+  const auto key = win::RegistryKey::Create(root_, path_.c_str(), KEY_ALL_ACCESS | viewFlags_);
+  if (name) RegSetValueExW(key.Get(), name, 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size));
 }
 
 void RegistryScratch::SetText(const wchar_t* name, const std::wstring& text) const {
@@ -25,18 +25,12 @@ void RegistryScratch::SetText(const wchar_t* name, const std::wstring& text) con
 }
 
 bool RegistryScratch::Has(const wchar_t* name) const {
-  HKEY key = nullptr;
-  if (RegOpenKeyExW(root_, path_.c_str(), 0, KEY_QUERY_VALUE | viewFlags_, &key) != ERROR_SUCCESS) return false;
-  const bool has = RegQueryValueExW(key, name, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-  RegCloseKey(key);
-  return has;
+  const auto key = win::RegistryKey::Open(root_, path_.c_str(), KEY_QUERY_VALUE | viewFlags_);
+  return RegQueryValueExW(key.Get(), name, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
 }
 
 void RegistryScratch::Delete() const {
-  HKEY key = nullptr;
-  if (RegOpenKeyExW(root_, path_.c_str(), 0, KEY_ALL_ACCESS | viewFlags_, &key) != ERROR_SUCCESS) return;
-  RegDeleteTreeW(key, nullptr);
-  RegCloseKey(key);
+  RegDeleteTreeW(win::RegistryKey::Open(root_, path_.c_str(), KEY_ALL_ACCESS | viewFlags_).Get(), nullptr);
   RegDeleteKeyExW(root_, path_.c_str(), viewFlags_, 0);
 }
 

@@ -16,8 +16,6 @@ class RegistryScratch {
   RegistryScratch(const RegistryScratch&) = delete;
   RegistryScratch& operator=(const RegistryScratch&) = delete;
 
-  const wchar_t* Path() const { return path_.c_str(); }
-
   /// Creates the key, and sets a value in it where `name` is not null.
   void Set(const wchar_t* name, DWORD type, const void* data, size_t size) const;
   void SetText(const wchar_t* name, const std::wstring& text) const;

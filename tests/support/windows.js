@@ -16,10 +16,9 @@ exports.modulePath = path.join(root, 'prebuilds', 'win32-x64', 'borvanta-util.no
 exports.load = () => require(exports.modulePath);
 
 /** The test helper add-on, which works on the loaded module from outside. */
-exports.helperPath = path.join(exports.buildFolder, 'helpers', 'test-helper.node');
 exports.loadHelper = () => {
   exports.load();
-  return require(exports.helperPath);
+  return require(path.join(exports.buildFolder, 'helpers', 'test-helper.node'));
 };
 
 /** Calls a function whose last parameter is a callback and resolves to the callback's argument. */
@@ -36,9 +35,9 @@ const scriptSource = (body, module) => `'use strict'; const util = ${module && `
  * (one value as JSON) in scope, and resolves to what it printed, parsed. Rejects when the process ends with a failure
  * code.
  */
-exports.runScript = (body, { execPath = process.execPath, env = {}, args = [], module = exports.modulePath } = {}) => {
+exports.runScript = (body, { execPath = process.execPath, module = exports.modulePath } = {}) => {
   return new Promise((resolve, reject) => {
-    const child = spawn(execPath, ['-e', scriptSource(body, module), ...args], { env: { ...process.env, ...env } });
+    const child = spawn(execPath, ['-e', scriptSource(body, module)]);
     let stdout = '';
     let stderr = '';
     child.stdout.on('data', (chunk) => { stdout += chunk; });

@@ -21,14 +21,15 @@ namespace {
 
 volatile int afterCall = 0;
 
-DWORD WINAPI SleepForEver(void*) {
-  Sleep(INFINITE);
-  return 0;
+/// Ends the process late, in case nobody kills it.
+DWORD WINAPI Sleep10Minutes(void*) {
+  Sleep(600'000);
+  ExitProcess(1);
 }
 
 void SayReady() {
   DWORD otherThread = 0;
-  CreateThread(nullptr, 0, &SleepForEver, nullptr, 0, &otherThread);
+  CreateThread(nullptr, 0, &Sleep10Minutes, nullptr, 0, &otherThread);
   std::printf("ready %lu %lu %lu\n", GetCurrentProcessId(), GetCurrentThreadId(), otherThread);
   std::fflush(stdout);
 }

@@ -23,10 +23,9 @@ struct ExceptionInformation {
   }
 // clang-format off
 #define FORWARDED(X)                                                                                        \
-  X(SymInitialize) X(SymInitializeW) X(SymCleanup) X(StackWalk64) X(SymFunctionTableAccess64)               \
-  X(SymGetModuleBase64) X(EnumerateLoadedModulesW64) X(SymRefreshModuleList) X(SymFromAddrW) X(SymFromAddr) \
-  X(SymSetSearchPathW) X(SymGetSearchPathW) X(SymSetOptions) X(SymGetOptions) X(SymGetLineFromAddr64)       \
-  X(UnDecorateSymbolName) X(SymLoadModuleEx) X(SymLoadModuleExW) X(SymUnloadModule64) X(SymGetModuleInfoW64)
+  X(SymInitialize) X(SymCleanup) X(StackWalk64) X(SymFunctionTableAccess64) X(SymGetModuleBase64)           \
+  X(EnumerateLoadedModulesW64) X(SymRefreshModuleList) X(SymFromAddrW) X(SymFromAddr) X(SymSetSearchPathW)  \
+  X(SymGetSearchPathW) X(SymSetOptions) X(SymGetOptions) X(SymGetLineFromAddr64) X(UnDecorateSymbolName)
 // clang-format on
 FORWARDED(FORWARD)
 
