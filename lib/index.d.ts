@@ -32,7 +32,8 @@ export function getCpuName(): string;
 
 /**
  * A short name of the Windows generation, and after a blank the label of its feature update where it has one: "11 23H2",
- * "10 1909" or "10".
+ * "10 1909" or "10". Windows answers as far as the manifest of the host executable allows: without a declared support for
+ * Windows 10, every later system is reported as an older one (Node.js' own executable declares it).
  *
  * @returns the text, never empty ("unknown" at least). Found out once per process. Never throws.
  */
@@ -140,11 +141,17 @@ export function removeOldVersion(path: string, version: string): OldVersionRemov
 export interface CaptureJankArgs {
   /** The process to capture; read as an unsigned 32-bit integer. */
   processId: number;
-  /** Its stalled thread, a native thread id; read as an unsigned 32-bit integer. */
+  /**
+   * Its stalled thread, as `GetCurrentThreadId` names it there; read as an unsigned 32-bit integer. Not the `threadId` of
+   * `worker_threads`: Node.js has no function for this one.
+   */
   threadId: number;
   /** The kind of jank in your own words. */
   jankType: string;
-  /** The directory for dump and report. Must end with a backslash: it is used as a prefix as it stands. */
+  /**
+   * The directory for dump and report. It must exist, since it is not created, and must end with a backslash, since it is
+   * used as a prefix as it stands.
+   */
   janksDir: string;
   userId: string;
   deviceId: string;
@@ -186,8 +193,12 @@ export interface CaptureJankResult {
  * different processes, so begin the capture of another process only when the callback of the one before has come. The
  * process ends when the system cannot start the thread.
  *
- * @param callback called once, later, whatever became of the capture: its failures are in the result. Never called when
- *   the script environment ends first.
+ * Capture from another process where you can: a thread of this very process may be stopped while it holds a lock that
+ * Windows needs for the dump, and the capture then never ends.
+ *
+ * @param callback called once, later, whatever became of the capture: its failures are in the result, in the words that
+ *   docs/jank-report.md lists. Never called when the script environment ends first. Until it has run, the call keeps the
+ *   event loop alive; what it throws is an uncaught exception.
  * @throws TypeError "Invalid arg" when a property is missing or of another type, or `callback` is not a function; nothing
  *   is started then. What a getter of `args` throws is thrown on.
  */
@@ -205,7 +216,8 @@ export function isDebugMode(): boolean;
 /**
  * What {@link getGpuUsage} calls back with. A number is a percentage of one engine's time since the previous sample. It
  * is left out when it is exactly 0, and all of an engine kind is left out when the machine has no such engine at work in
- * any process. Empty when the machine has no GPU counters, and on the sample that only opens them.
+ * any process. Empty when the machine has no GPU counters, or Windows' language calls them by other than their English
+ * names, and on the sample that only opens them.
  */
 export interface GpuUsage {
   /** 3D: the GPU process. */
@@ -258,7 +270,8 @@ export function initGpuUsage(): void;
  * @param nativePid the native process's id, read as a signed 32-bit integer. An id also counts the processes whose ids
  *   begin with its digits: 12 counts 123 too.
  * @param gpuPid the GPU process's id, read in the same way; may be the same.
- * @param callback called once, later, with the sample; never called when the script environment ends first.
+ * @param callback called once, later, with the sample; never called when the script environment ends first. Until it has
+ *   run, the call keeps the event loop alive; what it throws is an uncaught exception.
  * @throws TypeError "Invalid arg" when an id is not a number or `callback` not a function; nothing is started then.
  */
 export function getGpuUsage(nativePid: number, gpuPid: number, callback: (usage: GpuUsage) => void): void;
@@ -266,7 +279,8 @@ export function getGpuUsage(nativePid: number, gpuPid: number, callback: (usage:
 /**
  * Lists the running processes on a thread of its own. The process ends when the system cannot start the thread.
  *
- * @param callback called once, later, with the list; never called when the script environment ends first.
+ * @param callback called once, later, with the list; never called when the script environment ends first. Until it has
+ *   run, the call keeps the event loop alive; what it throws is an uncaught exception.
  * @throws TypeError "Invalid arg" when `callback` is not a function; nothing is started then.
  */
 export function enumProcessList(callback: (result: ProcessListResult) => void): void;

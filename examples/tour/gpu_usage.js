@@ -1,4 +1,5 @@
 'use strict';
+const { getGpuUsage } = require('borvanta-util/promises');
 
 const kinds = [['3D', '3d'], ['encode', 'Enc'], ['decode', 'Dec'], ['codec', 'Cod']];
 
@@ -22,7 +23,7 @@ exports.tour = async (util, print) => {
   let any = false;
   for (let sample = 1; sample <= 6; ++sample) {
     await new Promise((resolve) => { setTimeout(resolve, 500); });
-    const usage = await new Promise((resolve) => { util.getGpuUsage(process.pid, process.pid, resolve); });
+    const usage = await getGpuUsage(process.pid, process.pid);
     const line = describe(usage);
     if (line) print(`  ${(sample / 2).toFixed(1)} s  ${line}`);
     any ||= line !== '';

@@ -6,6 +6,7 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const { setTimeout: sleep } = require('node:timers/promises');
+const { captureNativeJank } = require('borvanta-util/promises');
 
 /** The stalled process: one of the test targets, which says which of its threads stalls. Rejects when there is none. */
 async function startStalledProcess() {
@@ -38,12 +39,10 @@ exports.tour = async function tour(util, print) {
   try {
     const { child, processId, threadId } = stalled;
     print(`Process ${processId} stalls on purpose in thread ${threadId}; capturing it.`);
-    const result = await new Promise((resolve) => {
-      util.captureNativeJank({
-        processId, threadId, jankType: 'tour', janksDir: `${folder}\\`, userId: 'nobody', deviceId: 'this machine',
-        version: '5.165.3.4096', systemVersion: util.getOsVersionWithReleaseId(), logFilename: 'tour.log', living: false,
-        uptime: process.uptime(), duration: 1500,
-      }, resolve);
+    const result = await captureNativeJank({
+      processId, threadId, jankType: 'tour', janksDir: `${folder}\\`, userId: 'nobody', deviceId: 'this machine',
+      version: '5.165.3.4096', systemVersion: util.getOsVersionWithReleaseId(), logFilename: 'tour.log', living: false,
+      uptime: process.uptime(), duration: 1500,
     });
     child.kill();
     if (result.errorText) print(`The capture says: ${result.errorText}`);

@@ -34,7 +34,8 @@ export function ensureTools({ forTests = false } = {}) {
 
 function ensureMsvc() {
   if (!process.env.VCPKG_ROOT || !succeeds('cl', ['/?']) || !succeeds('ninja', ['--version'])) {
-    throw new SetupError('Install Visual Studio 2022 with C++ and vcpkg, then run this in its x64 Native Tools prompt.');
+    throw new SetupError('Install Visual Studio 2022 with C++ and vcpkg, then run this in its x64 Native Tools prompt '
+      + '(cl and ninja must be on the PATH, and VCPKG_ROOT set).');
   }
 }
 
