@@ -4,8 +4,10 @@
 #include <napi.h>
 
 #include <windows.h>
-// Needs windows.h.
+// Need windows.h.
 #include <dbghelp.h>
+#include <pdh.h>
+#include <pdhmsg.h>
 
 #include <array>
 #include <atomic>
@@ -15,6 +17,8 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "support/import_patch.h"
@@ -162,14 +166,92 @@ BOOL WINAPI QuickMiniDumpWriteDump(HANDLE, DWORD, HANDLE file, MINIDUMP_TYPE, PM
   return WriteFile(file, "MDMP", 4, &written, nullptr);
 }
 
-struct Resolved {
+// A PDH that is quick and has GPU counters. No two threads come to it at the same time.
+
+std::vector<std::pair<std::wstring, double>> pdhInstances = {{L"pid_12_engtype_3D", 1.0}};
+/// How often each open query was collected since it got its counter, which bears the same handle.
+std::map<HANDLE, int> pdhCollections;
+int openPdhHandles = 0;
+
+/// Ends the process where the handle is closed.
+int& Collections(HANDLE handle) noexcept {
+  return pdhCollections.at(handle);
+}
+
+PDH_STATUS WINAPI QuickPdhOpenQueryW(LPCWSTR, DWORD_PTR, PDH_HQUERY* query) {
+  // Never given out twice, so that a closed one is known as such for ever.
+  static uintptr_t last = 0;
+  *query = reinterpret_cast<HANDLE>(++last);
+  pdhCollections[*query] = 0;
+  ++openPdhHandles;
+  return ERROR_SUCCESS;
+}
+
+PDH_STATUS WINAPI QuickPdhAddCounterW(PDH_HQUERY query, LPCWSTR, DWORD_PTR, PDH_HCOUNTER* counter) {
+  Collections(query) = 0;
+  *counter = query;
+  ++openPdhHandles;
+  return ERROR_SUCCESS;
+}
+
+PDH_STATUS WINAPI QuickPdhCollectQueryData(PDH_HQUERY query) {
+  ++Collections(query);
+  return ERROR_SUCCESS;
+}
+
+PDH_STATUS WINAPI QuickPdhGetFormattedCounterArrayW(PDH_HCOUNTER counter, DWORD, LPDWORD size, LPDWORD count,
+                                                    PPDH_FMT_COUNTERVALUE_ITEM_W items) {
+  // A percentage of time needs two points in time.
+  if (Collections(counter) < 2) return static_cast<PDH_STATUS>(PDH_INVALID_DATA);
+  *count = static_cast<DWORD>(pdhInstances.size());
+  const DWORD given = std::exchange(*size, static_cast<DWORD>((*count + 1) * sizeof(*items)));
+  if (given < *size) return static_cast<PDH_STATUS>(PDH_MORE_DATA);
+  for (auto& [name, value] : pdhInstances) {
+    items->szName = name.data();
+    // That the value is not valid: the module is not to look at this.
+    items->FmtValue.CStatus = PDH_CSTATUS_INVALID_DATA;
+    items->FmtValue.doubleValue = value;
+    ++items;
+  }
+  return ERROR_SUCCESS;
+}
+
+PDH_STATUS WINAPI QuickPdhRemoveCounter(PDH_HCOUNTER counter) {
+  Collections(counter) = 0;
+  --openPdhHandles;
+  return ERROR_SUCCESS;
+}
+
+PDH_STATUS WINAPI QuickPdhCloseQuery(PDH_HQUERY query) {
+  Collections(query) = 0;
+  pdhCollections.erase(query);
+  --openPdhHandles;
+  return ERROR_SUCCESS;
+}
+
+/// serve([[name, value], ...]): the instances that the quick PDH has from now on.
+void Serve(const Napi::CallbackInfo& info) {
+  pdhInstances.clear();
+  for (uint32_t index = 0; index < info[0].As<Napi::Array>().Length(); ++index) {
+    const auto instance = info[0].As<Napi::Array>().Get(index).As<Napi::Array>();
+    const std::u16string name = instance.Get(0U).ToString();
+    pdhInstances.emplace_back(std::wstring(name.begin(), name.end()), instance.Get(1U).ToNumber().DoubleValue());
+  }
+}
+
+/// openPdhHandles(): how many queries and counters the quick PDH has open.
+Napi::Value OpenPdhHandles(const Napi::CallbackInfo& info) {
+  return Napi::Number::New(info.Env(), openPdhHandles);
+}
+
+struct Replaced {
   const wchar_t* library;
   const char* name;
   void* quick;
 };
 
-/// What the module looks up at run time, apart from Node-API.
-const Resolved kResolved[] = {
+/// What the module looks up at run time, apart from Node-API, and the imports that have a quick form.
+const Replaced kReplaced[] = {
     {L"dbghelp", "SymInitialize", reinterpret_cast<void*>(&QuickSymInitialize)},
     {L"dbghelp", "SymCleanup", reinterpret_cast<void*>(&QuickSymCleanup)},
     {L"dbghelp", "StackWalk64", reinterpret_cast<void*>(&QuickStackWalk64)},
@@ -180,31 +262,39 @@ const Resolved kResolved[] = {
     {L"dbghelp", "SymRefreshModuleList", nullptr},
     {L"dbghelp", "SymFromAddrW", nullptr},
     {L"kernel32", "SetThreadDescription", nullptr},
+    {L"pdh", "PdhOpenQueryW", reinterpret_cast<void*>(&QuickPdhOpenQueryW)},
+    {L"pdh", "PdhAddCounterW", reinterpret_cast<void*>(&QuickPdhAddCounterW)},
+    {L"pdh", "PdhCollectQueryData", reinterpret_cast<void*>(&QuickPdhCollectQueryData)},
+    {L"pdh", "PdhGetFormattedCounterArrayW", reinterpret_cast<void*>(&QuickPdhGetFormattedCounterArrayW)},
+    {L"pdh", "PdhRemoveCounter", reinterpret_cast<void*>(&QuickPdhRemoveCounter)},
+    {L"pdh", "PdhCloseQuery", reinterpret_cast<void*>(&QuickPdhCloseQuery)},
     {L"wintrust", "WinVerifyTrust", nullptr},
 };
 
 FARPROC WINAPI LookUp(HMODULE library, LPCSTR name) {
-  for (const Resolved& resolved : kResolved) {
-    if (std::strcmp(name, resolved.name) == 0) return reinterpret_cast<FARPROC>(functions.at(name)->thunk);
+  for (const Replaced& replaced : kReplaced) {
+    if (std::strcmp(name, replaced.name) == 0) return reinterpret_cast<FARPROC>(functions.at(name)->thunk);
   }
   return GetProcAddress(library, name);
 }
 
-/// useQuickDbgHelp(whether): from now on all copies of the module use the quick DbgHelp, or the system's.
-void UseQuickDbgHelp(const Napi::CallbackInfo& info) {
-  for (const Resolved& resolved : kResolved) {
-    void* const real = reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(resolved.library), resolved.name));
-    FunctionOf(resolved.name, real).real = info[0].ToBoolean() && resolved.quick ? resolved.quick : real;
+/// useQuick(whether): from now on all copies of the module use the quick DbgHelp and PDH, or the system's.
+void UseQuick(const Napi::CallbackInfo& info) {
+  for (const Replaced& replaced : kReplaced) {
+    void* const real = reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(replaced.library), replaced.name));
+    FunctionOf(replaced.name, real).real = info[0].ToBoolean() && replaced.quick ? replaced.quick : real;
   }
 }
 
-/// install(modulePath): leads all imports of a loaded module file through thunks. Returns the names of all functions
-/// that can be made to fail, those that are looked up at run time among them.
+/// install(modulePath, prefix): leads the imports of a loaded module file through thunks: all, or those whose names
+/// begin so. Returns the names of all functions that can be made to fail, those looked up at run time among them.
 Napi::Value Install(const Napi::CallbackInfo& info) {
   const std::u16string path = info[0].ToString().Utf16Value();
   const HMODULE module = GetModuleHandleW(std::wstring(path.begin(), path.end()).c_str());
   if (!module) throw Napi::Error::New(info.Env(), "not loaded");
-  testing_support::ForEachImport(module, [](const char*, const char* name, void** slot) {
+  const std::string prefix = info[1].IsString() ? info[1].ToString().Utf8Value() : "";
+  testing_support::ForEachImport(module, [&](const char*, const char* name, void** slot) {
+    if (!std::string_view(name).starts_with(prefix)) return;
     Function& function = FunctionOf(name, *slot);
     if (function.name == "GetProcAddress") function.real = reinterpret_cast<void*>(&LookUp);
     testing_support::WriteImportSlot(slot, function.thunk);
@@ -284,7 +374,9 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
   exports.Set("define", Napi::Function::New(env, &Define));
   exports.Set("arm", Napi::Function::New(env, &Arm));
   exports.Set("calls", Napi::Function::New(env, &Calls));
-  exports.Set("useQuickDbgHelp", Napi::Function::New(env, &UseQuickDbgHelp));
+  exports.Set("useQuick", Napi::Function::New(env, &UseQuick));
+  exports.Set("serve", Napi::Function::New(env, &Serve));
+  exports.Set("openPdhHandles", Napi::Function::New(env, &OpenPdhHandles));
   exports.Set("openHandles", Napi::Function::New(env, &OpenHandles));
   exports.Set("endQuietly", Napi::Function::New(env, &EndQuietly));
   exports.Set("suspendCount", Napi::Function::New(env, &SuspendCount));

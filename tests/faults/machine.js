@@ -22,14 +22,11 @@ const networkClass = 'HKLM\\SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972
 const version = '5.165.3.4096';
 const executable = path.join(folder, 'bin', version, 'borvanta.exe');
 
-/** The stand-in for pdh.dll, loaded before the module asks for one. */
-const pdh = dlopen(path.join(buildFolder, 'stand_ins', 'pdh.dll'));
 // Of all copies, the first that is loaded decides debug mode.
 const intact = dlopen(path.resolve(buildFolder, '..', 'debug_mode', 'inside', 'borvanta-util.node'));
 const helper = loadHelper();
 const injector = dlopen(path.join(buildFolder, 'helpers', 'fault-injector.node'));
-injector.useQuickDbgHelp(true);
-pdh.serve([['pid_12_engtype_3D', 1]]);
+injector.useQuick(true);
 
 let names = [];
 
@@ -77,4 +74,4 @@ async function setUp() {
   return { target, tearDown };
 }
 
-module.exports = { executable, folder, freshCopy, helper, importNames, injector, intact, pdh, setUp, version };
+module.exports = { executable, folder, freshCopy, helper, importNames, injector, intact, setUp, version };
