@@ -27,7 +27,12 @@ exports.answers = {
     WideCharToMultiByte: '',
   },
   getCpuName: { RegOpenKeyExA: '', RegQueryValueExA: '' },
-  getOsVersionWithReleaseId: { VerifyVersionInfoW: { 2: '8.1' }, WideCharToMultiByte: '' },
+  getOsVersionWithReleaseId: {
+    RegOpenKeyExA: '10 2009',
+    RegQueryValueExA: '10 2009',
+    VerifyVersionInfoW: { 2: '8.1 22H2' },
+    WideCharToMultiByte: ' 22H2',
+  },
   isDebugMode: {
     FindResourceExW: false,
     GetModuleFileNameW: false,

@@ -4,8 +4,6 @@
 #include <napi.h>
 
 #include <windows.h>
-// Needs windows.h.
-#include <dbghelp.h>
 
 #include <array>
 #include <atomic>
@@ -15,8 +13,10 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "faults/quick_libraries.h"
 #include "support/import_patch.h"
 #include "win/unique_resource.h"
 
@@ -126,85 +126,46 @@ Function& FunctionOf(const std::string& name, void* real) {
   return *function;
 }
 
-// A DbgHelp that is quick, and answers for any process: three frames, the first of them in a module.
-
-BOOL WINAPI QuickSymInitialize(HANDLE, PCSTR, BOOL) {
-  return TRUE;
+/// serve([[name, value], ...]): the instances that the quick PDH has from now on.
+void Serve(const Napi::CallbackInfo& info) {
+  auto& instances = testing_support::quickPdhInstances;
+  instances.clear();
+  for (uint32_t index = 0; index < info[0].As<Napi::Array>().Length(); ++index) {
+    const auto instance = info[0].As<Napi::Array>().Get(index).As<Napi::Array>();
+    const std::u16string name = instance.Get(0U).ToString();
+    instances.emplace_back(std::wstring(name.begin(), name.end()), instance.Get(1U).ToNumber().DoubleValue());
+  }
 }
 
-BOOL WINAPI QuickSymCleanup(HANDLE) {
-  return TRUE;
+/// openPdhHandles(): how many queries and counters the quick PDH has open.
+Napi::Value OpenPdhHandles(const Napi::CallbackInfo& info) {
+  return Napi::Number::New(info.Env(), testing_support::openQuickPdhHandles);
 }
-
-PVOID WINAPI QuickSymFunctionTableAccess64(HANDLE, DWORD64 address) {
-  return reinterpret_cast<PVOID>(address);
-}
-
-DWORD64 WINAPI QuickSymGetModuleBase64(HANDLE, DWORD64 address) {
-  return address;
-}
-
-BOOL WINAPI QuickStackWalk64(DWORD, HANDLE process, HANDLE, LPSTACKFRAME64 frame, PVOID, PREAD_PROCESS_MEMORY_ROUTINE64,
-                             PFUNCTION_TABLE_ACCESS_ROUTINE64 functionTable, PGET_MODULE_BASE_ROUTINE64 moduleBase,
-                             PTRANSLATE_ADDRESS_ROUTINE64) {
-  if (frame->Reserved[0] == 3) return FALSE;
-  frame->AddrPC.Offset = 0x1000 * ++frame->Reserved[0];
-  return functionTable(process, frame->AddrPC.Offset) && moduleBase(process, frame->AddrPC.Offset);
-}
-
-BOOL WINAPI QuickEnumerateLoadedModulesW64(HANDLE, PENUMLOADED_MODULES_CALLBACKW64 visit, PVOID context) {
-  return visit(L"C:\\folder\\known.dll", 0x800, 0x1000, context);
-}
-
-BOOL WINAPI QuickMiniDumpWriteDump(HANDLE, DWORD, HANDLE file, MINIDUMP_TYPE, PMINIDUMP_EXCEPTION_INFORMATION,
-                                   PMINIDUMP_USER_STREAM_INFORMATION, PMINIDUMP_CALLBACK_INFORMATION) {
-  DWORD written = 0;
-  return WriteFile(file, "MDMP", 4, &written, nullptr);
-}
-
-struct Resolved {
-  const wchar_t* library;
-  const char* name;
-  void* quick;
-};
-
-/// What the module looks up at run time, apart from Node-API.
-const Resolved kResolved[] = {
-    {L"dbghelp", "SymInitialize", reinterpret_cast<void*>(&QuickSymInitialize)},
-    {L"dbghelp", "SymCleanup", reinterpret_cast<void*>(&QuickSymCleanup)},
-    {L"dbghelp", "StackWalk64", reinterpret_cast<void*>(&QuickStackWalk64)},
-    {L"dbghelp", "SymFunctionTableAccess64", reinterpret_cast<void*>(&QuickSymFunctionTableAccess64)},
-    {L"dbghelp", "SymGetModuleBase64", reinterpret_cast<void*>(&QuickSymGetModuleBase64)},
-    {L"dbghelp", "EnumerateLoadedModulesW64", reinterpret_cast<void*>(&QuickEnumerateLoadedModulesW64)},
-    {L"dbghelp", "MiniDumpWriteDump", reinterpret_cast<void*>(&QuickMiniDumpWriteDump)},
-    {L"dbghelp", "SymRefreshModuleList", nullptr},
-    {L"dbghelp", "SymFromAddrW", nullptr},
-    {L"kernel32", "SetThreadDescription", nullptr},
-    {L"wintrust", "WinVerifyTrust", nullptr},
-};
 
 FARPROC WINAPI LookUp(HMODULE library, LPCSTR name) {
-  for (const Resolved& resolved : kResolved) {
-    if (std::strcmp(name, resolved.name) == 0) return reinterpret_cast<FARPROC>(functions.at(name)->thunk);
+  for (const auto& replaced : testing_support::kReplaced) {
+    if (std::strcmp(name, replaced.name) == 0) return reinterpret_cast<FARPROC>(functions.at(name)->thunk);
   }
   return GetProcAddress(library, name);
 }
 
-/// useQuickDbgHelp(whether): from now on all copies of the module use the quick DbgHelp, or the system's.
-void UseQuickDbgHelp(const Napi::CallbackInfo& info) {
-  for (const Resolved& resolved : kResolved) {
-    void* const real = reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(resolved.library), resolved.name));
-    FunctionOf(resolved.name, real).real = info[0].ToBoolean() && resolved.quick ? resolved.quick : real;
+/// useQuick(whether): from now on all copies of the module use the quick DbgHelp and PDH, or the system's.
+void UseQuick(const Napi::CallbackInfo& info) {
+  for (const auto& replaced : testing_support::kReplaced) {
+    void* const real = reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(replaced.library), replaced.name));
+    FunctionOf(replaced.name, real).real = info[0].ToBoolean() && replaced.quick ? replaced.quick : real;
   }
 }
 
-/// install(modulePath): leads all imports of a loaded module file through thunks. Returns the names of all functions
-/// that can be made to fail, those that are looked up at run time among them.
+/// install(modulePath, prefix): leads the imports of a loaded module file through thunks: all, or those whose names
+/// begin so. Returns the names of all functions that can be made to fail, those looked up at run time among them.
 Napi::Value Install(const Napi::CallbackInfo& info) {
   const std::u16string path = info[0].ToString().Utf16Value();
   const HMODULE module = GetModuleHandleW(std::wstring(path.begin(), path.end()).c_str());
   if (!module) throw Napi::Error::New(info.Env(), "not loaded");
-  testing_support::ForEachImport(module, [](const char* name, void** slot) {
+  const std::string prefix = info[1].IsString() ? info[1].ToString().Utf8Value() : "";
+  testing_support::ForEachImport(module, [&](const char* name, void** slot) {
+    if (!std::string_view(name).starts_with(prefix)) return;
     Function& function = FunctionOf(name, *slot);
     if (function.name == "GetProcAddress") function.real = reinterpret_cast<void*>(&LookUp);
     testing_support::WriteImportSlot(slot, function.thunk);
@@ -284,7 +245,9 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
   exports.Set("define", Napi::Function::New(env, &Define));
   exports.Set("arm", Napi::Function::New(env, &Arm));
   exports.Set("calls", Napi::Function::New(env, &Calls));
-  exports.Set("useQuickDbgHelp", Napi::Function::New(env, &UseQuickDbgHelp));
+  exports.Set("useQuick", Napi::Function::New(env, &UseQuick));
+  exports.Set("serve", Napi::Function::New(env, &Serve));
+  exports.Set("openPdhHandles", Napi::Function::New(env, &OpenPdhHandles));
   exports.Set("openHandles", Napi::Function::New(env, &OpenHandles));
   exports.Set("endQuietly", Napi::Function::New(env, &EndQuietly));
   exports.Set("suspendCount", Napi::Function::New(env, &SuspendCount));

@@ -24,18 +24,18 @@ if (!process.env.BORVANTA_FAULTS) {
 const folder = process.env.BORVANTA_FAULTS ?? fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-faults-'));
 const installKey = 'HKLM\\SOFTWARE\\Borvanta';
 const gpuKey = 'HKLM\\SOFTWARE\\Microsoft\\DirectX\\UserGpuPreferences';
+const systemKey = 'HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion';
 const networkClass = 'HKLM\\SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002bE10318}';
 const version = '5.165.3.4096';
 const executable = path.join(folder, 'bin', version, 'borvanta.exe');
 
-/** The stand-in for pdh.dll, loaded before the module asks for one. */
-const pdh = dlopen(path.join(buildFolder, 'stand_ins', 'pdh.dll'));
+// Before anything asks for it: the module finds out once what machine this is.
+if (!process.env.BORVANTA_FAULTS) setUpRegistry();
 // Of all copies, the first that is loaded decides debug mode.
 const intact = dlopen(path.resolve(buildFolder, '..', 'debug_mode', 'inside', 'borvanta-util.node'));
 const helper = loadHelper();
 const injector = dlopen(path.join(buildFolder, 'helpers', 'fault-injector.node'));
-injector.useQuickDbgHelp(true);
-pdh.serve([['pid_12_engtype_3D', 1]]);
+injector.useQuick(true);
 
 let names = [];
 
@@ -60,6 +60,8 @@ function setUpRegistry() {
     reg('add', `${installKey}\\version`, '/reg:32', '/v', name, '/d', version, '/f');
   }
   reg('add', gpuKey, '/reg:64', '/v', 'C:\\old.exe', '/d', 'x', '/f');
+  reg('add', systemKey, '/reg:64', '/v', 'DisplayVersion', '/d', '22H2', '/f');
+  reg('add', systemKey, '/reg:64', '/v', 'ReleaseId', '/d', '2009', '/f');
   const [name] = execFileSync(path.join(buildFolder, 'native_tests', 'identity_tests.exe'), ['--child=ListAdapters'],
     { encoding: 'latin1' }).split(/\r?\n/);
   reg('add', `${networkClass}\\0007`, '/v', 'NetCfgInstanceId', '/d', name, '/f');
@@ -68,7 +70,6 @@ function setUpRegistry() {
 
 /** Makes the machine; resolves to a stalled process and tearDown(). */
 async function setUp() {
-  setUpRegistry();
   helper.comInitialize();
   const target = await startStallTarget('chain');
   const tearDown = () => {
@@ -77,8 +78,9 @@ async function setUp() {
     tryReg('delete', installKey, '/reg:32', '/f');
     tryReg('delete', gpuKey, '/reg:64', '/f');
     tryReg('delete', networkClass, '/f');
+    for (const name of ['DisplayVersion', 'ReleaseId']) tryReg('delete', systemKey, '/reg:64', '/v', name, '/f');
   };
   return { target, tearDown };
 }
 
-module.exports = { executable, folder, freshCopy, helper, importNames, injector, intact, pdh, setUp, version };
+module.exports = { executable, folder, freshCopy, helper, importNames, injector, intact, setUp, version };
