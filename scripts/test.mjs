@@ -96,6 +96,8 @@ await runMain(async () => {
   if (!onWindows && queue.some(({ name }) => /debug_mode|faults/.test(name))) ensureDebugModeFiles();
   // Beside the tests, which wait for much and compute little.
   const style = selections.length === 0 ? checkStyle() : undefined;
+  // Heard below, when the tests are done.
+  style?.catch(() => {});
   try {
     for (const lane of lanes) holdLane(lane);
     await Promise.all(lanes.map(async (lane) => {

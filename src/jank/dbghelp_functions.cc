@@ -47,6 +47,8 @@ void LeaveCallLock() {
 bool LoadDbgHelp() {
   library = LoadLibraryW(L"DbgHelp");
   if (!library) return false;
+  // The loading has led back here: the table is made, and its lock may be held by now.
+  if (table.Lock) return true;
   const auto resolve = [](auto& field, const char* name) {
     field = win::GetFunction<std::remove_reference_t<decltype(field)>>(library, name);
   };

@@ -146,7 +146,7 @@ TEST_F(SamplerTest, KeepsCallsFromSeveralThreadsApart) {
   std::vector<std::thread> threads;
   for (int index = 0; index < 3; ++index) {
     threads.emplace_back([this] {
-      for (int round = 0; round < 5; ++round) {
+      for (int turn = 0; turn < 5; ++turn) {
         Sample();
         sampler_.Reinitialise();
       }

@@ -102,7 +102,7 @@ TEST(IdentifyData, KeepsTheFirstCharacterAndEndsAtANul) {
   EXPECT_EQ(IdentifyText(std::array<uint16_t, 256>{}, 10, 19), "");
   EXPECT_EQ(IdentifyText(WordsWithSerial("\xff\xa0"), 10, 19), "\xff\xa0") << "bytes above 127 are no white space";
   std::mt19937 random(2);
-  for (int round = 0; round < 1000; ++round) {
+  for (int turn = 0; turn < 1000; ++turn) {
     std::array<uint16_t, 256> words{};
     std::generate(words.begin(), words.end(), [&] { return static_cast<uint16_t>(random()); });
     DiskRecord record;

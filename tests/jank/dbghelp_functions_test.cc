@@ -8,6 +8,7 @@
 #include <set>
 #include <sstream>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "support/child_process.h"
@@ -28,6 +29,12 @@ std::atomic<int> loads = 0;
 std::vector<DWORD> symbolErrors;
 size_t attempts = 0;
 int cleanUps = 0;
+
+HMODULE WINAPI ReEnterOnce(LPCWSTR name) {
+  static bool entered = false;
+  if (!std::exchange(entered, true)) GetDbgHelpFunctions()->Lock();
+  return realLoadLibrary(name);
+}
 
 HMODULE WINAPI CountLoad(LPCWSTR name) {
   if (std::wstring(name) == L"DbgHelp") ++loads;
@@ -109,6 +116,26 @@ TEST(DbgHelpFunctions, RetriesTheSymbolStartAsTheErrorAsks) {
   EXPECT_EQ(twoCalls({"87", "0"}), "table after 2 attempts, 1 clean-ups; table after 2 attempts, 1 clean-ups; 1 loads");
   EXPECT_EQ(twoCalls({"87", "87", "87", changed, changed, "0"}),
             "null after 2 attempts, 1 clean-ups; table after 6 attempts, 2 clean-ups; 1 loads");
+}
+
+CHILD_MAIN(ReEnteredWhileLoading) {
+  const ImportPatch patch("LoadLibraryW", &ReEnterOnce);
+  const DbgHelpFunctions* const table = GetDbgHelpFunctions();
+  std::atomic<bool> held = false;
+  std::thread other([&] {
+    table->Lock();
+    held = true;
+    table->Unlock();
+  });
+  Sleep(50);
+  std::cout << "held by another " << held << "\n";
+  table->Unlock();
+  other.join();
+  return 0;
+}
+
+TEST(DbgHelpFunctions, KeepsItsLockWhenLoadingLeadsBackHere) {
+  EXPECT_EQ(Output("ReEnteredWhileLoading"), "held by another 0");
 }
 
 TEST(DbgHelpFunctions, IsLoadedOnceByEightThreadsAtOnce) {
