@@ -21,7 +21,7 @@ template <uint32_t kRefused>
 void RefuseLeaf(void* leaf) {
   PlayPentium3(leaf);
   if (static_cast<CpuidLeaf*>(leaf)->leaf != kRefused) return;
-  if (kRefused == 1) RaiseException(EXCEPTION_ILLEGAL_INSTRUCTION, 0, 0, nullptr);
+  if constexpr (kRefused == 1) RaiseException(EXCEPTION_ILLEGAL_INSTRUCTION, 0, 0, nullptr);
   *static_cast<volatile int*>(VirtualAlloc(nullptr, 4096, MEM_RESERVE, PAGE_NOACCESS)) = 1;
 }
 
