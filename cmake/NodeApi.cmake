@@ -1,5 +1,5 @@
-# node_api: the headers of Node-API and node-addon-api, and an import library for the Node-API functions that is bound
-# at run time to whatever executable hosts Node.js (src/addon/delay_load_host.cc redirects "node.exe" to it).
+# node_api: the headers of Node-API and node-addon-api, and an import library for the Node-API functions, which
+# src/addon/node_api_binding.cc binds to the host of Node.js when the module is loaded.
 set(node_modules ${CMAKE_SOURCE_DIR}/node_modules)
 if(NOT EXISTS ${node_modules}/node-addon-api/napi.h)
   message(FATAL_ERROR "node-addon-api is missing: run 'npm ci' first.")
@@ -14,24 +14,27 @@ target_compile_definitions(node_api INTERFACE
   # node-addon-api then tries to hand on an exception that nobody can throw any more.
   NODE_API_SWALLOW_UNTHROWABLE_EXCEPTIONS)
 
-set(import_libraries)
-foreach(name js_native_api node_api)
-  set(def ${node_modules}/node-api-headers/def/${name}.def)
-  if(MSVC)
-    set(library ${CMAKE_BINARY_DIR}/${name}.lib)
-    add_custom_command(OUTPUT ${library} DEPENDS ${def} VERBATIM
-      COMMAND ${CMAKE_AR} /nologo /def:${def} /machine:x64 /out:${library})
-  else()
-    set(library ${CMAKE_BINARY_DIR}/lib${name}_delay.a)
-    add_custom_command(OUTPUT ${library} DEPENDS ${def} VERBATIM
-      COMMAND ${CMAKE_DLLTOOL} -d ${def} -y ${library})
-  endif()
-  list(APPEND import_libraries ${library})
-endforeach()
-add_custom_target(node_api_import_libraries DEPENDS ${import_libraries})
-add_dependencies(node_api node_api_import_libraries)
-target_link_libraries(node_api INTERFACE ${import_libraries})
+# One import library for both halves of Node-API: the binding code knows its table by the library's name.
+set(def ${CMAKE_BINARY_DIR}/node_api.def)
+set(halves ${node_modules}/node-api-headers/def)
+file(READ ${halves}/js_native_api.def js_half)
+file(READ ${halves}/node_api.def node_half)
+string(REGEX REPLACE "^NAME NODE.EXE[\r\n]+EXPORTS[\r\n]+" "" node_half "${node_half}")
+file(CONFIGURE OUTPUT ${def} CONTENT "${js_half}\n${node_half}" @ONLY)
 if(MSVC)
+  set(import_library ${CMAKE_BINARY_DIR}/node_api.lib)
+  add_custom_command(OUTPUT ${import_library} DEPENDS ${def} VERBATIM
+    COMMAND ${CMAKE_AR} /nologo /def:${def} /machine:x64 /out:${import_library})
   target_link_options(node_api INTERFACE /DELAYLOAD:NODE.EXE)
   target_link_libraries(node_api INTERFACE delayimp)
+else()
+  set(import_library ${CMAKE_BINARY_DIR}/libnode_api_delay.a)
+  # By its bare name, which becomes a part of the table's name.
+  add_custom_command(OUTPUT ${import_library} DEPENDS ${def} VERBATIM WORKING_DIRECTORY ${CMAKE_BINARY_DIR}
+    COMMAND ${CMAKE_DLLTOOL} -d ${def} -y libnode_api_delay.a)
 endif()
+add_custom_target(node_api_import_library DEPENDS ${import_library})
+add_dependencies(node_api node_api_import_library)
+target_link_libraries(node_api INTERFACE ${import_library})
+# Whoever links Node-API needs the code that binds it.
+target_sources(node_api INTERFACE ${CMAKE_SOURCE_DIR}/src/addon/node_api_binding.cc)
