@@ -1,9 +1,9 @@
-// npm test: builds, checks the style, runs all native and script tests as Windows programs, and closes with one line of
-// how many passed and failed. Arguments select tests whose path contains one of them: npm test -- process_list
+// npm test: builds, checks the style, runs all tests in Node.js for Windows, and closes with one line of how many passed
+// and failed. Arguments select tests whose path contains one of them: npm test -- process_list
 // With --output what passing tests print is shown too.
 import { readdirSync } from 'node:fs';
 import path from 'node:path';
-import { build, buildFolder } from './lib/build.mjs';
+import { build } from './lib/build.mjs';
 import { ensureDebugModeFiles } from './lib/debug_mode_files.mjs';
 import { checkStyle } from './lib/style.mjs';
 import { checkTypes } from './lib/types.mjs';
@@ -28,38 +28,21 @@ function report(name, { passed, failed, skipped = 0, output, seconds }) {
   if (failed || showOutput) console.log(output);
 }
 
-/** Runs a test program and counts by the patterns; an end without a count, or with a failure code, is a failure. */
-async function runTestProgram(name, program, args, options, patterns) {
+/** Runs a test file and counts its tests; an end without a count, or with a failure code, is a failure. */
+async function runTestFile(name, program, file, options) {
   const chunks = [];
   const collect = (chunk) => chunks.push(chunk);
   const start = performance.now();
-  const code = await runProgram(program, args, { stdout: collect, stderr: collect, timeoutMs, cwd: root, ...options });
+  const code = await runProgram(program, ['--test-reporter=tap', file], { stdout: collect, stderr: collect, timeoutMs, cwd: root, ...options });
   const seconds = (performance.now() - start) / 1000;
   const output = Buffer.concat(chunks).toString();
-  const count = (pattern) => Number(output.match(pattern)?.[1] ?? 0);
-  const [passed, skipped] = [count(patterns.passed), count(patterns.skipped)];
-  let failed = count(patterns.failed);
+  const count = (what) => Number(output.match(new RegExp(`^# ${what} (\\d+)\r?$`, 'm'))?.[1] ?? 0);
+  const [passed, skipped] = [count('pass'), count('skipped')];
+  let failed = count('fail');
   if (failed === 0 && (code !== 0 || passed + skipped === 0)) failed = 1;
   const end = seconds * 1000 < timeoutMs ? `exit code ${code}` : `killed after ${timeoutMs / 1000} s`;
   report(name, { passed, failed, skipped, output: `${output}\n(${end})`, seconds });
 }
-
-const nativePatterns = {
-  passed: /^\[ {2}PASSED {2}\] (\d+) tests?\.\r?$/m,
-  failed: /^\[ {2}FAILED {2}\] (\d+) tests?, listed below:\r?$/m,
-  skipped: /^\[ {2}SKIPPED \] (\d+) tests?, listed below:\r?$/m,
-};
-
-function nativeTests() {
-  const folder = path.join(buildFolder, 'native_tests');
-  return readdirSync(folder).filter((file) => file.endsWith('.exe')).sort().map((file) => ({
-    name: `tests/native/${file.slice(0, -'.exe'.length)}`,
-    run: (name, lane) => runTestProgram(name, path.join(folder, file), [], { lane }, nativePatterns),
-  }));
-}
-
-const tapPatterns = {
-  passed: /^# pass (\d+)\r?$/m, failed: /^# fail (\d+)\r?$/m, skipped: /^# skipped (\d+)\r?$/m };
 
 function testFiles(ending) {
   return readdirSync(path.join(root, 'tests'), { recursive: true })
@@ -73,7 +56,7 @@ function scriptTests() {
   const files = testFiles('.test.js');
   return nodeVersions.toReversed().flatMap((version) => files.filter((file) => isFor(file, version)).map((file) => ({
     name: `${file} in Node.js ${version}`,
-    run: (name, lane) => runTestProgram(name, windowsNode(version), ['--test-reporter=tap', file], { lane }, tapPatterns),
+    run: (name, lane) => runTestFile(name, windowsNode(version), file, { lane }),
   })));
 }
 
@@ -81,7 +64,7 @@ function scriptTests() {
 function hostTests() {
   return onWindows ? [] : testFiles('.host.test.mjs').map((file) => ({
     name: `${file} on the host`,
-    run: (name) => runTestProgram(name, process.execPath, ['--test-reporter=tap', file], { host: true }, tapPatterns),
+    run: (name) => runTestFile(name, process.execPath, file, { host: true }),
   }));
 }
 
@@ -90,7 +73,7 @@ await runMain(async () => {
   const selected = ({ name }) => selections.length === 0 || selections.some((selection) => name.includes(selection));
   ensureTools({ forTests: true });
   build({ tests: true });
-  const queue = [...nativeTests(), ...hostTests(), ...scriptTests()].filter(selected);
+  const queue = [...hostTests(), ...scriptTests()].filter(selected);
   for (const version of nodeVersions) windowsNode(version);
   for (const lane of lanes) if (!onWindows) ensureWinePrefix(lane);
   if (!onWindows && queue.some(({ name }) => /debug_mode|faults/.test(name))) ensureDebugModeFiles();

@@ -12,7 +12,7 @@
 #include "native/bare_calls.h"
 #include "native/frozen_time.h"
 #include "native/usage_sums.h"
-#include "support/import_patch.h"
+#include "native/import_patch.h"
 
 namespace {
 
@@ -34,10 +34,10 @@ HANDLE WINAPI NoSnapshot(DWORD, DWORD) {
 /// refuseSnapshots(refuse): whether the module is refused every process snapshot, which leaves nothing of
 /// "enumProcessList" but the way to a worker and back.
 Napi::Value RefuseSnapshots(const Napi::CallbackInfo& info) {
-  static std::unique_ptr<testing_support::ImportPatch> patch;
+  static std::unique_ptr<bench::ImportPatch> patch;
   patch.reset();
   if (info[0].ToBoolean()) {
-    patch = std::make_unique<testing_support::ImportPatch>(GetModuleHandleW(L"borvanta-util.node"),
+    patch = std::make_unique<bench::ImportPatch>(GetModuleHandleW(L"borvanta-util.node"),
                                                            "CreateToolhelp32Snapshot", &NoSnapshot);
   }
   return info.Env().Undefined();

@@ -5,7 +5,7 @@
 
 #include "jank/dbghelp_functions.h"
 #include "native/ticks.h"
-#include "support/import_patch.h"
+#include "native/import_patch.h"
 #include "win/get_function.h"
 #include "win/unique_resource.h"
 
@@ -71,8 +71,8 @@ size_t Walk(const DbgHelpFunctions& dbgHelp, HANDLE process, HANDLE thread) {
 
 void WatchFrozenTime() {
   const HMODULE module = GetModuleHandleW(L"borvanta-util.node");
-  static const testing_support::ImportPatch suspend(module, "SuspendThread", &NoteSuspend);
-  static const testing_support::ImportPatch resume(module, "ResumeThread", &NoteResume);
+  static const ImportPatch suspend(module, "SuspendThread", &NoteSuspend);
+  static const ImportPatch resume(module, "ResumeThread", &NoteResume);
 }
 
 double LatestFrozenTime() {

@@ -1,10 +1,10 @@
-#include "support/import_patch.h"
+#include "native/import_patch.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-namespace testing_support {
+namespace bench {
 
 void ForEachImport(HMODULE module, const std::function<void(const char*, void**)>& visit) {
   auto* const base = reinterpret_cast<BYTE*>(module);
@@ -47,4 +47,4 @@ ImportPatch::~ImportPatch() {
   WriteImportSlot(slot_, original_);
 }
 
-}  // namespace testing_support
+}  // namespace bench

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-namespace testing_support {
+namespace bench {
 
 /// Calls `visit(function, slot)` for every function that `module` imports by name from a DLL that is loaded
 /// with it; `*slot` is the function's address as the module calls it.
@@ -15,16 +15,11 @@ void ForEachImport(HMODULE module, const std::function<void(const char*, void**)
 /// real function by RealFunction() alone: calling it by name, or an address taken by name, leads back to itself.
 class ImportPatch {
  public:
-  /// Patches the import of `function` in `module`; aborts the test program when there is none.
+  /// Patches the import of `function` in `module`; aborts the program when there is none.
   template <typename Function>
   ImportPatch(HMODULE module, const char* function, Function* replacement)
       : ImportPatch(module, function, reinterpret_cast<void*>(replacement)) {}
   ImportPatch(HMODULE module, const char* function, void* replacement);
-
-  /// Patches the test program itself.
-  template <typename Function>
-  ImportPatch(const char* function, Function* replacement)
-      : ImportPatch(GetModuleHandleW(nullptr), function, replacement) {}
 
   ~ImportPatch();
   ImportPatch(const ImportPatch&) = delete;
@@ -35,13 +30,7 @@ class ImportPatch {
   void* original_ = nullptr;
 };
 
-/// A system function by the address that its DLL gives it; for initialising a global, before any patch.
-template <typename Function>
-Function* RealFunction(const wchar_t* library, const char* name) {
-  return reinterpret_cast<Function*>(GetProcAddress(LoadLibraryW(library), name));
-}
-
 /// Stores `value` into an import slot, which lies in read-only memory.
 void WriteImportSlot(void** slot, void* value);
 
-}  // namespace testing_support
+}  // namespace bench

@@ -12,7 +12,6 @@ const buildPackages = {
   'ninja-build': '/usr/bin/ninja',
   'g++-mingw-w64-x86-64-posix': '/usr/bin/x86_64-w64-mingw32-g++-posix',
   'nlohmann-json3-dev': '/usr/include/nlohmann/json.hpp',
-  googletest: '/usr/src/googletest/CMakeLists.txt',
   wine64: '/usr/lib/wine/wine64',
 };
 const testPackages = {

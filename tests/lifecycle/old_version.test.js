@@ -1,0 +1,120 @@
+'use strict';
+const assert = require('node:assert/strict');
+const test = require('node:test');
+const { scriptedSystem } = require('../support/scripted_system.js');
+const { koffi, memoryAt, RegistryKey, system: windows } = require('../support/windows_api.js');
+const { load } = require('../support/windows.js');
+
+const preferences = new RegistryKey('SOFTWARE\\Microsoft\\DirectX\\UserGpuPreferences');
+test.beforeEach(() => preferences.remove());
+test.after(() => preferences.remove());
+
+/** A GUID as people write it. */
+function guid(address) {
+  const bytes = memoryAt(koffi.address(address), 16);
+  const head = [bytes.readUInt32LE(0).toString(16), bytes.readUInt16LE(4).toString(16), bytes.readUInt16LE(6).toString(16)];
+  return [...head, bytes.toString('hex', 8, 10), bytes.toString('hex', 10, 16)].join('-').toUpperCase();
+}
+
+/** A firewall whose steps answer `answers`; `steps` records what is done with it, in order. */
+function playFirewall(system, { create = 0, getRules = 0, remove = 0 } = {}) {
+  const steps = [];
+  const release = (name) => ['ReleaseObject', () => { steps.push(`release ${name}`); return 0; }];
+  const rules = system.comObject({
+    2: release('rules'),
+    9: ['RemoveRule', (real, self, name) => {
+      const length = memoryAt(koffi.address(name) - 4n, 4).readUInt32LE();
+      steps.push(['remove', memoryAt(koffi.address(name), length).toString('utf16le')]);
+      return remove;
+    }],
+  });
+  const policy = system.comObject({
+    2: release('policy'),
+    18: ['GetRules', (real, self, out) => {
+      steps.push('get rules');
+      if (getRules >= 0) koffi.encode(out, 'void*', rules);
+      return getRules;
+    }],
+  });
+  system.play('CoCreateInstance', (real, classId, outer, context, interfaceId, out) => {
+    steps.push(['create', guid(classId), outer, context, guid(interfaceId)]);
+    if (create >= 0) koffi.encode(out, 'void*', policy);
+    return create;
+  });
+  system.play('SysFreeString', (real, text) => { steps.push('free name'); real(text); });
+  return steps;
+}
+
+const inProcess = 1;
+const created = ['create', 'E2B3C97F-6AE1-41AC-817A-F6F92166D7DD', null, inProcess,
+  '98325047-C671-4174-8D81-DEFCD3F03186'];
+
+test('a bad path or version throws before anything is done, the path first', (t) => {
+  const system = scriptedSystem(t);
+  system.watch('RegOpenKeyExW');
+  for (const [message, calls] of [
+    ['Invalid path', [[], [5, '1'], [undefined, 5], [new String('a'), '1']]],
+    ['Invalid version', [['a'], ['a', null], ['a', 5]]],
+  ]) {
+    for (const args of calls) {
+      assert.throws(() => system.util.removeOldVersion(...args), { name: 'TypeError', message });
+    }
+  }
+  assert.deepEqual(system.calls, []);
+});
+
+test('the GPU preference is removed by its whole path, on a key that is open for query only', (t) => {
+  const system = scriptedSystem(t);
+  playFirewall(system);
+  system.watch('RegOpenKeyExW', 'RegDeleteValueW', 'RegCloseKey');
+  const gpuResult = () => system.util.removeOldVersion('C:\\直播\\old.exe', '1').gpuPreferencesDelResult;
+  assert.deepEqual(Object.entries(gpuResult()), [['delSuccess', false], ['errorText', 'Failed to open key']]);
+  preferences.set('C:\\直播\\old.exe', 'x');
+  system.calls.length = 0;
+  assert.deepEqual(Object.entries(gpuResult()), [['delSuccess', false], ['errorText', 'Failed to delete key']]);
+  assert.ok(preferences.get('C:\\直播\\old.exe'), 'Windows refuses it');
+  const [[, root, key, options, access], [, , name], ...rest] = system.calls;
+  assert.deepEqual([root & 0xFFFFFFFF, key, options, access, name], [0x80000002 | 0,
+    'Software\\Microsoft\\DirectX\\UserGpuPreferences', 0, 1, 'C:\\直播\\old.exe']);
+  assert.deepEqual(rest.map(([called]) => called), ['RegCloseKey']);
+  system.fail('RegDeleteValueW', { value: 0 });
+  assert.deepEqual(gpuResult(), { delSuccess: true }, 'where Windows does not refuse it');
+});
+
+test('the firewall rule of the version is removed by its whole name, and everything is released after', (t) => {
+  const system = scriptedSystem(t);
+  for (const version of ['5.160.1.1000', '', 'a\0b', '\ud800', '直播 😀', '7'.repeat(1_000_000)]) {
+    const steps = playFirewall(system, { create: 1, getRules: 1, remove: 1 /* S_FALSE is success too */ });
+    const { firewallDelResult } = system.util.removeOldVersion('C:\\old.exe', version);
+    assert.deepEqual(Object.entries(firewallDelResult), [
+      ['firewallName', `BorvantaFirewall_${version.replace('\ud800', '\ufffd')}`], ['delSuccess', true], ['errorText', '']]);
+    assert.deepEqual(steps, [created, 'get rules', ['remove', `BorvantaFirewall_${version}`], 'free name',
+      'release rules', 'release policy']);
+  }
+});
+
+test('a failing step is named with its code, and what was made until then is released', (t) => {
+  const system = scriptedSystem(t);
+  for (const [answers, errorText, steps] of [
+    [{ create: -2147221008 }, 'Fail to CoInitializeEx-2147221008', []],
+    [{ getRules: -2147024882 }, 'Fail to get_Rules-2147024882', ['get rules', 'release policy']],
+    [{ remove: -2147024891 }, 'Fail to Remove-2147024891',
+      ['get rules', ['remove', 'BorvantaFirewall_1'], 'free name', 'release rules', 'release policy']],
+  ]) {
+    const done = playFirewall(system, answers);
+    const result = system.util.removeOldVersion('C:\\old.exe', '1');
+    assert.deepEqual(Object.keys(result), ['gpuPreferencesDelResult', 'firewallDelResult']);
+    assert.deepEqual(result.firewallDelResult, { firewallName: 'BorvantaFirewall_1', delSuccess: false, errorText });
+    assert.deepEqual(done, [created, ...steps]);
+  }
+});
+
+test('with the real firewall, the thread must be in a COM apartment', (t) => {
+  const result = () => load().removeOldVersion('C:\\old.exe', '5.160.1.1000').firewallDelResult;
+  assert.equal(result().errorText, 'Fail to CoInitializeEx-2147221008');
+  windows('ole32', 'int CoInitializeEx(void*, uint32)')(null, 2);
+  t.after(windows('ole32', 'void CoUninitialize()'));
+  const { delSuccess, errorText } = result();
+  // An account without an administrator's rights is refused.
+  assert.ok(delSuccess ? errorText === '' : /^Fail to Remove-\d+$/.test(errorText), errorText);
+});
