@@ -2,8 +2,8 @@
 
 namespace lifecycle {
 
-/// The client version that this module is built for; nothing else in src/ spells it. Versions are compared with it byte
-/// by byte; nothing in the module takes a version apart or puts versions in an order.
+/// The client version that this module is built for. Nothing else in src/ spells it out. Versions are compared with it
+/// byte by byte; the module never splits or orders versions.
 inline constexpr char kBuildVersion[] = "5.165.3.4096";
 
 }  // namespace lifecycle

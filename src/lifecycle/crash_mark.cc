@@ -1,15 +1,20 @@
 #include "lifecycle/crash_mark.h"
 
 #include <memory>
+#include <mutex>
 #include <utility>
 
 #include "lifecycle/crash_mark_processor_win.h"
+#include "win/srw_lock.h"
 
 namespace lifecycle {
 
 namespace {
 
-/// Null would mean a system without a store; Windows has one.
+/// Keeps calls of several script threads apart. No store takes it itself.
+win::SrwLock storeLock;
+
+/// Never null on Windows.
 CrashMarkProcessor* Store() {
   static const std::unique_ptr<CrashMarkProcessor> store = std::make_unique<CrashMarkProcessorWin>();
   return store.get();
@@ -20,16 +25,19 @@ CrashMarkProcessor* Store() {
 namespace crash_marks {
 
 bool setMark(uint32_t type, const std::string& argument) {
+  const std::lock_guard guard(storeLock);
   CrashMarkProcessor* const store = Store();
   return store && store->setMark(type, argument);
 }
 
 bool clearMark(uint32_t type, const std::string& argument) {
+  const std::lock_guard guard(storeLock);
   CrashMarkProcessor* const store = Store();
   return store && store->clearMark(type, argument);
 }
 
 bool hasMark(uint32_t type, const std::string& argument) {
+  const std::lock_guard guard(storeLock);
   CrashMarkProcessor* const store = Store();
   return store && store->hasMark(type, argument);
 }

@@ -2,10 +2,10 @@
 
 #include <windows.h>
 
+#include <chrono>
 #include <cstdint>
 
 #include "lifecycle/client_registry.h"
-#include "lifecycle/mark_freshness.h"
 #include "win/registry_key.h"
 #include "win/text.h"
 
@@ -13,7 +13,7 @@ namespace lifecycle {
 
 namespace {
 
-/// The name of a mark's value in the ANSI code page; empty for a type that has no name.
+/// The name of a mark's value in the ANSI code page. Empty for a type that has no name.
 std::string ValueName(uint32_t type, const std::string& argument) {
   switch (type) {
     case kHardwareCapabilityMark:
@@ -27,17 +27,50 @@ std::string ValueName(uint32_t type, const std::string& argument) {
   }
 }
 
-/// Whether the value holds the time of a mark that counts. A time that does not count is removed: it is too old, or a
-/// wrong clock wrote it. The value's type is deliberately not looked at, and data shorter than a time is taken for the
-/// time's low bytes; longer data is no mark and stays.
-bool ReadFresh(const win::RegistryKey& key, const std::string& name) {
-  const std::wstring valueName = win::AnsiToWide(name);
+/// The system clock's time in milliseconds since 1970-01-01 00:00 UTC, truncated toward zero.
+int64_t UnixMillisecondsNow() noexcept {
+  constexpr int64_t kTicksFrom1601To1970 = 116'444'736'000'000'000;
+  constexpr int64_t kTicksInMillisecond = 10'000;
+  FILETIME now{};
+  GetSystemTimePreciseAsFileTime(&now);
+  const auto ticks = static_cast<int64_t>(static_cast<uint64_t>(now.dwHighDateTime) << 32 | now.dwLowDateTime);
+  return (ticks - kTicksFrom1601To1970) / kTicksInMillisecond;
+}
+
+/// Whether a mark that was set at `stored` counts at `now`: it was set before now, and less than 60 days ago. Both ends
+/// are excluded. The time comes from the registry and may be any number, so the sum wraps instead of overflowing.
+bool IsFresh(int64_t stored, int64_t now) noexcept {
+  constexpr uint64_t kLifetime = 5'184'000'000;
+  const auto end = static_cast<int64_t>(static_cast<uint64_t>(stored) + kLifetime);
+  return stored < now && end > now;
+}
+
+enum class MarkState { kAbsent, kFresh, kStale };
+
+/// Compatibility: the value's type does not matter, and data shorter than a time is the time's low bytes. Longer data
+/// is no mark.
+MarkState ReadMark(const win::RegistryKey& key, const std::wstring& valueName) noexcept {
   int64_t stored = 0;
-  if (!key.ReadData(valueName.c_str(), &stored, sizeof(stored))) return false;
-  if (IsFresh(stored, UnixMillisecondsNow())) return true;
-  // Marks are read with the right to query alone, which does not allow to remove one.
-  OpenClientKey(kMarkKey, KEY_SET_VALUE).DeleteValue(valueName.c_str());
-  return false;
+  if (!key.ReadData(valueName.c_str(), &stored, sizeof(stored))) return MarkState::kAbsent;
+  return IsFresh(stored, UnixMillisecondsNow()) ? MarkState::kFresh : MarkState::kStale;
+}
+
+/// Whether the mark `name` counts. Removes one that does not count: it is too old, or a wrong clock wrote it.
+bool CheckMark(const win::RegistryKey& key, const std::string& name) {
+  const std::wstring valueName = win::AnsiToWide(name);
+  const MarkState state = ReadMark(key, valueName);
+  // `key` is open for reading, which does not include the right to remove a value.
+  if (state == MarkState::kStale) OpenClientKey(kMarkKey, KEY_SET_VALUE).DeleteValue(valueName.c_str());
+  return state == MarkState::kFresh;
+}
+
+/// Returns when the clock shows a later millisecond than `time`, or after five milliseconds.
+void WaitUntilAfter(int64_t time) {
+  using std::chrono::steady_clock;
+  const auto deadline = steady_clock::now() + std::chrono::milliseconds(5);
+  // Not Sleep(1), which may take fifteen milliseconds.
+  while (UnixMillisecondsNow() <= time && steady_clock::now() < deadline)
+    Sleep(0);
 }
 
 }  // namespace
@@ -52,8 +85,10 @@ bool CrashMarkProcessorWin::setMark(uint32_t type, std::string argument) {
   if (!key) return false;
   const std::string name = ValueName(type, argument);
   if (name.empty()) return false;
-  if (!key.WriteQword(win::AnsiToWide(name).c_str(), static_cast<uint64_t>(UnixMillisecondsNow()))) return false;
+  const int64_t now = UnixMillisecondsNow();
+  if (!key.WriteQword(win::AnsiToWide(name).c_str(), static_cast<uint64_t>(now))) return false;
   marks_[name] = true;
+  WaitUntilAfter(now);
   return true;
 }
 
@@ -74,10 +109,10 @@ bool CrashMarkProcessorWin::hasMark(uint32_t type, std::string argument) {
 void CrashMarkProcessorWin::LoadAll() {
   const auto key = OpenClientKey(kMarkKey, KEY_QUERY_VALUE);
   if (!key) return;
-  // Code 0 is deliberate: it has no name, and so checks the key's default value like a mark.
+  // Compatibility: type 0 has no name, so the key's default value is checked like a mark. Clients rely on its removal.
   for (const uint32_t type : {kHardwareCapabilityMark, kStartupMark, kReservedMark, uint32_t{0}}) {
     const std::string name = ValueName(type, "");
-    marks_.emplace(name, ReadFresh(key, name));
+    marks_.emplace(name, CheckMark(key, name));
   }
 }
 
@@ -85,7 +120,7 @@ void CrashMarkProcessorWin::Refresh(uint32_t type, const std::string& argument) 
   const auto key = OpenClientKey(kMarkKey, KEY_QUERY_VALUE);
   if (!key) return;
   const std::string name = ValueName(type, argument);
-  marks_[name] = ReadFresh(key, name);
+  marks_[name] = CheckMark(key, name);
 }
 
 }  // namespace lifecycle

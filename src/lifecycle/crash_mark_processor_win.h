@@ -8,23 +8,25 @@
 
 namespace lifecycle {
 
-/// Keeps crash marks in the registry: a REG_QWORD for each, with the time at which it was set, in a key that all users
-/// and all processes of the client share. Reading a mark that no longer counts removes it. What has been read is kept
-/// in memory; the registry is the truth.
+/// Keeps crash marks in the registry: one REG_QWORD for each, which holds the time at which it was set. All users and
+/// all processes of the client share the key. Reading a mark that no longer counts removes it. What has been read is
+/// cached in memory; the registry decides.
 class CrashMarkProcessorWin : public CrashMarkProcessor {
  public:
-  /// Reads the marks without an argument.
+  /// Reads the marks that have no argument.
   CrashMarkProcessorWin();
 
-  /// Creates the key where it is missing, for a mark without a name too.
+  /// Creates the key where it is missing, even for a mark without a name. After writing a new mark it waits until the
+  /// clock shows a later millisecond, because a mark does not count in the millisecond in which it was set. That takes
+  /// a millisecond, and at most five where the clock stands still or goes back.
   bool setMark(uint32_t type, std::string argument) override;
 
-  /// Clears only what this object has read or set before: for a mark that it does not know it answers false and leaves
-  /// the registry alone. Afterwards it does not know the mark, whether or not the registry could be written.
+  /// Clears only what this object has read or set before: for a mark that it does not know it returns false and leaves
+  /// the registry alone. Afterwards it does not know the mark, even if the registry could not be written.
   bool clearMark(uint32_t type, std::string argument) override;
 
-  /// Reads the registry only when there is an argument; otherwise answers what is kept in memory. The same when the key
-  /// cannot be opened.
+  /// Reads the registry only when there is an argument. Without one, and when the key cannot be opened, it returns what
+  /// is cached.
   bool hasMark(uint32_t type, std::string argument) override;
 
  private:

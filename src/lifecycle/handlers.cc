@@ -5,8 +5,7 @@
 
 #include "addon/bad_argument.h"
 #include "addon/script_text.h"
-#include "lifecycle/firewall_rule.h"
-#include "lifecycle/gpu_preference.h"
+#include "lifecycle/old_version.h"
 #include "lifecycle/single_instance.h"
 #include "lifecycle/startup_mask.h"
 
@@ -41,12 +40,12 @@ Napi::Value EnterStartupMask(const Napi::CallbackInfo& info) {
   const auto result = Napi::Object::New(info.Env());
   const StartupEntry entry = EnterStartup();
   SetFlag(result, "hasMask", entry.hasMask);
-  if (!entry.lastVersion.empty()) SetText(result, "lastVersion", entry.lastVersion);
+  SetText(result, "lastVersion", entry.lastVersion);
   return result;
 }
 
 Napi::Value LeaveStartupMask(const Napi::CallbackInfo& info) {
-  // First of all, so that the mark goes even when no answer can be given.
+  // First, so that the mark is cleared even when the answer cannot be made.
   ClearStartupMark();
   const auto result = Napi::Object::New(info.Env());
   const StartupRecord record = RecordStartup();
@@ -59,24 +58,23 @@ Napi::Value LeaveStartupMask(const Napi::CallbackInfo& info) {
 
 Napi::Value RemoveOldVersion(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
-  // Made first: when one cannot be made, nothing has been removed.
+  // Made first: if one cannot be made, nothing has been removed.
   const auto result = Napi::Object::New(env);
   const auto gpuResult = Napi::Object::New(env);
   const auto firewallResult = Napi::Object::New(env);
   if (info[0].Type() != napi_string) return addon::ThrowBadArgument(env, "Invalid path");
   if (info[1].Type() != napi_string) return addon::ThrowBadArgument(env, "Invalid version");
 
-  const std::string gpuError = RemoveGpuPreference(addon::ToWide(info[0]));
-  SetFlag(gpuResult, "delSuccess", gpuError.empty());
-  if (!gpuError.empty()) SetText(gpuResult, "errorText", gpuError);
+  const auto gpuError = RemoveGpuPreference(addon::ToWide(info[0]));
+  SetFlag(gpuResult, "delSuccess", !gpuError);
+  SetText(gpuResult, "errorText", gpuError);
 
   const auto version = info[1].As<Napi::String>();
   const std::string prefix(kFirewallRulePrefix);
   SetText(firewallResult, "firewallName", prefix + version.Utf8Value());
-  const std::string firewallError =
-      RemoveFirewallRule(std::wstring(prefix.begin(), prefix.end()) + addon::ToWide(version));
-  SetFlag(firewallResult, "delSuccess", firewallError.empty());
-  SetText(firewallResult, "errorText", firewallError);
+  const auto firewallError = RemoveFirewallRule(std::wstring(prefix.begin(), prefix.end()) + addon::ToWide(version));
+  SetFlag(firewallResult, "delSuccess", !firewallError);
+  SetText(firewallResult, "errorText", firewallError.value_or(""));
 
   result.Set("gpuPreferencesDelResult", gpuResult);
   result.Set("firewallDelResult", firewallResult);

@@ -2,29 +2,37 @@
 
 #include <windows.h>
 
+#include <mutex>
 #include <utility>
+
+#include "win/srw_lock.h"
 
 namespace lifecycle {
 
 namespace {
 
-/// The handle of the last claim, null when there is none. Deliberately not an owner that closes: a second claim
-/// overwrites the handle of the first without closing it, which keeps the mutex alive until the process ends. The
-/// client relies on that.
+/// Guards `claim` between script workers.
+win::SrwLock claimLock;
+
+/// The handle of the last claim; null when there is none. Compatibility: this is no owner that closes. A second claim
+/// overwrites the handle of the first without closing it, so the mutex stays until the process ends. The client relies
+/// on that.
 HANDLE claim = nullptr;
 
 }  // namespace
 
 bool ClaimSingleInstance() noexcept {
-  // No namespace prefix: the name belongs to the terminal session, and other sessions do not see it.
+  const std::lock_guard guard(claimLock);
+  // The name has no namespace prefix, so it belongs to the terminal session and other sessions do not see it.
   claim = CreateMutexA(nullptr, TRUE, "__MUTEX_TESSARON_LIVE_EXE__");
   if (GetLastError() == ERROR_ALREADY_EXISTS) return true;
-  // Deliberate: a mutex that another user's rights protect is another instance; any other failure is none.
+  // Compatibility: a mutex that another user's rights protect counts as another instance. Any other failure does not.
   return GetLastError() == ERROR_ACCESS_DENIED;
 }
 
 void GiveUpSingleInstance() noexcept {
-  // Deliberately without ReleaseMutex: nobody waits for the mutex, and closing an owned one abandons it.
+  const std::lock_guard guard(claimLock);
+  // Without ReleaseMutex: nobody waits for the mutex, and closing the last handle of an owned mutex abandons it.
   if (claim) CloseHandle(std::exchange(claim, nullptr));
 }
 

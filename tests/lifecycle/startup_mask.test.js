@@ -6,7 +6,7 @@ const path = require('node:path');
 const test = require('node:test');
 const { scriptedSystem } = require('../support/scripted_system.js');
 const { koffi, RegistryKey } = require('../support/windows_api.js');
-const { startScript } = require('../support/windows.js');
+const { load, startScript } = require('../support/windows.js');
 
 const version = '5.165.3.4096';
 const markName = `esn${version}`;
@@ -38,11 +38,12 @@ function install(name = '') {
 const markTime = () => marks.get(markName)?.bytes.readBigInt64LE();
 const textOf = (value) => value?.bytes.toString('utf16le');
 
-/** A system whose clock shows `clock.now`, in milliseconds since 1970. */
+/** A system whose clock shows `clock.now`, in milliseconds since 1970, and then goes on by `clock.step`. */
 function systemAt(t, clock) {
   const system = scriptedSystem(t);
   system.play('GetSystemTimePreciseAsFileTime', (real, time) => {
     koffi.encode(time, 'uint64', clock.now * 10_000n + 9_999n + 116_444_736_000_000_000n);
+    clock.now += clock.step ?? 0n;
   });
   return system;
 }
@@ -78,6 +79,21 @@ test('a mark counts from the millisecond after it was set for less than 60 days,
     marks.set(markName, set);
     assert.deepEqual(util.enterStartupMask(), { hasMask: false }, `${set}`);
     assert.equal(markTime(), now, 'the time of now is stored');
+  }
+});
+
+test('a second start-up finds the mark at once, and a clock that stands still or goes back does not stop the first', (t) => {
+  for (let round = 0; round < 200; ++round) {
+    assert.deepEqual(load().enterStartupMask(), { hasMask: false }, `round ${round}`);
+    assert.deepEqual(load().enterStartupMask(), { hasMask: true }, `round ${round}`);
+    load().leaveStartupMask();
+  }
+  for (const step of [0n, -1000n]) {
+    const system = systemAt(t, { now, step });
+    const start = performance.now();
+    assert.deepEqual(system.util.enterStartupMask(), { hasMask: false });
+    assert.ok(performance.now() - start < 1000);
+    client.remove();
   }
 });
 

@@ -1,4 +1,4 @@
-#include "lifecycle/firewall_rule.h"
+#include "lifecycle/old_version.h"
 
 #include <windows.h>
 // Needs windows.h.
@@ -6,6 +6,7 @@
 #include <objbase.h>
 
 #include "win/com.h"
+#include "win/registry_key.h"
 
 namespace lifecycle {
 
@@ -20,18 +21,28 @@ std::string ErrorText(const char* step, HRESULT code) {
 
 }  // namespace
 
-std::string RemoveFirewallRule(const std::wstring& name) {
+std::optional<std::string> RemoveGpuPreference(const std::wstring& path) {
+  // Compatibility: the key is opened for query only, so Windows refuses the removal, and the client expects that
+  // answer. There is no view flag, unlike with the client's own keys: this is a key of Windows.
+  const auto preferences =
+      win::RegistryKey::Open(HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\DirectX\\UserGpuPreferences", KEY_QUERY_VALUE);
+  if (!preferences) return "Failed to open key";
+  if (!preferences.DeleteValue(path.c_str())) return "Failed to delete key";
+  return std::nullopt;
+}
+
+std::optional<std::string> RemoveFirewallRule(const std::wstring& name) {
   win::UniqueCom<INetFwPolicy2> policy;
   HRESULT status = CoCreateInstance(kNetFwPolicy2, nullptr, CLSCTX_INPROC_SERVER, kINetFwPolicy2,
                                     reinterpret_cast<void**>(policy.Receive()));
-  // The text deliberately names another function than the one that failed: the client knows it so.
+  // Compatibility: the text names another function than the one that failed, and the client looks for this text.
   if (FAILED(status)) return ErrorText("Fail to CoInitializeEx", status);
   win::UniqueCom<INetFwRules> rules;
   status = policy.Get()->get_Rules(rules.Receive());
   if (FAILED(status)) return ErrorText("Fail to get_Rules", status);
   status = rules.Get()->Remove(win::MakeBstr(name).Get());
   if (FAILED(status)) return ErrorText("Fail to Remove", status);
-  return {};
+  return std::nullopt;
 }
 
 }  // namespace lifecycle
