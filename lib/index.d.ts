@@ -42,8 +42,8 @@ export function getOsVersionWithReleaseId(): string;
 /** What {@link enterStartupMask} returns. */
 export interface StartupEntry {
   /**
-   * True when an earlier start-up of this version never finished. When false, the mark of this one has been set, where
-   * the registry lets it.
+   * True when an earlier start-up of this version never finished. When false, the mark of this start-up has been set, if
+   * the registry could be written.
    */
   hasMask: boolean;
   /**
@@ -62,77 +62,75 @@ export interface StartupRecord {
   /** This version, when the installer has noted a silent install of it. */
   silentVersion?: string;
   /**
-   * The folder of installed builds, without a trailing backslash; left out when the client's key cannot be opened. Check
-   * it before use: it is a mere "\bin" where that key exists without an install directory, and setting a start-up mark
-   * creates the key.
+   * The folder of installed builds, without a trailing backslash. Left out when the client's key cannot be opened. Check
+   * it before you use it: it is only "\bin" when that key has no install directory, and setting a start-up mark creates
+   * the key.
    */
   deleteFolderPath?: string;
 }
 
 /** What {@link removeOldVersion} returns. */
 export interface OldVersionRemoval {
-  /** What became of the build's GPU preference. */
+  /** Whether the build's GPU preference was removed. */
   gpuPreferencesDelResult: {
     delSuccess: boolean;
     /** "Failed to open key" or "Failed to delete key"; left out on success. */
     errorText?: string;
   };
-  /** What became of the build's firewall rule. */
+  /** Whether the build's firewall rule was removed. */
   firewallDelResult: {
     /** "BorvantaFirewall_" and the version. */
     firewallName: string;
     delSuccess: boolean;
-    /** Empty on success; else which step failed, directly followed by its HRESULT as a signed decimal number. */
+    /** Empty on success. Otherwise the step that failed, directly followed by its HRESULT as a signed decimal number. */
     errorText: string;
   };
 }
 
 /**
- * Claims the mutex by which the client runs once in a user session. It is held until {@link destroyDuplicateMutex} or
- * the end of the process. Keeps state without a lock, as {@link destroyDuplicateMutex} does: one script thread of the
- * process is to call the two.
+ * Claims the mutex that lets the client run once in a user session. The claim lasts until {@link destroyDuplicateMutex}
+ * or the end of the process.
  *
- * @returns true when another instance holds it, or this process already does; false when this is the first instance,
- *   and also when the mutex cannot be created for any other reason than another user's rights. Never throws.
+ * @returns true when another instance holds the mutex, or this process already does. False when this is the first
+ *   instance, and also when the mutex cannot be created for any other reason than another user's rights. Never throws.
  */
 export function createDuplicateMutex(): boolean;
 
 /**
  * Gives up what the last {@link createDuplicateMutex} claimed. What earlier calls in this process claimed stays
- * claimed. For the script thread that calls that one.
+ * claimed.
  *
- * @returns true, whether or not there was anything to give up. Never throws.
+ * @returns true, even when there was nothing to give up. Never throws.
  */
 export function destroyDuplicateMutex(): true;
 
 /**
- * To be called as start-up begins: tells whether an earlier start-up of this version crashed, and sets the mark by
- * which the next start-up will know if this one does. Marks count for 60 days, from the millisecond after they were
- * set. Setting one needs write access to the client's keys below HKEY_LOCAL_MACHINE; without it nothing is set. Keeps
- * state without a lock, as {@link leaveStartupMask} does: one script thread of the process is to call the two.
+ * Call it when start-up begins. It says whether an earlier start-up of this version crashed, and sets a mark that lets
+ * the next start-up detect a crash of this one. A mark counts for 60 days. Setting it needs write access to the client's
+ * keys below HKEY_LOCAL_MACHINE; without that access no mark is set. Setting it takes a millisecond, at most five.
  *
  * @returns what was found. Never throws.
  */
 export function enterStartupMask(): StartupEntry;
 
 /**
- * To be called when start-up has succeeded: clears the mark, records this build's executable as the latest bootable one
- * and reports the installer's notes about this version. For the script thread that calls {@link enterStartupMask}.
+ * Call it when start-up has succeeded. It clears the mark, records this build's executable as the latest bootable one,
+ * and reports the installer's notes about this version.
  *
  * @returns what was done and found; what failed is left out. Never throws.
  */
 export function leaveStartupMask(): StartupRecord;
 
 /**
- * Removes what an old build left in machine-wide Windows settings: its GPU preference and its firewall rule. Files are
- * left alone. The two are independent of each other. The firewall rule can be removed only when the calling thread is
- * in a COM apartment, which is never entered here. The GPU preference's key is opened for query only, so that Windows
- * refuses the removal.
+ * Removes what an old build left in machine-wide Windows settings: its GPU preference and its firewall rule, each
+ * independently of the other. It deletes no files. Removing the firewall rule needs an administrator's rights and a
+ * calling thread in a COM apartment, which this function does not enter. The GPU preference's key is opened for query
+ * only, so Windows refuses its removal.
  *
  * @param path the full path of the old build's executable.
  * @param version the old build's version.
- * @returns what became of each of the two; their failures are reported here, never thrown.
- * @throws TypeError "Invalid path" when `path` is not a string, else "Invalid version" when `version` is not one;
+ * @returns the result of each of the two; their failures are reported here, never thrown.
+ * @throws TypeError "Invalid path" when `path` is not a string, else "Invalid version" when `version` is not a string;
  *   nothing is removed then.
  */
 export function removeOldVersion(path: string, version: string): OldVersionRemoval;

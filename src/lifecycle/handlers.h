@@ -4,8 +4,8 @@
 
 namespace lifecycle {
 
-/// The script functions for the client's launcher. lib/index.d.ts describes them. Each throws when a Node-API call fails.
-/// When memory runs out, std::bad_alloc leaves it and ends the process. Script thread.
+/// The script functions for the client's launcher. lib/index.d.ts describes them. Each throws when a Node-API call
+/// fails. When memory runs out, std::bad_alloc leaves it and ends the process. Script thread.
 Napi::Value CreateDuplicateMutex(const Napi::CallbackInfo& info);
 Napi::Value DestroyDuplicateMutex(const Napi::CallbackInfo& info);
 Napi::Value EnterStartupMask(const Napi::CallbackInfo& info);
