@@ -1,22 +1,30 @@
 'use strict';
 
+const path = require('node:path');
+const { getEnvironmentData, setEnvironmentData } = require('node:worker_threads');
+const { name, version } = require('../package.json');
+
 if (process.platform !== 'win32' || process.arch !== 'x64') {
-  throw new Error(`borvanta-util runs on 64-bit Windows only, not on ${process.platform} ${process.arch}`);
+  throw new Error(`${name} runs on 64-bit Windows only, not on ${process.platform} ${process.arch}`);
 }
 
-const addon = require('../prebuilds/win32-x64/borvanta-util.node');
+// Each module file has its own state: the mutex that it holds, its GPU counters, its locks. So all copies of this version
+// use the file of the copy that was loaded first, in this thread and in the workers that are started after that.
+const key = `${name}@${version}`;
+const file = getEnvironmentData(key) ?? path.join(__dirname, '..', 'prebuilds', 'win32-x64', 'borvanta-util.node');
 
-// One by one, so that ES modules can import them by name.
-exports.getGuid = addon.getGuid;
-exports.getCpuName = addon.getCpuName;
-exports.getOsVersionWithReleaseId = addon.getOsVersionWithReleaseId;
-exports.isDebugMode = addon.isDebugMode;
-exports.createDuplicateMutex = addon.createDuplicateMutex;
-exports.destroyDuplicateMutex = addon.destroyDuplicateMutex;
-exports.enterStartupMask = addon.enterStartupMask;
-exports.leaveStartupMask = addon.leaveStartupMask;
-exports.removeOldVersion = addon.removeOldVersion;
-exports.captureNativeJank = addon.captureNativeJank;
-exports.initGpuUsage = addon.initGpuUsage;
-exports.getGpuUsage = addon.getGpuUsage;
-exports.enumProcessList = addon.enumProcessList;
+try {
+  // As a literal too, since bundlers look for one.
+  module.exports = getEnvironmentData(key) ? require(file) : require('../prebuilds/win32-x64/borvanta-util.node');
+} catch (cause) {
+  throw Object.assign(new Error(`${name} could not load ${file}. The file must exist, be complete and have this name. `
+    + `Install the package again. In a bundled application keep ${name} external, in an archive unpack *.node `
+    + '(docs/bundling.md).', { cause }), { code: cause.code });
+}
+setEnvironmentData(key, file);
+
+// This never runs: Node.js reads from it which names an ES module can import.
+0 && (module.exports = {
+  getGuid, getCpuName, getOsVersionWithReleaseId, isDebugMode, createDuplicateMutex, destroyDuplicateMutex,
+  enterStartupMask, leaveStartupMask, removeOldVersion, captureNativeJank, initGpuUsage, getGpuUsage, enumProcessList,
+});

@@ -1,5 +1,7 @@
 import type { CaptureJankArgs, CaptureJankResult, GpuUsage, ProcessListResult } from './index.js';
 
+export type { CaptureJankArgs, CaptureJankResult, GpuUsage, ProcessEntry, ProcessListResult } from './index.js';
+
 /**
  * Captures a stalled thread; the promise form of the callback function of the same name. Rejects with TypeError
  * "Invalid arg" where that one throws, and is never settled when the script environment ends first. A capture that fails
@@ -8,14 +10,14 @@ import type { CaptureJankArgs, CaptureJankResult, GpuUsage, ProcessListResult } 
 export function captureNativeJank(args: CaptureJankArgs): Promise<CaptureJankResult>;
 
 /**
- * Samples the GPU's engines on a thread of its own; the promise form of the callback function of the same name. Rejects
- * with TypeError "Invalid arg" when an id is not a number. The promise is never settled when the script environment ends
- * first.
+ * Samples the GPU's engines on a background thread; the promise form of the callback function of the same name. Rejects
+ * with a TypeError that names the argument when an id is not a number (`code: 'ERR_INVALID_ARG_TYPE'`). The promise is
+ * never settled when the script environment ends first.
  */
 export function getGpuUsage(nativePid: number, gpuPid: number): Promise<GpuUsage>;
 
 /**
- * Lists the running processes on a thread of its own; the promise form of the callback function of the same name. The
+ * Lists the running processes on a background thread; the promise form of the callback function of the same name. The
  * promise is never settled when the script environment ends first.
  */
 export function enumProcessList(): Promise<ProcessListResult>;

@@ -1,10 +1,20 @@
 'use strict';
 
 const util = require('./index.js');
+const { captureProperties, checkProperties, checkType } = require('./check_arguments.js');
 
-// What a function refuses with a TypeError, its promise form rejects with it. Further arguments are dropped, so that
-// each can stand in a then() or a map().
+// A bad argument is a rejection that names it; the module itself would only say "Invalid arg". Further arguments are
+// dropped, so that each function can be given to then() or map().
 
-exports.captureNativeJank = (args) => new Promise((resolve) => { util.captureNativeJank(args, resolve); });
-exports.getGpuUsage = (nativePid, gpuPid) => new Promise((resolve) => { util.getGpuUsage(nativePid, gpuPid, resolve); });
+exports.captureNativeJank = (args) => new Promise((resolve) => {
+  checkProperties('args', args, captureProperties);
+  util.captureNativeJank(args, resolve);
+});
+
+exports.getGpuUsage = (nativePid, gpuPid) => new Promise((resolve) => {
+  checkType('nativePid', nativePid, 'number');
+  checkType('gpuPid', gpuPid, 'number');
+  util.getGpuUsage(nativePid, gpuPid, resolve);
+});
+
 exports.enumProcessList = () => new Promise((resolve) => { util.enumProcessList(resolve); });

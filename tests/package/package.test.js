@@ -1,30 +1,47 @@
 'use strict';
 const assert = require('node:assert/strict');
+const { once } = require('node:events');
 const fs = require('node:fs');
+const os = require('node:os');
 const path = require('node:path');
 const test = require('node:test');
-const { load, runScript } = require('../support/windows.js');
+const { Worker } = require('node:worker_threads');
+const { captureArgs } = require('../support/stall_target.js');
 
-const lib = path.join(__dirname, '..', '..', 'lib');
-const util = require('borvanta-util');
-const promises = require('borvanta-util/promises');
+const root = path.join(__dirname, '..', '..');
 
-/** The functions that a declaration file documents. */
-const documented = (file) => [...fs.readFileSync(path.join(lib, file), 'utf8')
-  .matchAll(/\*\/\r?\nexport function (\w+)\(/g)].map(([, name]) => name);
-
-test('hands out the functions of the module, each with a documented type', () => {
-  assert.deepEqual(Object.keys(util), Object.keys(load()));
-  for (const [name, value] of Object.entries(load())) assert.equal(util[name], value, name);
-  assert.deepEqual(documented('index.d.ts').sort(), Object.keys(util).sort());
+test('a copy without its module file names it, and uses the file of a copy that was loaded before', async (t) => {
+  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-'));
+  t.after(() => fs.rmSync(folder, { recursive: true }));
+  for (const part of ['lib', 'package.json']) fs.cpSync(`${root}/${part}`, `${folder}/${part}`, { recursive: true });
+  const copy = path.join(folder, 'lib', 'index.js');
+  assert.throws(() => require(copy), (error) => error.message.includes(folder) && error.cause.code === error.code);
+  assert.equal(require('borvanta-util'), require(copy));
+  await once(new Worker(copy), 'exit');
 });
 
-test('gives each function with a callback a form that returns a promise', async () => {
-  const withCallback = [...fs.readFileSync(path.join(lib, 'index.d.ts'), 'utf8')
-    .matchAll(/export function (\w+)\([^;]*callback:/g)].map(([, name]) => name);
-  assert.ok(withCallback.includes('enumProcessList'));
-  assert.deepEqual(Object.keys(promises).sort(), withCallback.sort());
-  assert.deepEqual(documented('promises.d.ts').sort(), withCallback.sort());
-  const { list } = await Promise.resolve('not for the function').then(promises.enumProcessList);
-  assert.ok(list.some(({ pid }) => pid === process.pid));
+test('each function is described, can be imported by name, and has a promise form if it has a callback', async () => {
+  const described = (file, rest = '') => [...fs.readFileSync(path.join(root, 'lib', file), 'utf8')
+    .matchAll(new RegExp(`\\*/\\r?\\nexport function (\\w+)\\(${rest}`, 'g'))].map(([, name]) => name).sort();
+  for (const [name, file] of [['borvanta-util', 'index.d.ts'], ['borvanta-util/promises', 'promises.d.ts']]) {
+    const { default: functions, ...named } = await import(name);
+    assert.deepEqual(described(file), Object.keys(functions).sort());
+    for (const [key, value] of Object.entries(functions)) assert.equal(named[key], value, key);
+  }
+  assert.deepEqual(described('promises.d.ts'), described('index.d.ts', '[^;]*callback:'));
+});
+
+test('a promise form hands its arguments on, and rejects a bad one with an error that names it', async (t) => {
+  const promises = require('borvanta-util/promises');
+  const good = { captureNativeJank: [captureArgs()], getGpuUsage: [1, 2], enumProcessList: [] };
+  for (const [name, args] of Object.entries(good)) {
+    t.mock.method(require('borvanta-util'), name, (...given) => given.pop()(given));
+    assert.deepEqual(await promises[name](...args, 'too many'), args, name);
+  }
+  const refuses = (promise, message) => assert.rejects(promise, { message, code: 'ERR_INVALID_ARG_TYPE' });
+  for (const [name, value] of Object.entries(captureArgs())) {
+    await refuses(promises.captureNativeJank({ ...captureArgs(), [name]: 5n }),
+      `The "args.${name}" property must be of type ${typeof value}. Received type bigint (5n)`);
+  }
+  await refuses(promises.getGpuUsage(), 'The "nativePid" argument must be of type number. Received undefined');
 });

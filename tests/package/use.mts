@@ -1,15 +1,14 @@
-// Compiled, not run: the package's types under ES modules, found by the package's name.
-import { enumProcessList, getCpuName, type ProcessEntry } from 'borvanta-util';
-import * as promises from 'borvanta-util/promises';
+// Compiled, not run: what the types of the package promise, where the examples of docs/ do not show it.
+import { enterStartupMask, enumProcessList, getGpuUsage } from 'borvanta-util';
+import { enumProcessList as listProcesses, type ProcessListResult } from 'borvanta-util/promises';
 
-const name: string = getCpuName();
-const { list } = await promises.enumProcessList();
-const first: ProcessEntry | undefined = list[0];
-enumProcessList((result) => result.list.concat(list));
+export const listed: Promise<ProcessListResult> = listProcesses();
 
-// @ts-expect-error the callback gets one argument
-enumProcessList((error, result) => result);
-// @ts-expect-error the promise form takes no callback
-promises.enumProcessList(() => {});
-
-export { first, name };
+// @ts-expect-error an id is a number
+getGpuUsage('1234', 5678, () => {});
+// @ts-expect-error a sum may be left out
+getGpuUsage(1234, 5678, ({ sysEnc }) => sysEnc.toFixed());
+// @ts-expect-error the latest bootable version may be missing
+enterStartupMask().lastVersion.length;
+// @ts-expect-error a callback is required
+enumProcessList();
