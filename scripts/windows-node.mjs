@@ -4,12 +4,17 @@ import { ensureTools, nodeVersions } from './lib/setup.mjs';
 import { runMain, SetupError } from './lib/shell.mjs';
 import { runScript } from './lib/windows.mjs';
 
+const usage = `Usage:
+  npm run --silent windows-node -- [--node=${nodeVersions.join('|')}] SCRIPT.js [ARGS]
+  npm --prefix CHECKOUT run --silent windows-node -- SCRIPT.js    (from any other folder)
+--node=... must stand after the "--": before it, npm keeps the option to itself.`;
+
 await runMain(() => {
   const args = process.argv.slice(2);
-  const version = args[0]?.startsWith('--node=') ? args.shift().slice('--node='.length) : undefined;
-  if (args.length === 0 || (version !== undefined && !nodeVersions.includes(version))) {
-    throw new SetupError(`Usage: npm run --silent windows-node -- [--node=${nodeVersions.join('|')}] SCRIPT.js [ARGS]`);
-  }
+  const option = /^--node($|=)/.test(args[0]) ? args.shift() : undefined;
+  const version = option?.slice('--node='.length);
+  const keptByNpm = process.env.npm_config_node !== undefined;
+  if (args.length === 0 || keptByNpm || (option && !nodeVersions.includes(version))) throw new SetupError(usage);
   ensureTools();
   return runScript(args, version);
 });
