@@ -25,7 +25,7 @@ const pages = names.filter((name) => name.endsWith('.md'))
   .map((name) => [name, readFileSync(path.join(project, 'node_modules/borvanta-util', name), 'utf8')]);
 
 test('holds no more than the module, script and pages, and all that the pages link to', () => {
-  const wanted = /^((lib|docs)\/[\w.-]+|[\w-]+\.md|package\.json|prebuilds\/win32-x64\/[\w-]+\.node|src\/.*\.h)$/;
+  const wanted = /^(lib\/[\w./-]+|(docs\/)?[\w-]+\.md|package\.json|prebuilds\/win32-x64\/[\w-]+\.node|src\/.*\.h)$/;
   assert.deepEqual(names.filter((name) => !wanted.test(name)), []);
   const links = pages.flatMap(([page, text]) => [...text.matchAll(/\]\((?!https?:)([^)#]+)/g)]
     .map(([, link]) => path.join(path.dirname(page), link)));
