@@ -3,16 +3,15 @@
 #include <windows.h>
 
 #include <string>
+#include <string_view>
 
+#include "jank/capture_scopes.h"
 #include "jank/dbghelp_functions.h"
-#include "jank/dbghelp_guard.h"
 #include "jank/dump_name.h"
-#include "jank/frozen_memory.h"
 #include "jank/jank_report.h"
 #include "jank/minidump.h"
 #include "jank/stack_walk.h"
-#include "jank/symbol_handler.h"
-#include "jank/thread_suspension.h"
+#include "win/never_destroyed.h"
 #include "win/text.h"
 #include "win/unique_resource.h"
 
@@ -23,34 +22,27 @@ namespace {
 /// The width of these rights depends on _WIN32_WINNT.
 static_assert(PROCESS_ALL_ACCESS == 0x1FFFFF && THREAD_ALL_ACCESS == 0x1FFFFF);
 
-DumpNameState& SharedDumpNames() {
-  static DumpNameState names;
-  return names;
-}
+win::NeverDestroyed<DumpNameState> dumpNames;
 
 /// What the frozen time works with and leaves behind. Made before the freeze. Freed only after the call lock has been
 /// left: a thread that could not be resumed may hold the heap's lock for ever, and freeing under the call lock would
 /// then block every later capture too.
 struct FrozenWork {
-  explicit FrozenWork(FrozenMemory& memory) : dumpError(&memory), stackTrace(&memory), walkError(&memory) {}
-
   std::wstring dumpPath;
-  std::string nameToPublish;
+  WalkMemory walkMemory;
 
   bool dumped = false;
+  std::string_view dumpError;
+  std::string_view stackTrace;
+  std::string_view walkError;
   bool resumed = false;
-  std::pmr::string dumpError;
-  std::pmr::string stackTrace;
-  std::pmr::string walkError;
 };
 
-/// Suspends the thread, dumps, walks and resumes; false when the thread cannot be suspended, and then nothing else has
-/// been done. The order of the steps, and that all memory is at hand before the first of them, is the design. The
-/// caller holds the DbgHelp call lock.
+/// Suspends the thread, dumps, walks and resumes. Returns false if the thread cannot be suspended, with nothing done.
+/// All memory is at hand before the thread is suspended. The caller holds the DbgHelp call lock.
 bool WorkFrozen(const CaptureJankArgs& args, HANDLE process, HANDLE thread, const DumpNameChoice& choice,
                 FrozenWork& frozen) {
-  frozen.dumpPath = args.janksDir + win::AnsiToWide(choice.name);
-  frozen.nameToPublish = choice.name;
+  frozen.dumpPath = args.janksDir + win::AnsiToWide(choice.name.characters.data());
 
   ThreadSuspension suspension(thread);
   if (!suspension) return false;
@@ -58,9 +50,9 @@ bool WorkFrozen(const CaptureJankArgs& args, HANDLE process, HANDLE thread, cons
     frozen.dumped = true;
   } else {
     frozen.dumped = WriteMiniDump(frozen.dumpPath, process, args.processId, args.threadId, frozen.dumpError);
-    SharedDumpNames().Publish(frozen.nameToPublish, frozen.dumped);
+    dumpNames.object.Publish(choice.name, frozen.dumped);
   }
-  frozen.stackTrace = WalkThreadStack(process, thread, frozen.walkError);
+  frozen.stackTrace = WalkThreadStack(process, thread, frozen.walkMemory, frozen.walkError);
   frozen.resumed = suspension.Resume();
   return true;
 }
@@ -68,17 +60,23 @@ bool WorkFrozen(const CaptureJankArgs& args, HANDLE process, HANDLE thread, cons
 void CaptureThread(const DbgHelpFunctions& dbgHelp, const CaptureJankArgs& args, HANDLE process,
                    CaptureJankResult& result) {
   const win::UniqueHandle thread(OpenThread(THREAD_ALL_ACCESS, FALSE, args.threadId));
-  if (!thread) {
+  // Windows opens a thread of any process by its id.
+  if (!thread || GetProcessIdOfThread(thread.Get()) != GetProcessId(process)) {
     result.errorText = "Failed open thread";
     return;
   }
-  DumpNameChoice choice = SharedDumpNames().FirstLook();
-  FrozenMemory memory;
-  FrozenWork frozen(memory);
+  FrozenWork frozen;
+  // A thread that suspends itself would keep the call lock for ever.
+  const bool isThisThread = GetThreadId(thread.Get()) == GetCurrentThreadId();
+  if (isThisThread || !frozen.walkMemory) {
+    result.errorText = "Failed suspend thread";
+    return;
+  }
+  DumpNameChoice choice = dumpNames.object.FirstLook();
   bool suspended = false;
   {
     const DbgHelpGuard guard(dbgHelp);
-    SharedDumpNames().SecondLook(choice);
+    dumpNames.object.SecondLook(choice);
     suspended = WorkFrozen(args, process, thread.Get(), choice, frozen);
   }
   if (!suspended) {
@@ -90,7 +88,7 @@ void CaptureThread(const DbgHelpFunctions& dbgHelp, const CaptureJankArgs& args,
   result.dumpJankResult.errorText = frozen.dumpError;
   result.captureStackResult.stackTrace = frozen.stackTrace;
   result.captureStackResult.errorText = frozen.walkError;
-  WriteJankReport(args, choice.name, result);
+  WriteJankReport(args, std::string(choice.name.View()), result);
 }
 
 }  // namespace

@@ -4,17 +4,16 @@
 
 namespace jank {
 
-/// Runs one capture: freezes the stalled thread, writes a minidump of its process (or shares the one that an
-/// overlapping capture writes), walks the thread's stack, lets the thread run again, and writes the report beside the
-/// dump. All outcome is in `result`, which comes in fresh.
+/// Runs one capture: freezes the stalled thread, writes a minidump of its process (or shares the dump of a capture that
+/// overlaps), walks the thread's stack, lets the thread run again, and writes the report beside the dump. The outcome
+/// is in `result`, a fresh record.
 ///
-/// The thread is frozen only for the dump, the module enumeration and the walk, and runs again on every path. While it
-/// is frozen, nothing of this module's own is taken from the process heap, because the thread may belong to this very
-/// process and hold the heap's lock; what the system does to create the dump file and what DbgHelp does may use the
-/// heap. The capturing thread must not be the captured one.
+/// The thread is frozen only for the dump, the module enumeration and the walk. It is resumed on every path. While it
+/// is frozen, this module itself takes nothing from the process heap, because the thread may belong to this very
+/// process and hold the heap's lock. But Windows may use the heap to create the dump file, and DbgHelp to write it.
 ///
-/// Any thread but the captured one, several at once: they take turns on the DbgHelp call lock. Throws std::bad_alloc,
-/// with nothing frozen, locked or open, and std::system_error when a mutex cannot be locked.
+/// Any thread, several at once: captures take turns on the DbgHelp call lock. A capture of the calling thread itself
+/// fails. Throws std::bad_alloc, with nothing left frozen, locked or open.
 void RunCapture(const CaptureJankArgs& args, CaptureJankResult& result);
 
 }  // namespace jank

@@ -14,8 +14,8 @@ constexpr unsigned kSymInitializeAttempts = 3;
 /// STATUS_INFO_LENGTH_MISMATCH, as GetLastError reports it.
 constexpr DWORD kModuleListChanged = 0xC0000004;
 
-// All of this lives as long as the module: DbgHelp is never unloaded, its symbol handler for this process never
-// stopped, and the locks never deleted, because other native code may use them until the process ends.
+// All of this lives as long as the module. DbgHelp is never unloaded, its symbol handler for this process is never
+// stopped, and the locks are never deleted, because other native code may use them until the process ends.
 DbgHelpFunctions table;
 CRITICAL_SECTION callLock;
 HMODULE library = nullptr;
@@ -23,8 +23,8 @@ bool ownSymbolsStarted = false;
 DWORD lastSymbolError = ERROR_SUCCESS;
 std::atomic<bool> ready = false;
 
-/// Serialises the first-time set-up. Re-entrant, because loading DbgHelp runs foreign code, which may ask for the
-/// table; and it cannot throw, because the callers are foreign code too.
+/// Lets one thread at a time set up the table. Re-entrant, because loading DbgHelp runs foreign code, which may ask for
+/// the table. Cannot throw, because the callers are foreign code too.
 class LoaderLock {
  public:
   LoaderLock() noexcept { InitializeCriticalSection(&section_); }
@@ -35,6 +35,8 @@ class LoaderLock {
   CRITICAL_SECTION section_;
 };
 
+LoaderLock loaderLock;
+
 void EnterCallLock() {
   EnterCriticalSection(&callLock);
 }
@@ -43,11 +45,11 @@ void LeaveCallLock() {
   LeaveCriticalSection(&callLock);
 }
 
-/// Loads DbgHelp and fills the table. A function that it lacks leaves its field null and is no error here.
+/// Loads DbgHelp and fills the table. The field of a function that it lacks stays null, which is no error here.
 bool LoadDbgHelp() {
   library = LoadLibraryW(L"DbgHelp");
   if (!library) return false;
-  // The loading has led back here: the table is made, and its lock may be held by now.
+  // The loading has led back here: the table is filled already, and its lock may be held.
   if (table.Lock) return true;
   const auto resolve = [](auto& field, const char* name) {
     field = win::GetFunction<std::remove_reference_t<decltype(field)>>(library, name);
@@ -83,7 +85,7 @@ bool StartSymbolsRetrying(HANDLE process) {
 bool StartOwnSymbols() {
   const HANDLE process = GetCurrentProcess();
   if (StartSymbolsRetrying(process)) return true;
-  // DbgHelp's answer when somebody has started the handler for this process already.
+  // DbgHelp's error if somebody has started the handler for this process already.
   if (lastSymbolError != ERROR_INVALID_PARAMETER) return false;
   table.SymCleanup(process);
   return StartSymbolsRetrying(process);
@@ -93,7 +95,6 @@ bool StartOwnSymbols() {
 
 extern "C" DbgHelpFunctions* GetDbgHelpFunctions() noexcept {
   if (ready) return &table;
-  static LoaderLock loaderLock;
   const std::lock_guard lock(loaderLock);
   if (!ready) {
     if (!library && !LoadDbgHelp()) return nullptr;

@@ -4,15 +4,18 @@
 
 #include <dbghelp.h>
 
+#include <cstddef>
+
 #ifdef DBGHELP_TRANSLATE_TCHAR
 #error "DBGHELP_TRANSLATE_TCHAR changes the names and the types of the table's fields."
 #endif
 
-/// The entry points of the debug-help library (DbgHelp) that this process uses, and the lock that serialises them.
+/// The functions of the debug-help library (DbgHelp) that this process uses, and the lock around them.
 ///
-/// Other native code of the client reads this table too: the order and the size of its fields are an interface, and
-/// stay as they are. In a table that GetDbgHelpFunctions hands out, SymInitialize, SymCleanup, Lock and Unlock are
-/// never null; any other field is null when the loaded DbgHelp lacks that function, so check those that you need.
+/// Compatibility: other native code of the client reads this table by the order of its fields.
+///
+/// In a table that GetDbgHelpFunctions returns, SymInitialize, SymCleanup, Lock and Unlock are never null. Any other
+/// field is null if the loaded DbgHelp lacks that function, so check those that you need.
 struct DbgHelpFunctions {
   decltype(&::SymInitialize) SymInitialize;
   decltype(&::SymCleanup) SymCleanup;
@@ -24,8 +27,8 @@ struct DbgHelpFunctions {
   decltype(&::SymRefreshModuleList) SymRefreshModuleList;
   decltype(&::SymFromAddrW) SymFromAddrW;
 
-  /// Enters the DbgHelp call lock. DbgHelp must not be called by two threads at once: bracket every call, or run of
-  /// calls, with Lock and Unlock. A thread that holds the lock may enter it again.
+  /// Enters the DbgHelp call lock. DbgHelp must not be called by two threads at once: put every call, or series of
+  /// calls, between Lock and Unlock. A thread that holds the lock may enter it again.
   void (*Lock)();
 
   /// Leaves the DbgHelp call lock.
@@ -33,12 +36,23 @@ struct DbgHelpFunctions {
 };
 
 static_assert(sizeof(DbgHelpFunctions) == 11 * sizeof(void*));
+static_assert(offsetof(DbgHelpFunctions, SymInitialize) == 0 * sizeof(void*));
+static_assert(offsetof(DbgHelpFunctions, SymCleanup) == 1 * sizeof(void*));
+static_assert(offsetof(DbgHelpFunctions, StackWalk64) == 2 * sizeof(void*));
+static_assert(offsetof(DbgHelpFunctions, SymFunctionTableAccess64) == 3 * sizeof(void*));
+static_assert(offsetof(DbgHelpFunctions, SymGetModuleBase64) == 4 * sizeof(void*));
+static_assert(offsetof(DbgHelpFunctions, EnumerateLoadedModulesW64) == 5 * sizeof(void*));
+static_assert(offsetof(DbgHelpFunctions, MiniDumpWriteDump) == 6 * sizeof(void*));
+static_assert(offsetof(DbgHelpFunctions, SymRefreshModuleList) == 7 * sizeof(void*));
+static_assert(offsetof(DbgHelpFunctions, SymFromAddrW) == 8 * sizeof(void*));
+static_assert(offsetof(DbgHelpFunctions, Lock) == 9 * sizeof(void*));
+static_assert(offsetof(DbgHelpFunctions, Unlock) == 10 * sizeof(void*));
 
-/// The process's one DbgHelp table. The first call loads DbgHelp by its bare name, in the system's search order, and
-/// starts its symbol handler for this process; later calls return the same pointer without taking a lock.
+/// Returns the process's one DbgHelp table. The first call loads DbgHelp by its bare name, in the system's search
+/// order, and starts its symbol handler for this process. Later calls return the same pointer without taking a lock.
 ///
-/// Returns null when DbgHelp cannot be loaded or its symbol handler cannot be started; a later call tries again what
-/// has failed. A table stays valid as long as this module is loaded, and belongs to the module. Any thread.
+/// Returns null if DbgHelp cannot be loaded or its symbol handler cannot be started. A later call tries again what has
+/// failed. The table belongs to this module and stays valid as long as the module is loaded. Any thread.
 ///
 /// Other native code of the process finds this function in the module file; there is no import library:
 ///   const auto get = reinterpret_cast<decltype(&GetDbgHelpFunctions)>(

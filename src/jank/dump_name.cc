@@ -1,14 +1,12 @@
 #include "jank/dump_name.h"
 
-#include <array>
-#include <chrono>
 #include <ctime>
-#include <utility>
+#include <mutex>
 
 namespace jank {
 
-std::string MakeDumpFileName() {
-  const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+DumpName MakeDumpFileName() noexcept {
+  const std::time_t now = std::time(nullptr);
   std::tm local{};
   // A clock outside the calendar's range leaves fields that strftime must not see.
   if (localtime_s(&local, &now) != 0) {
@@ -16,50 +14,38 @@ std::string MakeDumpFileName() {
     local.tm_mday = 1;
     local.tm_year = 70;
   }
-  // Not std::put_time, which some standard libraries build on a switch of the process's locale and on memory that must
-  // not run out. For numbers the two write the same.
-  std::array<char, 32> name{};
-  const size_t length = std::strftime(name.data(), name.size(), "%Y-%m-%d %H-%M-%S", &local);
-  return std::string(name.data(), length) + ".dmp";
+  // Not std::put_time: some standard libraries switch the process's locale for it. For numbers the two write the same.
+  // The calendar ends with the year 3000, so the name always fits.
+  DumpName name;
+  std::strftime(name.characters.data(), name.characters.size(), "%Y-%m-%d %H-%M-%S.dmp", &local);
+  return name;
 }
 
-DumpNameChoice DumpNameState::FirstLook() {
-  // Made before the lock is taken, as long as any name; the one that is not needed is freed after it is left.
-  std::string fresh = makeName_();
-  DumpNameChoice choice{.name = fresh, .reuse = false};
-  const std::lock_guard lock(mutex_);
-  if (pendingDumpName_.empty()) {
-    SetPending(fresh);
-  } else {
-    choice.name = pendingDumpName_;
-    choice.reuse = true;
-  }
-  return choice;
+DumpNameChoice DumpNameState::FirstLook() noexcept {
+  // The name is made before the lock is taken: the conversion of the time may take memory.
+  const DumpName fresh = MakeDumpFileName();
+  const std::lock_guard lock(lock_);
+  if (!pendingDumpName_.IsEmpty()) return {.name = pendingDumpName_, .reuse = true};
+  return Choose(fresh);
 }
 
-void DumpNameState::SecondLook(DumpNameChoice& choice) {
+void DumpNameState::SecondLook(DumpNameChoice& choice) noexcept {
   if (!choice.reuse) return;
-  std::string fresh = makeName_();
-  DumpNameChoice own{.name = fresh, .reuse = false};
-  const std::lock_guard lock(mutex_);
-  if (lastDumpName_ == choice.name) return;
-  SetPending(fresh);
-  std::swap(choice, own);
+  const DumpName fresh = MakeDumpFileName();
+  const std::lock_guard lock(lock_);
+  if (lastDumpName_ != choice.name) choice = Choose(fresh);
 }
 
-void DumpNameState::SetPending(std::string& fresh) {
-  pendingDumpName_.swap(fresh);
-  lastDumpName_.clear();
+DumpNameChoice DumpNameState::Choose(const DumpName& fresh) noexcept {
+  pendingDumpName_ = fresh;
+  lastDumpName_ = {};
+  return {.name = fresh, .reuse = false};
 }
 
-void DumpNameState::Publish(std::string& name, bool succeeded) {
-  const std::lock_guard lock(mutex_);
-  if (succeeded) {
-    lastDumpName_.swap(name);
-  } else {
-    lastDumpName_.clear();
-  }
-  pendingDumpName_.clear();
+void DumpNameState::Publish(const DumpName& name, bool succeeded) noexcept {
+  const std::lock_guard lock(lock_);
+  lastDumpName_ = succeeded ? name : DumpName{};
+  pendingDumpName_ = {};
 }
 
 }  // namespace jank

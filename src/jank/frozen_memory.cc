@@ -1,44 +1,36 @@
 #include "jank/frozen_memory.h"
 
 #include <algorithm>
-#include <new>
 
 namespace jank {
 
 namespace {
 
 /// Address space costs next to nothing until it is committed, so there is plenty of it: a trace of millions of frames.
-constexpr size_t kReserved = size_t{1} << 30;
-constexpr size_t kFirstCommit = size_t{256} << 10;
-constexpr size_t kPage = 4096;
+constexpr size_t kReserved = size_t{1} << 28;
+constexpr size_t kFirstCommit = size_t{1} << 16;
 
 }  // namespace
 
-FrozenMemory::FrozenMemory()
+FrozenMemory::FrozenMemory() noexcept
     : base_(static_cast<std::byte*>(VirtualAlloc(nullptr, kReserved, MEM_RESERVE, PAGE_READWRITE))) {
-  if (!base_ || !Commit(kFirstCommit)) throw std::bad_alloc();
+  Commit(kFirstCommit);
 }
 
-bool FrozenMemory::HasRoomFor(size_t bytes) noexcept {
-  // A full container of s bytes takes blocks of 2s, 4s, ... until s + bytes fit: less than 2s + 4 * bytes in all, and s
-  // is at most used_. The page is for terminators and alignment.
-  return bytes <= kReserved && Commit(3 * used_ + 4 * bytes + kPage);
+std::byte* FrozenMemory::Extend(size_t bytes) noexcept {
+  if (bytes > kReserved - used_ || !Commit(used_ + bytes)) return nullptr;
+  std::byte* const added = base_.Get() + used_;
+  used_ += bytes;
+  return added;
 }
 
-void* FrozenMemory::do_allocate(size_t bytes, size_t alignment) {
-  const size_t start = (used_ + alignment - 1) / alignment * alignment;
-  if (bytes > kReserved || !Commit(start + bytes)) throw std::bad_alloc();
-  used_ = start + bytes;
-  return base_.Get() + start;
-}
-
-/// Sees to it that the first `bytes` bytes can be used.
+/// Makes sure that the first `bytes` bytes can be used.
 bool FrozenMemory::Commit(size_t bytes) noexcept {
+  if (!base_) return false;
   if (bytes <= committed_) return true;
-  if (bytes > kReserved) return false;
-  // In steps that grow with the whole, so that their number stays small.
-  const size_t wanted = std::min(kReserved, std::max(bytes, 2 * committed_) / kPage * kPage + kPage);
-  if (!VirtualAlloc(base_.Get() + committed_, wanted - committed_, MEM_COMMIT, PAGE_READWRITE)) return false;
+  // In steps that double, so that there are few of them.
+  const size_t wanted = std::min(kReserved, std::max(bytes, 2 * committed_));
+  if (!VirtualAlloc(base_.Get(), wanted, MEM_COMMIT, PAGE_READWRITE)) return false;
   committed_ = wanted;
   return true;
 }

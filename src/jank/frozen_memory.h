@@ -1,7 +1,9 @@
 #pragma once
 
+#include <windows.h>
+
 #include <cstddef>
-#include <memory_resource>
+#include <type_traits>
 
 #include "win/unique_resource.h"
 
@@ -9,17 +11,19 @@ namespace jank {
 
 /// Memory for the time in which a thread is frozen. That thread may be one of our own process and may have been stopped
 /// while it held the lock of the process heap; whoever allocates from the heap then waits for ever. This memory comes
-/// from the system page by page instead, and is given back all at once by the destructor. For one thread.
-class FrozenMemory final : public std::pmr::memory_resource {
+/// from the system page by page instead. It grows in place, never moves, and is given back as a whole by the
+/// destructor. For one thread.
+class FrozenMemory {
  public:
-  /// Reserves the address space and commits the first pages. Throws std::bad_alloc when that fails. Not to be called
-  /// while a thread is frozen.
-  FrozenMemory();
+  /// Reserves the address space and commits the first pages. False if the system refuses that.
+  FrozenMemory() noexcept;
+  explicit operator bool() const noexcept { return committed_ > 0; }
 
-  /// True when a container that lives here can be given `bytes` bytes more, piece by piece if need be, without failing.
-  /// To be asked before that is done: a failing allocation raises an exception, whose own memory would come from the
-  /// heap.
-  bool HasRoomFor(size_t bytes) noexcept;
+  /// Returns `bytes` more bytes, directly behind those of the call before, or null if there is no memory for them.
+  std::byte* Extend(size_t bytes) noexcept;
+
+  const std::byte* Begin() const noexcept { return base_.Get(); }
+  size_t Size() const noexcept { return used_; }
 
  private:
   struct AddressSpace {
@@ -28,16 +32,29 @@ class FrozenMemory final : public std::pmr::memory_resource {
     static void Close(Value value) noexcept { VirtualFree(value, 0, MEM_RELEASE); }
   };
 
-  void* do_allocate(size_t bytes, size_t alignment) override;
-  /// Nothing is given back before the whole is.
-  void do_deallocate(void*, size_t, size_t) noexcept override {}
-  bool do_is_equal(const std::pmr::memory_resource& other) const noexcept override { return this == &other; }
-
   bool Commit(size_t bytes) noexcept;
 
   win::UniqueResource<AddressSpace> base_;
   size_t used_ = 0;
   size_t committed_ = 0;
+};
+
+/// A growing array of plain values in a FrozenMemory of its own.
+template <typename Item>
+class FrozenArray {
+  static_assert(std::is_trivially_copyable_v<Item> && std::is_trivially_destructible_v<Item>);
+
+ public:
+  explicit operator bool() const noexcept { return static_cast<bool>(memory_); }
+
+  /// Appends `count` items for the caller to fill. Null if there is no memory for them.
+  Item* Extend(size_t count) noexcept { return reinterpret_cast<Item*>(memory_.Extend(count * sizeof(Item))); }
+
+  const Item* begin() const noexcept { return reinterpret_cast<const Item*>(memory_.Begin()); }
+  const Item* end() const noexcept { return begin() + memory_.Size() / sizeof(Item); }
+
+ private:
+  FrozenMemory memory_;
 };
 
 }  // namespace jank

@@ -1,9 +1,9 @@
 #include "jank/handlers.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <string>
-#include <utility>
 
 #include "addon/background_work.h"
 #include "addon/bad_argument.h"
@@ -14,43 +14,73 @@ namespace jank {
 
 namespace {
 
-struct RequiredProperty {
+void ReadValue(const Napi::Value& value, uint32_t& field) {
+  field = value.As<Napi::Number>().Uint32Value();
+}
+void ReadValue(const Napi::Value& value, double& field) {
+  field = value.As<Napi::Number>().DoubleValue();
+}
+void ReadValue(const Napi::Value& value, bool& field) {
+  field = value.ToBoolean();
+}
+void ReadValue(const Napi::Value& value, std::string& field) {
+  field = value.As<Napi::String>().Utf8Value();
+}
+void ReadValue(const Napi::Value& value, std::wstring& field) {
+  field = addon::ToWide(value);
+}
+
+template <auto kField>
+void ReadField(const Napi::Value& value, CaptureJankArgs& args) {
+  ReadValue(value, args.*kField);
+}
+
+/// A property of the script argument: its name, its type, and how it is read into its field.
+struct Property {
   const char* name;
   napi_valuetype type;
+  void (*read)(const Napi::Value& value, CaptureJankArgs& args);
 };
 
-/// In the order in which they are read.
-constexpr RequiredProperty kRequiredProperties[] = {
-    {"processId", napi_number},   {"threadId", napi_number}, {"jankType", napi_string}, {"janksDir", napi_string},
-    {"userId", napi_string},      {"deviceId", napi_string}, {"version", napi_string},  {"systemVersion", napi_string},
-    {"logFilename", napi_string}, {"living", napi_boolean},  {"uptime", napi_number},   {"duration", napi_number},
+/// In the order in which script sees them read.
+constexpr Property kProperties[] = {
+    {"processId", napi_number, &ReadField<&CaptureJankArgs::processId>},
+    {"threadId", napi_number, &ReadField<&CaptureJankArgs::threadId>},
+    {"jankType", napi_string, &ReadField<&CaptureJankArgs::jankType>},
+    {"janksDir", napi_string, &ReadField<&CaptureJankArgs::janksDir>},
+    {"userId", napi_string, &ReadField<&CaptureJankArgs::userId>},
+    {"deviceId", napi_string, &ReadField<&CaptureJankArgs::deviceId>},
+    {"version", napi_string, &ReadField<&CaptureJankArgs::version>},
+    {"systemVersion", napi_string, &ReadField<&CaptureJankArgs::systemVersion>},
+    {"logFilename", napi_string, &ReadField<&CaptureJankArgs::logFilename>},
+    {"living", napi_boolean, &ReadField<&CaptureJankArgs::living>},
+    {"uptime", napi_number, &ReadField<&CaptureJankArgs::uptime>},
+    {"duration", napi_number, &ReadField<&CaptureJankArgs::duration>},
 };
 
-bool HasRequiredProperties(const Napi::Object& object) {
-  return std::all_of(
-      std::begin(kRequiredProperties), std::end(kRequiredProperties),
-      [&](const RequiredProperty& property) { return object.Get(property.name).Type() == property.type; });
+Napi::Value Get(const Napi::Object& object, const Property& property) {
+  return object.Get(property.name);
+}
+
+bool HasAllProperties(const Napi::Object& object) {
+  return std::all_of(std::begin(kProperties), std::end(kProperties),
+                     [&](const Property& property) { return Get(object, property).Type() == property.type; });
 }
 
 /// Reads the properties once more, after their types have been checked.
 CaptureJankArgs ReadArgs(const Napi::Object& object) {
-  const auto get = [&](const char* name) -> Napi::Value { return object.Get(name); };
-  const auto getUnsigned = [&](const char* name) { return get(name).As<Napi::Number>().Uint32Value(); };
-  const auto getUtf8 = [&](const char* name) { return get(name).As<Napi::String>().Utf8Value(); };
   CaptureJankArgs args;
-  args.processId = getUnsigned("processId");
-  args.threadId = getUnsigned("threadId");
-  args.jankType = getUtf8("jankType");
-  args.janksDir = addon::ToWide(get("janksDir"));
-  args.userId = getUtf8("userId");
-  args.deviceId = getUtf8("deviceId");
-  args.version = getUtf8("version");
-  args.systemVersion = getUtf8("systemVersion");
-  args.logFilename = getUtf8("logFilename");
-  args.living = get("living").ToBoolean();
-  args.uptime = get("uptime").As<Napi::Number>().DoubleValue();
-  args.duration = getUnsigned("duration");
+  for (const Property& property : kProperties)
+    property.read(Get(object, property), args);
   return args;
+}
+
+/// A capture ends with a report or with an error text. If there is neither, memory ran out before the thread was
+/// suspended or after it was resumed: the result is then that of a step which could not be done.
+std::string ErrorTextOf(const CaptureJankResult& result) {
+  if (!result.errorText.empty() || !result.jsonFilename.empty()) return result.errorText;
+  const bool wasFrozen = result.dumpJankResult.succ || !result.dumpJankResult.errorText.empty();
+  return wasFrozen ? "Failed to write json file" : "Failed suspend thread";
 }
 
 void SetIfNotEmpty(Napi::Object object, const char* name, const std::string& text) {
@@ -70,7 +100,7 @@ Napi::Value ToScript(Napi::Env env, const CaptureJankResult& result) {
   SetIfNotEmpty(whole, "jsonFilename", result.jsonFilename);
   whole.Set("dumpJankResult", dump);
   whole.Set("captureStackResult", stack);
-  SetIfNotEmpty(whole, "errorText", result.errorText);
+  SetIfNotEmpty(whole, "errorText", ErrorTextOf(result));
   return whole;
 }
 
@@ -82,7 +112,7 @@ constexpr addon::BackgroundFunction<CaptureJankResult> kCaptureNativeJank = {
 Napi::Value CaptureNativeJank(const Napi::CallbackInfo& info) {
   if (!info[0].IsObject() || !info[1].IsFunction()) return addon::ThrowBadArgument(info.Env());
   const Napi::Object object = info[0].ToObject();
-  if (!HasRequiredProperties(object)) return addon::ThrowBadArgument(info.Env());
+  if (!HasAllProperties(object)) return addon::ThrowBadArgument(info.Env());
   return addon::RunInBackground(info.Env(), info[1].As<Napi::Function>(), kCaptureNativeJank,
                                 [args = ReadArgs(object)](CaptureJankResult& result) { RunCapture(args, result); });
 }

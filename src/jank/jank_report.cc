@@ -9,6 +9,10 @@
 
 namespace jank {
 
+namespace {
+
+/// The report as one compact JSON object, with its members in alphabetical order. Bytes that are not valid UTF-8 are
+/// replaced by U+FFFD: a module's name in the ANSI code page may have some.
 std::string MakeJankReport(const CaptureJankArgs& args, const std::string& dumpFileName,
                            const std::string& stackTrace) {
   const nlohmann::json report = {
@@ -24,18 +28,14 @@ std::string MakeJankReport(const CaptureJankArgs& args, const std::string& dumpF
       {"uptime", args.uptime},
       {"duration", args.duration},
   };
-  const auto serialise = [&report](nlohmann::json::error_handler_t onInvalidUtf8) {
-    return report.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false, onInvalidUtf8);
-  };
-  try {
-    return serialise(nlohmann::json::error_handler_t::strict);
-  } catch (const nlohmann::json::type_error&) {
-    return serialise(nlohmann::json::error_handler_t::replace);
-  }
+  return report.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
+                     nlohmann::json::error_handler_t::replace);
 }
 
+}  // namespace
+
 void WriteJankReport(const CaptureJankArgs& args, const std::string& dumpFileName, CaptureJankResult& result) {
-  // The dump's ".dmp" stays inside the name: deliberate, the client finds a report's dump by it.
+  // Compatibility: the dump's ".dmp" stays inside the name. The client finds a report's dump by it.
   const std::string fileName = dumpFileName + "-" + std::to_string(args.threadId) + ".json";
   const win::UniqueFile file = CreateOutputFile(args.janksDir + win::AnsiToWide(fileName));
   if (!file) {

@@ -6,14 +6,12 @@
 
 namespace jank {
 
-/// The report's text: one compact JSON object with its members in alphabetical order, no byte-order mark, no final line
-/// break. Text that is not valid UTF-8 (a module name in the ANSI code page may be such) has its invalid bytes replaced
-/// by U+FFFD; valid text stands as it is.
-std::string MakeJankReport(const CaptureJankArgs& args, const std::string& dumpFileName, const std::string& stackTrace);
-
-/// Writes the report of a capture into the jank directory, in place of one of the same name: "DUMPNAME-THREADID.json",
-/// the dump's ".dmp" included. Sets the result's `jsonFilename`, or its `errorText` when that fails. Any thread; no
-/// lock needs to be held, and none should be.
+/// Writes the report of a capture into the client's directory, in place of an existing one: "DUMPNAME-THREADID.json",
+/// with the ".dmp" of the dump's name. The file is one JSON object in UTF-8, without a byte-order mark or a final line
+/// break; docs/jank-report.md describes its members.
+///
+/// Reads the result's `stackTrace` and sets its `jsonFilename`, or its `errorText` if that fails. Throws
+/// std::bad_alloc. Any thread; no lock needs to be held, and none should be.
 void WriteJankReport(const CaptureJankArgs& args, const std::string& dumpFileName, CaptureJankResult& result);
 
 }  // namespace jank

@@ -14,7 +14,7 @@ constexpr auto kDumpType = static_cast<MINIDUMP_TYPE>(MiniDumpWithUnloadedModule
 }  // namespace
 
 bool WriteMiniDump(const std::wstring& path, HANDLE process, DWORD processId, DWORD threadId,
-                   std::pmr::string& errorText) {
+                   std::string_view& errorText) {
   const DbgHelpFunctions* const dbgHelp = GetDbgHelpFunctions();
   if (!dbgHelp || !dbgHelp->MiniDumpWriteDump) {
     errorText = "Invalid dbghelp functions";
@@ -25,7 +25,7 @@ bool WriteMiniDump(const std::wstring& path, HANDLE process, DWORD processId, DW
     errorText = "Failed to create dump file";
     return false;
   }
-  // There is no exception: the record only tells readers of the dump which thread stalled.
+  // There is no exception. The record only shows readers of the dump which thread stalled.
   MINIDUMP_EXCEPTION_INFORMATION stalled{};
   stalled.ThreadId = threadId;
   stalled.ExceptionPointers = nullptr;

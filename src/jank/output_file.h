@@ -6,9 +6,13 @@
 
 namespace jank {
 
-/// Creates a file of the jank directory for writing, in place of one that bears its name; the result is false when that
-/// fails, and for a path with an embedded NUL, which the system would cut short. Takes nothing from the heap itself.
-/// Any thread.
-win::UniqueFile CreateOutputFile(const std::wstring& path) noexcept;
+/// Creates a file in the client's directory for writing, in place of an existing file. The result is false if that
+/// fails, or if the path has an embedded NUL, where Windows would cut it short. Takes nothing from the heap itself. Any
+/// thread.
+inline win::UniqueFile CreateOutputFile(const std::wstring& path) noexcept {
+  if (path.find(L'\0') != std::wstring::npos) return {};
+  return win::UniqueFile(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS,
+                                     FILE_ATTRIBUTE_NORMAL, nullptr));
+}
 
 }  // namespace jank

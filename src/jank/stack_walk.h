@@ -3,40 +3,49 @@
 #include <windows.h>
 
 #include <cstdint>
-#include <memory_resource>
-#include <string>
-#include <vector>
+#include <string_view>
+
+#include "jank/frozen_memory.h"
 
 namespace jank {
 
 /// A loaded module of the target process.
 struct ModuleRange {
-  /// The file name without its directory, in the system's ANSI code page; characters outside it are replaced.
-  std::pmr::string name;
+  /// The file name without its directory, in the system's ANSI code page. Characters outside it are replaced.
+  std::string_view name;
   uint64_t base;
   uint64_t size;
 };
 
-/// In the order in which DbgHelp enumerates them. Lives in memory that is not the process heap.
-using ModuleList = std::pmr::vector<ModuleRange>;
+/// The modules in the order in which DbgHelp enumerates them.
+struct ModuleList {
+  FrozenArray<ModuleRange> ranges;
+  /// The characters of all names.
+  FrozenArray<char> names;
+};
 
-/// Appends one frame's line to `trace`: module name, "!0x", the offset in that module in lower-case hexadecimal, CR and
-/// LF. An address that no module holds stands as it is behind "<unknown>". Both containers live in a FrozenMemory;
-/// false when that does not suffice for the line.
-bool AppendFrame(std::pmr::string& trace, const ModuleList& modules, uint64_t programCounter);
+/// The memory of one walk.
+struct WalkMemory {
+  ModuleList modules;
+  FrozenArray<char> trace;
 
-/// DbgHelp's call-back for each module; `moduleList` is the ModuleList being filled, whose memory resource must be a
-/// FrozenMemory. Always lets the enumeration go on; a module for which memory does not suffice is left out.
+  /// False if the system refused some of it.
+  explicit operator bool() const noexcept { return modules.ranges && modules.names && trace; }
+};
+
+/// DbgHelp's call-back for each module. `moduleList` is the ModuleList to fill. Always returns TRUE, so that the
+/// enumeration goes on. A module for which there is no memory is left out.
 BOOL CALLBACK OnLoadedModule(PCWSTR moduleName, DWORD64 moduleBase, ULONG moduleSize, PVOID moduleList);
 
-/// The stack of a thread as text, one line a frame (see AppendFrame), innermost first, without a limit on their number.
-/// Empty, with the reason in `errorText`, when it cannot be walked; a walk that ends early is no error.
-/// Where memory runs out (a gibibyte is reserved, but the system may refuse it), the trace is cut, and modules are left
-/// out.
+/// Returns the stack of a thread, innermost frame first: a line for each frame, of the module's name, "!0x", the offset
+/// in that module in lower-case hexadecimal, CR and LF. For an address outside all modules the name is "<unknown>" and
+/// the number is the address itself. There is no limit on the number of frames; if memory runs out, the trace ends with
+/// the last line that fitted. The result lives in `memory`, which must be true and fresh.
+///
+/// If the stack cannot be walked, the result is empty and `errorText` says why. A walk that ends early is no error.
 ///
 /// The caller has suspended the thread, holds the DbgHelp call lock, and has started the symbol handler for `process`.
-/// Takes all memory, that of the result included, from the memory resource of `errorText`, which must be a
-/// FrozenMemory.
-std::pmr::string WalkThreadStack(HANDLE process, HANDLE thread, std::pmr::string& errorText);
+/// Takes nothing from the process heap itself.
+std::string_view WalkThreadStack(HANDLE process, HANDLE thread, WalkMemory& memory, std::string_view& errorText);
 
 }  // namespace jank

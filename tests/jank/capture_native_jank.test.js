@@ -1,88 +1,268 @@
 'use strict';
 const assert = require('node:assert/strict');
-const fs = require('node:fs');
-const os = require('node:os');
-const path = require('node:path');
 const test = require('node:test');
 const { setTimeout: sleep } = require('node:timers/promises');
-const { call, load, loadHelper } = require('../support/windows.js');
-const { captureArgs, startStallTarget } = require('../support/stall_target.js');
+const { declarations } = require('../support/declarations.js');
+const { captureArgs } = require('../support/stall_target.js');
+const { koffi } = require('../support/windows_api.js');
+const { handles, ScriptedCapture } = require('./scripted_capture.js');
 
-const util = load();
-const helper = loadHelper();
-helper.recordThreadNames();
+const { process: target, thread, dump, report } = handles;
+const name = '2024-03-05 14-07-09.dmp';
+const trace = 'a.dll!0xabc\r\nc.exe!0x10\r\n<unknown>!0x99\r\n';
 
-const invalid = { name: 'TypeError', message: 'Invalid arg' };
+/** The report: a member for each argument, the dump's name and the trace, sorted by their names. */
+function reportOf({ processId, threadId, janksDir, logFilename, ...others } = captureArgs(), stack = trace) {
+  const members = Object.entries(others)
+    .map(([key, value]) => [key.replace(/[A-Z]/g, (letter) => `_${letter.toLowerCase()}`), value]);
+  members.push(['log_file', logFilename], ['dmp_file', name], ['main_thread_trace', stack]);
+  return JSON.stringify(Object.fromEntries(members.sort()));
+}
 
-test('refuses every wrong or missing property before anything starts', async () => {
+test('a missing property, or one of a wrong type, throws before anything starts', (t) => {
+  const { system } = new ScriptedCapture(t);
+  system.count('_beginthreadex');
   const good = captureArgs();
-  for (const [name, value] of Object.entries(good)) {
-    const wrong = [undefined, null, 5, 'text', true, {}, [], () => {}, 5n, Symbol('s'), Object(value)]
-      .filter((candidate) => typeof candidate !== typeof value);
-    for (const candidate of wrong) {
-      assert.throws(() => util.captureNativeJank({ ...good, [name]: candidate }, () => {}), invalid);
-    }
-    const { [name]: left, ...rest } = good;
-    assert.throws(() => util.captureNativeJank(rest, () => {}), invalid, name);
+  const wrong = Object.entries(good).flatMap(([key, value]) => (
+    [undefined, null, 5, 'text', true, 5n, {}, Object(value)].filter((other) => typeof other !== typeof value)
+      .map((other) => [{ ...good, [key]: other }, () => {}])));
+  for (const args of [...wrong, [], [good], [good, {}], [undefined, () => {}], [null, () => {}], ['a', () => {}]]) {
+    assert.throws(() => system.util.captureNativeJank(...args), { name: 'TypeError', message: 'Invalid arg' });
   }
-  for (const args of [[], [good], [good, 5], [good, {}], [undefined, () => {}], [null, () => {}], ['text', () => {}]]) {
-    assert.throws(() => util.captureNativeJank(...args), invalid);
-  }
-  await sleep(100);
-  assert.deepEqual(helper.threadNames(), []);
+  assert.equal(system.count('_beginthreadex'), 0);
 });
 
-test('reads each property for its type in order, then all once more; a getter that throws is heard', async () => {
-  const good = captureArgs();
-  const names = Object.keys(good);
-  const watch = (reads) => new Proxy(good, {
-    get: (target, name) => { reads.push(name); return target[name]; },
-  });
+test('properties are read for their types in order, then for their values, and go into the report', async (t) => {
+  const capture = new ScriptedCapture(t);
+  const args = { processId: 5 + 2 ** 32, threadId: -16.9, userId: '用户 😀\ud800', version: '\0"\\', duration: -1 };
   const reads = [];
-  await call(util.captureNativeJank, watch(reads));
-  assert.deepEqual(reads, [...names, ...names]);
-
-  const failing = { ...good, get userId() { throw new RangeError('mine'); } };
-  assert.throws(() => util.captureNativeJank(failing, () => {}), { name: 'RangeError', message: 'mine' });
-
-  let asked = 0;
-  const changing = { ...good, get userId() { asked += 1; return asked === 1 ? 'u' : 5; } };
-  assert.throws(() => util.captureNativeJank(changing, () => {}), { message: /string was expected/ });
+  const { jsonFilename } = await capture.run(args, (all) => new Proxy(() => {}, {
+    get: (object, key) => {
+      reads.push(key);
+      return key === 'living' && reads.length > 12 ? 'converted to true' : all[key];
+    },
+  }));
+  assert.deepEqual(reads, [...Object.keys(captureArgs()), ...Object.keys(captureArgs())]);
+  assert.equal(jsonFilename, `${name}-4294967280.json`);
+  assert.equal(capture.argument('OpenProcess', 3), 5);
+  const converted = captureArgs({ ...args, userId: '用户 😀\ufffd', duration: 4294967295 });
+  assert.equal(capture.argument('WriteFile', 2), reportOf(converted));
+  await capture.run({ uptime: 12 });
+  assert.match(capture.argument('WriteFile', 2), /"uptime":12\.0,/);
+  assert.equal((await capture.run({ janksDir: 'D:\\a\0\\' })).errorText, 'Failed to create json file');
+  assert.ok(!capture.order.includes('CreateFileW'), 'Windows would cut the path at the NUL');
 });
 
-test('says what failed in a complete result, and takes a function for an object of arguments', async () => {
-  const args = Object.assign(() => {}, captureArgs({ processId: 0xFFFFFFF0 }));
-  assert.deepEqual(await call(util.captureNativeJank, args),
-    { dumpJankResult: { succ: false }, captureStackResult: {}, errorText: 'Failed open process' });
+const create = (file) => ['CreateFileW', captureArgs().janksDir + file, 0x40000000, 2, null, 2, 0x80, null];
+const steps = [
+  ['OpenProcess', 0x1FFFFF, 0, 5], ['Lock'], ['SymInitialize', target, null, 1], ['Unlock'],
+  ['OpenThread', 0x1FFFFF, 0, 6], ['Lock'], ['SuspendThread', thread],
+  create(name), ['MiniDumpWriteDump', target, 5, dump, 0x1920, '06'.padEnd(32, '0'), null, null], ['close dump'],
+  ['EnumerateLoadedModulesW64', target], ['GetThreadContext', thread, 0x10001F],
+  ['StackWalk64', 0x8664, target, thread, [[0x7000n, 3], [0x6000n, 3], [0x5000n, 3]], true, null, 19n, 20n, null],
+  ['ResumeThread', thread], ['Unlock'],
+  create(`${name}-6.json`), ['WriteFile', report, reportOf(), reportOf().length, null, null], ['close report'],
+  ['close thread'], ['Lock'], ['SymCleanup', target], ['Unlock'], ['close process'],
+];
+const whole = steps.map(([step]) => step).join(', ');
+const without = (...names) => names.reduce((order, step) => order.replace(`${step}, `, ''), whole);
+const opened = 'OpenProcess, Lock, SymInitialize, Unlock, OpenThread';
+const closed = 'Lock, SymCleanup, Unlock, close process';
+
+const captured = { dumpJankResult: { succ: true }, captureStackResult: { stackTrace: trace } };
+const full = { jsonFilename: `${name}-6.json`, ...captured };
+const nothing = (errorText) => ({ dumpJankResult: { succ: false }, captureStackResult: {}, errorText });
+const noDump = (errorText) => ({ ...full, dumpJankResult: { succ: false, errorText } });
+const noTrace = (errorText) => ({ ...full, captureStackResult: { errorText } });
+const noReport = (errorText) => ({ ...captured, errorText });
+
+test('a capture takes these steps with these arguments, although the thread had been suspended before', async (t) => {
+  const capture = new ScriptedCapture(t);
+  assert.deepEqual(Object.entries(await capture.run()), Object.entries(full));
+  assert.deepEqual(capture.steps, steps);
 });
 
-test('other native code finds the DbgHelp table in the module file and uses it', () => {
-  assert.match(helper.useDbgHelpTable(), /^kernel32/i);
+const failed = 0xFFFFFFFF;
+const thisThread = 2n ** 64n - 2n;
+const failMalloc = (answer) => (step, { system }) => {
+  system.fail('malloc', { nth: 1 });
+  return answer;
+};
+const lacking = (order, result, ...names) => names.map((field) => (
+  [{ [field]: null }, result('Invalid dbghelp functions'), order]));
+
+for (const [answers, result, order = whole] of [
+  [{ OpenProcess: 0n }, nothing('Failed open process'), 'OpenProcess'],
+  [{ SymInitialize: ([, process]) => (process === target ? 0 : 1) }, nothing('Failed to init dbghelp'),
+    'OpenProcess, Lock, SymInitialize, Unlock, close process'],
+  [{ OpenThread: 0n }, nothing('Failed open thread'), `${opened}, ${closed}`],
+  [{ GetProcessIdOfThread: 7 }, nothing('Failed open thread'), `${opened}, close thread, ${closed}`],
+  [{ OpenThread: thisThread, GetThreadId: null }, nothing('Failed suspend thread'), `${opened}, ${closed}`],
+  [{ VirtualAlloc: 0n }, nothing('Failed suspend thread'), `${opened}, close thread, ${closed}`],
+  [{ OpenThread: failMalloc(thread) }, nothing('Failed suspend thread'),
+    `${opened}, Lock, Unlock, close thread, ${closed}`],
+  [{ SuspendThread: failed }, nothing('Failed suspend thread'),
+    `${opened}, Lock, SuspendThread, Unlock, close thread, ${closed}`],
+  [{ ResumeThread: failed }, { ...full, errorText: 'Failed resume thread' }],
+  [{ ResumeThread: failed, SymCleanup: 0 }, { ...full, errorText: 'Failed to cleanup dbghelp' }],
+  [{ CreateFileW: ([, path]) => (path.endsWith('.dmp') ? -1n : report) }, noDump('Failed to create dump file'),
+    without('MiniDumpWriteDump', 'close dump')],
+  [{ MiniDumpWriteDump: 0 }, noDump('Failed to write dump')],
+  [{ EnumerateLoadedModulesW64: 0 }, noTrace('Failed to enum modules'), without('GetThreadContext', 'StackWalk64')],
+  [{ GetThreadContext: 0 }, noTrace('Failed to get thread context'), without('StackWalk64')],
+  [{ StackWalk64: 0 }, { ...full, captureStackResult: {} }],
+  [{ CreateFileW: ([, path]) => (path.endsWith('.dmp') ? dump : -1n) }, noReport('Failed to create json file'),
+    without('WriteFile', 'close report')],
+  [{ CreateFileW: (step, capture) => (step[1].endsWith('.dmp') ? dump : failMalloc(report)(step, capture)) },
+    noReport('Failed to write json file'), without('WriteFile')],
+  [{ WriteFile: 0 }, noReport('Failed to write json file')],
+  ...lacking('', nothing, 'SymInitialize', 'SymCleanup', 'Lock', 'Unlock'),
+  ...lacking(without('CreateFileW', 'MiniDumpWriteDump', 'close dump'), noDump, 'MiniDumpWriteDump'),
+  ...lacking(without('EnumerateLoadedModulesW64', 'GetThreadContext', 'StackWalk64'), noTrace,
+    'EnumerateLoadedModulesW64', 'StackWalk64', 'SymFunctionTableAccess64', 'SymGetModuleBase64'),
+]) {
+  test(`a capture that fails at ${Object.keys(answers)} says so, undoes what it did, writes what it can`, async (t) => {
+    const capture = new ScriptedCapture(t, answers);
+    assert.deepEqual(await capture.run(), result);
+    assert.equal(capture.order, order);
+    if (order.includes('SuspendThread')) assert.equal(capture.heapCalls[1], capture.heapCalls[0]);
+    if (!result.jsonFilename) return;
+    assert.equal(capture.argument('WriteFile', 2), reportOf(captureArgs(), result.captureStackResult.stackTrace ?? ''));
+  });
+}
+
+test('a frame has the name of the first module that holds its address, in the ANSI code page', async (t) => {
+  const capture = new ScriptedCapture(t);
+  capture.system.play('WideCharToMultiByte', (real, page, ...args) => real(page === 0 ? 1252 : page, ...args));
+  const long = 'n'.repeat(50_000);
+  capture.modules = [['C:\\x\\a.dll', 0x1000, 0x100], ['overlaps.dll', 0x1080, 0x1000], ['C:\\empty.dll', 0x9000, 0],
+    ['D:\\😀ä直.dll', 0xA000, 1], ['D:\\ends\\', 0xB000, 1], [`D:\\${long}`, 0xC000, 0xFFFFFFFF], [long, 0, 0],
+    ['top.dll', 0xFFFFFFFFFFFFF000n, 0x1000]];
+  capture.frames = [0x1000n, 0x10FFn, 0x1100n, 0x9000n, 0xFFFn, 0n, 0xA000n, 0xB000n, 0xC010n, 0xC010n,
+    0xFFFFFFFFFFFFFABCn];
+  const lines = ['a.dll!0x0', 'a.dll!0xff', 'overlaps.dll!0x80', '<unknown>!0x9000', '<unknown>!0xfff', '<unknown>!0x0',
+    '??\ufffd?.dll!0x0', '!0x0', `${long}!0x10`, `${long}!0x10`, 'top.dll!0xabc'];
+  const { captureStackResult: { stackTrace } } = await capture.run();
+  assert.equal(stackTrace, lines.map((line) => `${line}\r\n`).join(''));
+  assert.equal(capture.argument('WriteFile', 2), reportOf(captureArgs(), stackTrace));
+  assert.equal(capture.heapCalls[1], capture.heapCalls[0], 'the heap is not used while the thread is frozen');
 });
 
-test('captures a stalled process from script to callback and writes exactly this report', async () => {
-  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-直播 '));
-  const target = await startStallTarget('chain');
-  try {
-    const result = await call(util.captureNativeJank, captureArgs({
-      processId: target.processId + 2 ** 32, threadId: target.threadId + 0.9, janksDir: `${folder}\\`, userId: '用户 😀',
-      living: false, uptime: 12, duration: -1,
-    }));
-    assert.deepEqual(Object.keys(result), ['jsonFilename', 'dumpJankResult', 'captureStackResult']);
-    assert.deepEqual(result.dumpJankResult, { succ: true });
-    assert.deepEqual(Object.keys(result.captureStackResult), ['stackTrace']);
-    const { stackTrace } = result.captureStackResult;
-    assert.match(stackTrace, /^([^\r\n]+!0x[0-9a-f]+\r\n)+$/);
-    assert.match(stackTrace, /stall_library/);
-    const dump = result.jsonFilename.replace(/-\d+\.json$/, '');
-    assert.equal(result.jsonFilename, `${dump}-${target.threadId}.json`);
-    assert.deepEqual(fs.readdirSync(folder).sort(), [dump, result.jsonFilename]);
-    assert.equal(fs.readFileSync(path.join(folder, result.jsonFilename), 'utf8'),
-      `{"device_id":"d","dmp_file":"${dump}","duration":4294967295,"jank_type":"main","living":false,"log_file":"x.log",`
-      + `"main_thread_trace":${JSON.stringify(stackTrace)},"system_version":"10","uptime":12.0,"user_id":"用户 😀",`
-      + '"version":"5.1"}');
-  } finally {
-    target.child.kill();
-    fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
+/** Two captures of which the second one chooses its dump's name while the first one has not written its dump yet. */
+async function overlap(t, answers) {
+  const capture = new ScriptedCapture(t, answers);
+  const results = [];
+  for (const [held, args] of [['first', {}], ['second', { threadId: 7 }]]) {
+    const heldLock = capture.system.stub(held, capture.addresses.get('Lock'));
+    capture.system.hold(held);
+    capture.answers.OpenThread = () => capture.field('Lock', heldLock) && thread;
+    results.push(capture.run(args));
+    await capture.system.held(held);
+    capture.field('Lock', capture.addresses.get('Lock'));
+    capture.time += 1;
   }
+  capture.system.mend('first');
+  await results[0];
+  capture.system.mend('second');
+  return { capture, results: await Promise.all(results) };
+}
+
+test('captures that overlap share one dump and have a report each', async (t) => {
+  const { capture, results } = await overlap(t);
+  assert.deepEqual(results, [full, { ...full, jsonFilename: `${name}-7.json` }]);
+  assert.equal(capture.order.match(/MiniDumpWriteDump/g).length, 1);
+  assert.equal(capture.steps.findLast(([step]) => step === 'WriteFile')[2], reportOf());
+});
+
+test('a capture that waited for a dump that failed writes its own', async (t) => {
+  const answers = [0, 1];
+  const { results } = await overlap(t, { MiniDumpWriteDump: () => answers.shift() });
+  assert.deepEqual(results[0], noDump('Failed to write dump'));
+  assert.deepEqual(results[1], { ...full, jsonFilename: '2024-03-05 14-07-11.dmp-7.json' });
+});
+
+test('captures in turn write a dump each, also after one that could not suspend its thread', async (t) => {
+  const capture = new ScriptedCapture(t);
+  const firstFile = async (suspended) => {
+    capture.answers.SuspendThread = suspended;
+    await capture.run();
+    return capture.steps.find(([step]) => step === 'CreateFileW')?.[1];
+  };
+  // Within one second all names are equal.
+  for (const suspended of [0, 0, failed, 0, failed]) {
+    assert.equal(await firstFile(suspended), suspended === failed ? undefined : create(name)[1]);
+  }
+  capture.time += 1;
+  assert.equal(await firstFile(0), create('2024-03-05 14-07-10.dmp')[1]);
+});
+
+test('the table has DbgHelp\'s functions in their order, null for each that is missing, and is made once', (t) => {
+  const dbgHelp = new ScriptedCapture(t);
+  for (const missing of ['StackWalk64', 'SymFromAddrW']) dbgHelp.addresses.set(missing, 0n);
+  for (const name of ['Lock', 'Unlock']) dbgHelp.addresses.delete(name);
+  for (const [name, address] of dbgHelp.addresses) assert.equal(dbgHelp.field(name), address, name);
+  assert.deepEqual(dbgHelp.steps, [['LoadLibraryW', 'DbgHelp'], ['SymInitialize', 2n ** 64n - 1n, null, 1]]);
+});
+
+test('a DbgHelp that cannot be loaded is tried again, and is no use without its symbol handler', (t) => {
+  const libraries = [0n, 0n, 1n];
+  const dbgHelp = new ScriptedCapture(t, { LoadLibraryW: () => libraries.shift() });
+  dbgHelp.addresses.set('SymCleanup', 0n);
+  for (let calls = 0; calls < 4; ++calls) assert.equal(dbgHelp.getTable(), null);
+  assert.equal(dbgHelp.order, 'LoadLibraryW, LoadLibraryW, LoadLibraryW');
+});
+
+const changed = 0xC0000004; // STATUS_INFO_LENGTH_MISMATCH: the list of modules changed meanwhile.
+const started = 87; // ERROR_INVALID_PARAMETER: the symbol handler runs already.
+const [start, stop] = ['SymInitialize', 'SymCleanup'];
+
+for (const [errors, first, second] of [
+  [[changed, changed], [start, start, start, true], [true]],
+  [[changed, changed, changed], [start, start, start, false], [start, true]],
+  [[5, changed, 5], [start, false], [start, start, false]],
+  [[started], [start, stop, start, true], [true]],
+  [[started, changed, changed, started], [start, stop, start, start, start, false], [start, true]],
+  [[started, started, 5], [start, stop, start, false], [start, false]],
+]) {
+  test(`the symbol handler is started again as far as that can help: ${errors.join(', ')}`, (t) => {
+    const dbgHelp = new ScriptedCapture(t, {
+      SymInitialize: () => {
+        dbgHelp.system.lastError = errors.shift();
+        return dbgHelp.system.lastError ? 0 : 1;
+      },
+    });
+    for (const expected of [['LoadLibraryW', ...first], second]) {
+      const hasTable = dbgHelp.getTable() !== null;
+      assert.deepEqual([...dbgHelp.steps.splice(0).map(([name]) => name), hasTable], expected);
+    }
+  });
+}
+
+/** Calls a C function on another thread. */
+const elsewhere = (callee) => new Promise((resolve) => { callee.async((error, value) => resolve(value)); });
+
+test('threads that ask for the table at once get the same one, which is made once', async (t) => {
+  const dbgHelp = new ScriptedCapture(t);
+  const tables = await Promise.all([1, 2, 3, 4].map(() => elsewhere(dbgHelp.getTable)));
+  assert.deepEqual([...new Set(tables)], [dbgHelp.getTable()]);
+  assert.equal(dbgHelp.order, 'LoadLibraryW, SymInitialize');
+});
+
+test('the lock admits its thread again and no other, also if loading DbgHelp leads back to the table', async (t) => {
+  const lockOf = (dbgHelp) => koffi.decode(dbgHelp.field('Lock'), declarations.Lock);
+  const dbgHelp = new ScriptedCapture(t, {
+    LoadLibraryW: () => {
+      if (dbgHelp.steps.length === 1) lockOf(dbgHelp)();
+      return 1n;
+    },
+  });
+  const unlock = koffi.decode(dbgHelp.field('Unlock'), declarations.Unlock);
+  lockOf(dbgHelp)();
+  unlock();
+  let entered = false;
+  const other = elsewhere(lockOf(dbgHelp)).then(() => { entered = true; });
+  await sleep(50);
+  assert.equal(entered, false);
+  unlock();
+  await other;
 });

@@ -9,6 +9,7 @@ const assert = require('node:assert/strict');
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
+const { setTimeout: sleep } = require('node:timers/promises');
 const { declarations } = require('./declarations.js');
 const { readExecutable } = require('./executable.js');
 const { executableMemory, koffi, makeWritable, memoryAt, system } = require('./windows_api.js');
@@ -24,7 +25,9 @@ const address = (library, name) => koffi.address(getProcAddress(loadLibrary(libr
 
 // A stub: its code, and behind that what the code works with, 8 bytes each.
 const stubSize = 256;
-const field = { count: 160, first: 168, last: 176, value: 184, error: 192, late: 200, event: 208, real: 216, wait: 224 };
+const field = {
+  count: 160, first: 168, last: 176, value: 184, error: 192, late: 200, event: 208, real: 216, wait: 224, held: 232,
+};
 const never = 0xFFFFFFFFn;
 
 function stubCode() {
@@ -41,6 +44,7 @@ function stubCode() {
   };
   on('event', [0x48, 0x83, 0x3D], [0]); // cmp qword [event], 0
   jump(0x74, 'count'); // je
+  on('held', [0xF0, 0xFF, 0x05]); // lock inc dword [held]
   emit(0x51, 0x52, 0x41, 0x50, 0x41, 0x51, 0x48, 0x83, 0xEC, 0x28); // push rcx, rdx, r8, r9; sub rsp, 0x28
   on('event', [0x48, 0x8B, 0x0D]); // mov rcx, [event]
   emit(0xBA, 0xFF, 0xFF, 0xFF, 0xFF); // mov edx, INFINITE
@@ -111,10 +115,7 @@ class ScriptedSystem {
   get imports() { return [...this.#slots.keys()]; }
 
   /** An exported function of the module file that is no script function. */
-  exported(declaration) {
-    const name = declaration.match(/(\w+)\(/)[1];
-    return (...args) => koffi.call(getProcAddress(this.module, name), koffi.proto(declaration), ...args);
-  }
+  exported(name) { return koffi.decode(getProcAddress(this.module, name), declarations[name]); }
 
   /** A C function that calls `script(real, ...args)`, in which `real(...args)` calls the function at `realAddress`. */
   callback(name, script, realAddress = this.real.get(name)) {
@@ -211,6 +212,11 @@ class ScriptedSystem {
 
   /** Holds every thread that calls an import, before the call, until mend(). */
   hold(name) { this.#stubOf(name).writeBigUInt64LE(koffi.address(createEvent(null, 1, 0, null)), field.event); }
+
+  /** Resolves when a thread has come to the hold() of this import. */
+  async held(name) {
+    while (this.#stubOf(name).readUInt32LE(field.held) === 0) await sleep(1);
+  }
 
   /** A COM object: its methods by their place in the table, as declared functions { 2: [NAME, script], ... }. */
   comObject(methods) {

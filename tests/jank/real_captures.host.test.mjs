@@ -1,0 +1,46 @@
+// What readers of dumps and of debug information find in captures of real stalls. Runs on the Linux side.
+import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import { mkdtempSync, readdirSync, rmSync } from 'node:fs';
+import os from 'node:os';
+import path from 'node:path';
+import test from 'node:test';
+import { fileURLToPath } from 'node:url';
+
+const here = path.dirname(fileURLToPath(import.meta.url));
+const script = (name) => path.resolve(here, '..', '..', 'scripts', name);
+const folder = mkdtempSync(path.join(os.tmpdir(), 'borvanta-janks-'));
+test.after(() => rmSync(folder, { recursive: true, force: true }));
+
+const run = (program, ...args) => execFileSync(program, args, { encoding: 'utf8', stdio: 'pipe' });
+const symbolise = (report) => run(process.execPath, script('symbolise.mjs'), path.join(folder, report)).split('\n');
+const [chain, deep] = JSON.parse(run(process.execPath, script('windows-node.mjs'), path.join(here, 'real_captures.js'),
+  `Z:${folder.replaceAll('/', '\\')}`));
+const dumpOf = (report) => report.replace(/-\d+\.json$/, '');
+
+test('a capture leaves a dump and a report, and its trace has every frame', () => {
+  for (const { errorText, dumpJankResult } of [chain, deep]) assert.ok(!errorText && dumpJankResult.succ);
+  const reports = [`chain ${chain.jsonFilename}`, `deep ${deep.jsonFilename}`];
+  assert.deepEqual(readdirSync(folder).sort(), reports.flatMap((report) => [dumpOf(report), report]));
+  const lines = deep.captureStackResult.stackTrace.split('\r\n');
+  assert.equal(lines.filter((line, index) => line === lines[index - 1]).length, 498, '499 calls at the same place');
+});
+
+test('lldb finds the stalled thread, the other one and the modules in the dump', () => {
+  const dump = path.join(folder, `chain ${dumpOf(chain.jsonFilename)}`);
+  const said = run('lldb-14', '-b', '-o', `target create --core "${dump}"`, '-o', 'thread list', '-o', 'image list');
+  const hex = (id) => `tid = 0x${id.toString(16).padStart(4, '0')}`;
+  const stalled = said.split('\n').filter((line) => line.trim().startsWith('* thread'));
+  assert.ok(stalled.length === 1 && stalled[0].includes(hex(chain.threadId)), said);
+  for (const part of [hex(chain.otherThreadId), 'stall_target.exe', 'ntdll.dll']) assert.ok(said.includes(part), said);
+  assert.ok(!said.includes('node.exe'), said);
+});
+
+test('symbolise names the functions of a report, and says in one line that a file is no report', () => {
+  const lines = symbolise(`chain ${chain.jsonFilename}`);
+  const functions = lines.map((line) => line.match(/^stall_\S+  (.*) at tests\/jank\/targets\/.*:\d+$/)?.[1]);
+  assert.deepEqual(functions.filter(Boolean), ['Innermost', 'Outer', 'main'], lines.join('\n'));
+  assert.ok(lines.includes(chain.captureStackResult.stackTrace.split('\r\n')[0]), 'a line of another module stays');
+  assert.throws(() => symbolise('missing.json'), { stderr: /^There is no file .*missing\.json\.\n$/ });
+  assert.throws(() => symbolise(dumpOf(`chain ${chain.jsonFilename}`)), { stderr: /^.* is no jank report.*\n$/ });
+});
