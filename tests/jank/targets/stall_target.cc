@@ -11,7 +11,7 @@
 #include "jank/targets/describe_function.h"
 #include "jank/targets/stall_library.h"
 
-#ifdef _MSC_VER
+#if defined(_MSC_VER) || defined(__clang__)
 #define KEEP_FRAME __declspec(noinline)
 #else
 #define KEEP_FRAME __attribute__((noinline, noclone))
