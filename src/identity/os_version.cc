@@ -21,8 +21,8 @@ static_assert(static_cast<size_t>(OsGeneration::kServer) - static_cast<size_t>(O
 bool Verify(OSVERSIONINFOEXW version, DWORD typeMask, BYTE condition) {
   version.dwOSVersionInfoSize = sizeof(version);
   ULONGLONG conditions = 0;
-  for (const DWORD field :
-       {VER_MAJORVERSION, VER_MINORVERSION, VER_BUILDNUMBER, VER_SERVICEPACKMAJOR, VER_PRODUCT_TYPE}) {
+  for (const DWORD field : std::initializer_list<DWORD>{VER_MAJORVERSION, VER_MINORVERSION, VER_BUILDNUMBER,
+                                                        VER_SERVICEPACKMAJOR, VER_PRODUCT_TYPE}) {
     if (typeMask & field) conditions = VerSetConditionMask(conditions, field, condition);
   }
   return VerifyVersionInfoW(&version, typeMask, conditions) != FALSE;

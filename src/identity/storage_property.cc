@@ -40,6 +40,13 @@ std::wstring HandleValueText(HANDLE handle) {
   return win::ThreadAnsiToWide(std::string(bytes.data(), strnlen(bytes.data(), bytes.size())));
 }
 
+/// Copies an enumeration's value that a driver has given, which may be none that the enumeration can have.
+template <typename Enum>
+void CopyNumber(const Enum& value, uint32_t& number) {
+  static_assert(sizeof(value) == sizeof(number));
+  std::memcpy(&number, &value, sizeof(number));
+}
+
 bool QueryDeviceProperty(HANDLE device, DiskRecord& record) {
   std::vector<BYTE> buffer(kBufferSize);
   STORAGE_PROPERTY_QUERY query{};
@@ -80,7 +87,7 @@ bool ProbeStorageProperty(const std::wstring& devicePath, DiskRecord& record) {
                        nullptr)) {
     return false;
   }
-  record.mediaType = static_cast<uint32_t>(geometry.MediaType);
+  CopyNumber(geometry.MediaType, record.mediaType);
   const bool described = QueryDeviceProperty(device.Get(), record);
   const bool numbered = QueryMediaSerialNumber(device.Get(), record);
   return described || numbered;
@@ -94,7 +101,7 @@ void ReadDeviceDescriptor(std::span<const BYTE> buffer, DiskRecord& record) {
   record.serialNumber = TextAt(buffer, descriptor.SerialNumberOffset);
   record.vendorId = TextAt(buffer, descriptor.VendorIdOffset);
   record.productRevision = TextAt(buffer, descriptor.ProductRevisionOffset);
-  record.busType = static_cast<uint32_t>(descriptor.BusType);
+  CopyNumber(descriptor.BusType, record.busType);
 }
 
 }  // namespace identity

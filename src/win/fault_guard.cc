@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#ifdef _MSC_VER
+#if defined(_MSC_VER) || defined(__clang__)
 
 static int BorvantaCallUnderFaultGuard(void (*function)(void*), void* argument) {
   __try {

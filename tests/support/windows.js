@@ -7,12 +7,14 @@ const readline = require('node:readline');
 
 const root = path.resolve(__dirname, '..', '..');
 
-/** Where the native tests and the helpers are built, by either compiler. */
-exports.buildFolder = ['mingw', 'msvc'].map((preset) => path.join(root, 'build', preset))
+/** The build that is tested: the folder of build/ that BORVANTA_BUILD names, or else the one that ships. */
+const build = process.env.BORVANTA_BUILD;
+exports.buildFolder = [build ?? 'mingw', 'msvc'].map((name) => path.join(root, 'build', name))
   .find((folder) => fs.existsSync(folder));
 
 /** The built module. */
-exports.modulePath = path.join(root, 'prebuilds', 'win32-x64', 'borvanta-util.node');
+exports.modulePath = path.join(build ? path.join(exports.buildFolder, 'module') : path.join(root, 'prebuilds', 'win32-x64'),
+  'borvanta-util.node');
 exports.load = () => require(exports.modulePath);
 
 /** The test helper add-on, which works on the loaded module from outside. */
