@@ -16,8 +16,8 @@ namespace gpu_usage {
 /// which the first operation loads. One PDH query stays open between samples, so a sample measures the time since the
 /// previous collection of any caller. Where PDH or the counter is missing, every sample is empty.
 ///
-/// Any thread. Operations wait for one another, also while PDH works. Throws std::system_error if the lock cannot be
-/// taken.
+/// Operations wait for one another, also while PDH works. Throws std::system_error if the lock cannot be taken. Any
+/// thread. Blocks.
 class Sampler {
  public:
   /// Closes the query, opens a new one and takes its first collection, from which the next sample measures.

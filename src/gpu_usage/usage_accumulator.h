@@ -8,7 +8,7 @@
 namespace gpu_usage {
 
 /// Sums the instances of the GPU engine counter. The name of an instance shows its process and its engine, for example
-/// "pid_1234_luid_0x00000000_0x0000A1B2_phys_0_eng_0_engtype_3D". Use one object for each sample. Not thread-safe.
+/// "pid_1234_luid_0x00000000_0x0000A1B2_phys_0_eng_0_engtype_3D". Use one object for each sample. One thread.
 class UsageAccumulator {
  public:
   /// `nativePid` is the process of the `nativeProc` sums, `gpuPid` that of the `gpuProc` sums; they may be equal.

@@ -5,40 +5,48 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const test = require('node:test');
-const { call, load, loadHelper } = require('../support/windows.js');
+const { scriptedSystem } = require('../support/scripted_system.js');
+const { koffi, memoryAt } = require('../support/windows_api.js');
+const { call, load } = require('../support/windows.js');
 
-const util = load();
-
-test('lists each process once, the test itself among them', async () => {
-  const { list } = await call(util.enumProcessList);
-  const names = new Map(list.map(({ pid, name }) => [pid, name]));
-  assert.equal(names.size, list.length);
-  assert.equal(names.get(process.pid), path.basename(process.execPath));
-  assert.ok(list.length > 3);
-  for (const entry of list) assert.deepEqual(Object.keys(entry), ['pid', 'name']);
-});
-
-test('gives a name outside ASCII and the basic plane as it is', async () => {
+test('lists the processes of the machine with their ids and names', async (t) => {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-'));
   const name = 'прямой эфир 直播 😀.exe';
   fs.copyFileSync(path.join(process.env.SystemRoot, 'system32', 'cmd.exe'), path.join(folder, name));
   const child = spawn(path.join(folder, name), ['/k'], { stdio: ['pipe', 'ignore', 'ignore'] });
-  try {
-    const { list } = await call(util.enumProcessList);
-    assert.equal(list.find(({ pid }) => pid === child.pid)?.name, name);
-  } finally {
-    child.kill();
-    await new Promise((resolve) => { child.on('close', resolve); });
-    fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
-  }
+  t.after(() => child.kill());
+  const { list } = await call(load().enumProcessList);
+  const names = new Map(list.map((entry) => [entry.pid, entry.name]));
+  assert.equal(names.get(process.pid), path.basename(process.execPath));
+  assert.equal(names.get(child.pid), name);
+  assert.equal(names.size, list.length);
 });
 
-test('refuses what is no function and starts nothing', async () => {
-  const helper = loadHelper();
-  helper.recordThreadNames();
-  for (const args of [[], [undefined], [null], [5], ['f'], [{}], [[() => {}]]]) {
-    assert.throws(() => util.enumProcessList(...args), { name: 'TypeError', message: 'Invalid arg' });
-  }
-  await call(util.enumProcessList);
-  assert.deepEqual(helper.threadNames(), ['EnumProcessList'], 'the worker of the good call alone');
+test('lists every entry of the snapshot in its order, and nothing if the snapshot or memory fails', async (t) => {
+  const system = scriptedSystem(t);
+  let entries = [[0, '[System Process]'], [4294967295, 'a.exe'], [8, 'a.exe'], [12, '\ud800'], [4, ''], [9, 'x'.repeat(259)]];
+  let next = 0;
+  const give = (real, snapshot, address) => {
+    const [pid, name] = entries[next++] ?? [];
+    if (pid === undefined) return 0;
+    if (name === 'memory runs out') system.fail('malloc', { nth: 1 });
+    const entry = memoryAt(koffi.address(address), 568);
+    assert.equal(entry.readUInt32LE(0), 568);
+    entry.writeUInt32LE(pid, 8);
+    entry.write(`${name}\0`, 44, 'utf16le');
+    return 1;
+  };
+  system.playAll({ Process32FirstW: give, Process32NextW: give });
+  const list = async () => {
+    next = 0;
+    return (await call(system.util.enumProcessList)).list;
+  };
+  assert.deepEqual((await list()).map(Object.entries),
+    entries.map(([pid, name]) => [['pid', pid], ['name', name.replace('\ud800', '\ufffd')]]));
+  entries.splice(3, 0, [5, 'memory runs out']);
+  assert.deepEqual(await list(), []);
+  entries = [];
+  assert.deepEqual(await list(), []);
+  system.fail('CreateToolhelp32Snapshot', { value: -1 });
+  assert.deepEqual(await list(), []);
 });

@@ -22,7 +22,20 @@ const source = `
   int RegSetValueExW(void*, str16, uint32, uint32, void*, uint32)
   int RegDeleteValueW(void*, str16)
   int RegCloseKey(void*)
+  // addon, gpu_usage and process_list
+  void* GetProcAddress(void*, str)
+  void RaiseException(uint32, uint32, uint32, void*)
+  int SetThreadDescription(void*, str16)
+  int PdhOpenQueryW(void*, size_t, void*)
+  int PdhAddCounterW(void*, str16, size_t, void*)
+  int PdhCollectQueryData(void*)
+  int PdhGetFormattedCounterArrayW(void*, uint32, void*, void*, void*)
+  int PdhRemoveCounter(void*)
+  int PdhCloseQuery(void*)
+  void* CreateToolhelp32Snapshot(uint32, uint32)
+  int Process32FirstW(void*, void*)
+  int Process32NextW(void*, void*)
 `;
 
-exports.declarations = Object.fromEntries(source.trim().split('\n').map((line) => line.trim())
-  .map((line) => [line.match(/(\w+)\(/)[1], koffi.proto(line)]));
+exports.declarations = Object.fromEntries(source.split('\n').map((line) => line.trim())
+  .filter((line) => line && !line.startsWith('//')).map((line) => [line.match(/(\w+)\(/)[1], koffi.proto(line)]));
