@@ -9,11 +9,11 @@ const { scriptedSystem } = require('../support/scripted_system.js');
 const { modulePath, runScript } = require('../support/windows.js');
 
 const names = ['getGuid', 'getCpuName', 'getOsVersionWithReleaseId', 'isDebugMode', 'createDuplicateMutex',
-  'destroyDuplicateMutex', 'enterStartupMask', 'leaveStartupMask', 'removeOldVersion', 'captureNativeJank', 'initGpuUsage',
-  'getGpuUsage', 'enumProcessList'];
+  'destroyDuplicateMutex', 'enterStartupMask', 'leaveStartupMask', 'removeOldVersion', 'captureNativeJank',
+  'initGpuUsage', 'getGpuUsage', 'enumProcessList'];
 
 test('script gets the functions in order, nameless and as ordinary properties', (t) => {
-  const { util, exported } = scriptedSystem(t);
+  const { util } = scriptedSystem(t);
   assert.deepEqual(Object.getOwnPropertyNames(util), names);
   for (const [name, { value, ...attributes }] of Object.entries(Object.getOwnPropertyDescriptors(util))) {
     assert.deepEqual([typeof value, value.name], ['function', ''], name);
@@ -38,7 +38,7 @@ test('the file exports its entry points, imports from Windows only, and has what
   assert.ok(sections.some(({ name }) => name === '.reloc'), 'without relocations it cannot be moved');
   const writableCode = 0xA0000000;
   for (const { name, flags } of sections) assert.notEqual((flags & writableCode) >>> 0, writableCode, name);
-  assert.deepEqual(sections.filter(({ name }) => name.startsWith('.debug')), []);
+  assert.ok(!sections.some(({ name }) => name.startsWith('.debug')), 'its debug information is in another file');
   assert.ok(fs.statSync(debugFile).size > fs.statSync(modulePath).size);
 });
 
@@ -47,9 +47,7 @@ test('it loads in a host of any name, and not in a process without Node-API', as
   t.after(() => fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 }));
   const host = path.join(folder, 'borvanta.exe');
   fs.copyFileSync(process.execPath, host);
-  // The first number that a process hands to script, among others.
   assert.deepEqual(await runScript(`util.enumProcessList(({ list }) =>
     print(list.find(({ pid }) => pid === process.pid).name));`, { execPath: host }), ['borvanta.exe']);
-  const loadingFailed = 3;
-  assert.equal(spawnSync('regsvr32', ['/s', modulePath]).status, loadingFailed);
+  assert.equal(spawnSync('regsvr32', ['/s', modulePath]).status, 3 /* the library cannot be loaded */);
 });
