@@ -1,3 +1,13 @@
+/**
+ * What takes the result of a function that works on a thread of its own. It is called once, later, on the script thread of
+ * the caller. Until then the call keeps the event loop alive. It is never called if the script environment ends first, or
+ * if memory runs out for the very delivery of the result.
+ *
+ * If it throws, Node.js prints the warning DEP0168 and the process goes on; with the option
+ * `--force-node-api-uncaught-exceptions-policy` the exception is an uncaught one.
+ */
+export type ResultCallback<Result> = (result: Result) => void;
+
 /** A running process. */
 export interface ProcessEntry {
   /** The process id; 0 is the idle process. */
@@ -8,7 +18,7 @@ export interface ProcessEntry {
 
 /** What {@link enumProcessList} calls back with. */
 export interface ProcessListResult {
-  /** Every running process in the order of the system's snapshot; empty when the system gave none. */
+  /** Every running process, in the order of the system's snapshot; empty if the system gives none or memory runs out. */
   list: ProcessEntry[];
 }
 
@@ -212,10 +222,10 @@ export function captureNativeJank(args: CaptureJankArgs, callback: (result: Capt
 export function isDebugMode(): boolean;
 
 /**
- * What {@link getGpuUsage} calls back with. A number is a percentage of one engine's time since the previous sample. It
- * is left out when it is exactly 0, and all of an engine kind is left out when the machine has no such engine at work in
- * any process. Empty when the machine has no GPU counters, or Windows' language calls them by other than their English
- * names, and on the sample that only opens them.
+ * What {@link getGpuUsage} calls back with. A number is a percentage of one engine's time since the previous sample. A
+ * number of exactly 0 is left out. All properties of an engine kind are left out if no process uses such an engine. The
+ * object is empty if there is no GPU counter under its English name, or no PDH library to read it with, if memory runs
+ * out, and for the sample that only opens the counter.
  */
 export interface GpuUsage {
   /** 3D: the GPU process. */
@@ -253,32 +263,31 @@ export interface GpuUsage {
 }
 
 /**
- * Starts the reading of the GPU counters over, on a thread of its own; the next {@link getGpuUsage} measures from here.
- * Reports nothing, not even a failure. Without it the first {@link getGpuUsage} opens the counters and is empty. The
- * process ends when the system cannot start the thread.
+ * Opens the GPU counter, or opens it again, on a thread of its own. The next {@link getGpuUsage} measures from that moment,
+ * unless it comes first: this function returns before the counter is open. Reports nothing, not even a failure. Without
+ * it, the first {@link getGpuUsage} opens the counter and delivers an empty object. The process ends if the system cannot
+ * start the thread.
  *
- * @returns nothing, before the counters are open. Never throws.
+ * @returns nothing. Never throws.
  */
 export function initGpuUsage(): void;
 
 /**
- * Samples the GPU's engines on a thread of its own. All callers in the process share one reading: each sample measures
- * the time since the previous one, whoever took it. The process ends when the system cannot start the thread.
+ * Samples the GPU's engines on a thread of its own. All callers in the process share one counter: each sample measures the
+ * time since the previous one, whoever took it. The process ends if the system cannot start the thread.
  *
  * @param nativePid the native process's id, read as a signed 32-bit integer. An id also counts the processes whose ids
- *   begin with its digits: 12 counts 123 too.
+ *   begin with its digits: 12 also counts 123.
  * @param gpuPid the GPU process's id, read in the same way; may be the same.
- * @param callback called once, later, with the sample; never called when the script environment ends first. Until it has
- *   run, the call keeps the event loop alive; what it throws is an uncaught exception.
- * @throws TypeError "Invalid arg" when an id is not a number or `callback` not a function; nothing is started then.
+ * @param callback gets the sample.
+ * @throws TypeError "Invalid arg" if an id is not a number or `callback` is not a function; nothing is started then.
  */
-export function getGpuUsage(nativePid: number, gpuPid: number, callback: (usage: GpuUsage) => void): void;
+export function getGpuUsage(nativePid: number, gpuPid: number, callback: ResultCallback<GpuUsage>): void;
 
 /**
- * Lists the running processes on a thread of its own. The process ends when the system cannot start the thread.
+ * Lists the running processes on a thread of its own. The process ends if the system cannot start the thread.
  *
- * @param callback called once, later, with the list; never called when the script environment ends first. Until it has
- *   run, the call keeps the event loop alive; what it throws is an uncaught exception.
- * @throws TypeError "Invalid arg" when `callback` is not a function; nothing is started then.
+ * @param callback gets the list.
+ * @throws TypeError "Invalid arg" if `callback` is not a function; nothing is started then.
  */
-export function enumProcessList(callback: (result: ProcessListResult) => void): void;
+export function enumProcessList(callback: ResultCallback<ProcessListResult>): void;

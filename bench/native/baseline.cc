@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-#include "addon/script_text.h"
+#include "addon/script_values.h"
 #include "native/bare_calls.h"
 #include "native/frozen_time.h"
 #include "native/usage_sums.h"

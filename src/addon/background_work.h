@@ -12,125 +12,134 @@
 
 namespace addon {
 
-/// What distinguishes one asynchronous script function from another, apart from its arguments and its work. `Record`
-/// is what a worker produces: default-constructible to the record of "nothing found out".
+/// What distinguishes one asynchronous script function from another, except for its arguments and its work. `Record` is
+/// the type of a worker's result; a default-constructed record means that nothing was found.
 template <typename Record>
 struct BackgroundFunction {
   /// The worker's name, 15 characters at most.
   const char* threadName;
-  /// The name under which Node.js' async hooks and diagnostics know the pending call.
+  /// The name of the pending call in Node.js' async hooks and diagnostics.
   const char* resourceName;
-  /// Makes the callback's one argument. Script thread; a failing Node-API call throws Napi::Error.
+  /// Makes the callback's only argument. Script thread. Throws Napi::Error if a Node-API call fails.
   Napi::Value (*toScript)(Napi::Env env, const Record& record);
 };
 
-/// One asynchronous call on its way from the script thread to a worker and back.
+/// One asynchronous call on its way from the script thread to a worker and back. The worker holds one shared pointer to
+/// it until Deliver has returned; `self_` is another one, which belongs to the script environment.
 ///
-/// Two owners: the worker, until it has delivered, and the script environment, until the callback has run or the
-/// environment ends. The environment may end first, and some releases of Node.js then free a thread-safe function
-/// although a thread still holds it. So the worker touches it only under `mutex_` and only while the clean-up hook
-/// below has not run; hooks run in reverse order of their registration, so this one runs before Node.js' own clean-up
-/// of the thread-safe function. Whatever happens, the record is freed by its owner's destructor.
+/// | State   | Record belongs to | Thread-safe function belongs to | `self_` | Next state |
+/// |---------|-------------------|---------------------------------|---------|-----------------------------------------|
+/// | working | the worker        | the worker                      | set     | queued or refused by Deliver, or ended |
+/// | queued  | this object       | Node.js                         | set     | done, or ended | | refused | nobody
+/// (freed)    | Node.js                         | set     | ended                                   | | done    |
+/// nobody (freed)    | Node.js                         | null    | none: OnScriptThread has run            | | ended |
+/// nobody, or still the worker, whose Deliver frees it | Node.js | null | none: OnEnvironmentEnd has run |
+///
+/// OnEnvironmentEnd is a clean-up hook of the environment. Hooks run in the reverse order of their registration, so it
+/// runs before Node.js' own hook for the thread-safe function. That one frees the function, in some releases of Node.js
+/// even if a worker has not released it yet; a worker must not touch it any more then.
 template <typename Record>
-class BackgroundCall : public std::enable_shared_from_this<BackgroundCall<Record>> {
+class BackgroundCall {
  public:
+  /// Makes a call in the state "working". Throws Napi::Error if a Node-API call fails. Script thread.
+  static std::shared_ptr<BackgroundCall> Create(Napi::Env env, Napi::Function callback,
+                                                const BackgroundFunction<Record>& function) {
+    const auto call = std::make_shared<BackgroundCall>(env, callback, function);
+    call->self_ = call;
+    return call;
+  }
+
+  /// Only for Create.
   BackgroundCall(Napi::Env env, Napi::Function callback, const BackgroundFunction<Record>& function)
       : toScript_(function.toScript),
         threadSafeFunction_(Napi::ThreadSafeFunction::New(env, callback, function.resourceName,
-                                                          /*maxQueueSize=*/0, /*initialThreadCount=*/1)) {}
-
-  /// Ties this call to its environment; throws Napi::Error when that fails. Script thread.
-  void Attach(Napi::Env env) {
-    auto hold = std::make_unique<Hold>(this->shared_from_this());
-    if (napi_add_env_cleanup_hook(env, &OnEnvironmentEnd, hold.get()) != napi_ok) {
-      const auto error = Napi::Error::New(env);
-      threadSafeFunction_.Release();
-      throw error;
-    }
-    environmentHold_ = hold.release();
+                                                          /*maxQueueSize=*/0, /*initialThreadCount=*/1)) {
+    if (napi_add_env_cleanup_hook(env, &OnEnvironmentEnd, this) == napi_ok) return;
+    const auto error = Napi::Error::New(env);
+    threadSafeFunction_.Release();
+    throw error;
   }
 
-  /// Queues the record to the script thread; a null record stands for one that memory did not suffice for. When the
-  /// environment is closing, or the queue has no room for its own item, the record is freed and the callback never
-  /// runs. Worker thread, once.
-  void Deliver(std::unique_ptr<Record> record) {
+  /// Queues the record to the script thread; null stands for a record that could not be allocated. If the environment
+  /// is closing, or there is no memory for the queue's own item, the record is freed and the callback never runs.
+  /// Worker thread, once.
+  void Deliver(std::unique_ptr<Record> record) noexcept {
+    // The lock must span the queueing and the release: as soon as OnEnvironmentEnd or the callback lets go of the call,
+    // Node.js may free the thread-safe function. Queueing never waits for the script thread, so neither does the lock.
     const std::lock_guard lock(mutex_);
-    if (environmentEnded_) return;
+    if (!isWorking_) return;
+    isWorking_ = false;
     record_ = std::move(record);
     napi_status status = napi_generic_failure;
     try {
       status = threadSafeFunction_.NonBlockingCall(this, &OnScriptThread);
     } catch (const std::bad_alloc&) {
-      // No room for the queue's own item: the call ends without its callback.
+      // There is no memory for the queue's item: the call ends without its callback.
     }
     if (status != napi_ok) record_.reset();
-    // To be refused because the environment is closing already gives the thread-safe function up: hands off it then.
+    // napi_closing: the environment is closing, and Node.js has released the function already.
     if (status != napi_closing) threadSafeFunction_.Release();
-    released_ = true;
   }
 
  private:
-  using Hold = std::shared_ptr<BackgroundCall>;
-
   static void OnScriptThread(Napi::Env env, Napi::Function callback, BackgroundCall* call) {
-    const std::unique_ptr<Hold> hold(call->environmentHold_);
-    napi_remove_env_cleanup_hook(env, &OnEnvironmentEnd, hold.get());
+    const std::shared_ptr<BackgroundCall> keepAlive = std::move(call->self_);
+    napi_remove_env_cleanup_hook(env, &OnEnvironmentEnd, call);
     std::unique_ptr<Record> record;
     {
-      const std::lock_guard lock(call->mutex_);
+      const std::lock_guard waitForWorker(call->mutex_);
       record = std::move(call->record_);
     }
     try {
       const Record nothing{};
       callback.Call(env.Undefined(), {call->toScript_(env, record ? *record : nothing)});
     } catch (const Napi::Error& error) {
-      // Left to itself, Node.js turns an exception that leaves a thread-safe function into a mere warning. It belongs
-      // to the client's handlers of uncaught exceptions.
-      napi_fatal_exception(env, error.Value());
+      // As node-addon-api does with an error that gets out of here; but it would not free its queue item then.
+      error.ThrowAsJavaScriptException();
     }
   }
 
   static void OnEnvironmentEnd(void* data) {
-    const std::unique_ptr<Hold> hold(static_cast<Hold*>(data));
-    BackgroundCall& call = **hold;
+    BackgroundCall& call = *static_cast<BackgroundCall*>(data);
+    const std::shared_ptr<BackgroundCall> keepAlive = std::move(call.self_);
     const std::lock_guard lock(call.mutex_);
-    call.environmentEnded_ = true;
     call.record_.reset();
-    if (!call.released_) call.threadSafeFunction_.Release();
+    if (std::exchange(call.isWorking_, false)) call.threadSafeFunction_.Release();
   }
 
   Napi::Value (*const toScript_)(Napi::Env env, const Record& record);
   Napi::ThreadSafeFunction threadSafeFunction_;
-  Hold* environmentHold_ = nullptr;
+  /// Only the script thread touches it.
+  std::shared_ptr<BackgroundCall> self_;
 
-  /// Taken where memory has run out, too.
+  /// Guards the members below. An SrwLock also works after memory has run out.
   win::SrwLock mutex_;
-  bool environmentEnded_ = false;
-  bool released_ = false;
+  bool isWorking_ = true;
   std::unique_ptr<Record> record_;
 };
 
-/// Runs `work(Record&)` on a worker of its own and later calls `callback` on the script thread with what
-/// `function.toScript` makes of the record, as its only argument and with `undefined` as receiver. When memory runs out
-/// in the worker, what `work` had put into the record until then is delivered; any other exception that `work` lets out
-/// ends the process. Calls may overlap, and callbacks come in the order in which the workers finish. What a callback
-/// throws is an uncaught exception of its environment.
+/// Runs `work(Record&)` on a worker thread and later, on the script thread, calls `callback` with what
+/// `function.toScript` makes of the record. That is the only argument; the receiver is `undefined`. Calls may overlap;
+/// callbacks come in the order in which the workers finish. An exception that the callback throws is thrown into script
+/// as it leaves the module; Node.js decides what becomes of it.
 ///
-/// Returns `undefined`, the handler's own result. Throws Napi::Error when a Node-API call fails and std::system_error
-/// when the thread cannot be started. Script thread.
+/// If `work` throws std::bad_alloc, the record is delivered as `work` left it. Any other exception from `work` ends the
+/// process.
+///
+/// Returns `undefined`, which the handler returns too. Throws Napi::Error if a Node-API call fails and
+/// std::system_error if the thread cannot be started; that one ends the process, so nothing is undone then. Script
+/// thread.
 template <typename Record, typename Work>
 Napi::Value RunInBackground(Napi::Env env, Napi::Function callback, const BackgroundFunction<Record>& function,
                             Work work) {
-  auto call = std::make_shared<BackgroundCall<Record>>(env, callback, function);
-  call->Attach(env);
-  // Deliberate: when the thread cannot be started, the thread-safe function stays unreleased.
+  auto call = BackgroundCall<Record>::Create(env, callback, function);
   StartWorker(function.threadName, [call = std::move(call), work = std::move(work)]() mutable {
     std::unique_ptr<Record> record;
     try {
       record = std::make_unique<Record>();
       work(*record);
     } catch (const std::bad_alloc&) {
-      // The record holds what there was room for.
+      // Delivered as it is.
     }
     call->Deliver(std::move(record));
   });

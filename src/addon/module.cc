@@ -2,9 +2,10 @@
 
 #include <napi.h>
 
+#include <windows.h>
+
 #include <cstring>
 
-#include "addon/keep_loaded.h"
 #include "gpu_usage/handlers.h"
 #include "identity/handlers.h"
 #include "jank/handlers.h"
@@ -18,7 +19,7 @@ struct ScriptFunction {
   Napi::Value (*handler)(const Napi::CallbackInfo& info);
 };
 
-/// In the order in which script sees them.
+/// The order is the one that script sees.
 constexpr ScriptFunction kScriptFunctions[] = {
     {"getGuid", &identity::GetGuid},
     {"getCpuName", &identity::GetCpuName},
@@ -35,10 +36,19 @@ constexpr ScriptFunction kScriptFunctions[] = {
     {"enumProcessList", &process_list::EnumProcessList},
 };
 
-/// Fills `exports`. Runs once in every script environment that loads the module and keeps no state. A failing Node-API
-/// call throws Napi::Error, which the registration wrapper turns into a failing load.
+/// Keeps the module's file loaded until the process ends. Node.js unloads a module when the last script environment
+/// that loaded it ends, and then a worker may still be running the module's code.
+void KeepModuleLoaded() noexcept {
+  HMODULE module = nullptr;
+  // Any address inside the module will do.
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                     reinterpret_cast<LPCWSTR>(kScriptFunctions), &module);
+}
+
+/// Sets the functions on `exports`. Runs once in every script environment that loads the module and keeps no state.
+/// Throws Napi::Error if a Node-API call fails; the registration wrapper then makes the load fail with that error.
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
-  addon::KeepModuleLoaded();
+  KeepModuleLoaded();
   for (const auto& [name, handler] : kScriptFunctions) {
     const auto function = Napi::Function::New(env, handler);
     exports.Set(Napi::String::New(env, name, std::strlen(name)), function);

@@ -1,10 +1,11 @@
-// Binds the module's imports of Node-API when the module is loaded. The imports name "node.exe", but the client's
-// executable has another name, so they are delay-loaded and bound here to the module that really exports Node-API: the
-// host executable, or the DLL in which an embedder keeps Node.js. All of them are bound at once, because the compilers'
-// code for binding one at its first call may overwrite the floating-point arguments of that very call.
+// Binds the module's imports of Node-API when the module is loaded. The imports name "NODE.EXE", but the client's
+// executable has another name. So they are delay-loaded and are bound here to the loaded module that exports Node-API:
+// the host executable, or the DLL in which some hosts keep Node.js. All of them are bound at once, because the code
+// that binds a delay-loaded function at its first call may overwrite the floating-point arguments of that call.
 //
-// Where nothing in the process exports Node-API, the load fails, and the loading script gets an error that it can read.
-// This file has no header: the loader and the linker's delay-load helper find its functions by their names.
+// If no loaded module exports Node-API, or a function is missing there, this module fails to load, and the loading
+// script gets an error that it can catch. This file has no header: the loader and the linker's delay-load helper find
+// its functions by their names.
 
 #include <windows.h>
 
@@ -22,7 +23,7 @@ bool ExportsNodeApi(HMODULE module) {
   return GetProcAddress(module, "napi_create_function") != nullptr;
 }
 
-/// The loaded module that exports Node-API; null when there is none.
+/// The loaded module that exports Node-API; null if there is none.
 HMODULE FindNodeApi() {
   const HMODULE host = GetModuleHandleW(nullptr);
   if (ExportsNodeApi(host)) return host;
@@ -35,35 +36,46 @@ HMODULE FindNodeApi() {
   return nullptr;
 }
 
+}  // namespace
+
+#ifdef _MSC_VER
+
+namespace {
+
+/// As the import library spells it.
+constexpr char kImportedName[] = "NODE.EXE";
+
 FARPROC WINAPI AnswerDelayLoadHelper(unsigned notification, PDelayLoadInfo info) {
-  if (notification != dliNotePreLoadLibrary || _stricmp(info->szDll, "node.exe") != 0) return nullptr;
+  if (notification != dliNotePreLoadLibrary || _stricmp(info->szDll, kImportedName) != 0) return nullptr;
   return reinterpret_cast<FARPROC>(FindNodeApi());
+}
+
+/// True if every function of Node-API that the module imports has been found.
+bool BindNodeApi() {
+  if (!FindNodeApi()) return false;
+  __try {
+    return SUCCEEDED(__HrLoadAllImportsForDll(kImportedName));
+  } __except (EXCEPTION_EXECUTE_HANDLER) {
+    // The delay-load helper raises an exception for a function that it does not find.
+    return false;
+  }
 }
 
 }  // namespace
 
-extern "C" {
+extern "C" const PfnDliHook __pfnDliNotifyHook2 = &AnswerDelayLoadHelper;
 
-// MSVC's delayimp.h declares the hook const, MinGW-w64's does not.
-#ifdef _MSC_VER
-const PfnDliHook __pfnDliNotifyHook2 = &AnswerDelayLoadHelper;
 #else
-PfnDliHook __pfnDliNotifyHook2 = &AnswerDelayLoadHelper;
 
-// MinGW-w64's linker tells the delay-load helper nothing of its table as a whole, so __HrLoadAllImportsForDll finds
-// nothing. dlltool names the table after the import library (cmake/NodeApi.cmake).
-extern const ImgDelayDescr __DELAY_IMPORT_DESCRIPTOR_libnode_api_delay_a;
-extern IMAGE_DOS_HEADER __ImageBase;
-#endif
-}
+// MinGW-w64's delay-load helper cannot find the table of imports, so its __HrLoadAllImportsForDll does nothing. dlltool
+// names the table after the import library (cmake/NodeApi.cmake).
+extern "C" const ImgDelayDescr __DELAY_IMPORT_DESCRIPTOR_libnode_api_delay_a;
+extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace {
 
-/// True when every function of Node-API that the module imports has been found.
+/// True if every function of Node-API that the module imports has been found.
 bool BindNodeApi() {
-#ifdef _MSC_VER
-  return FindNodeApi() && SUCCEEDED(__HrLoadAllImportsForDll("node.exe"));
-#else
   const HMODULE nodeApi = FindNodeApi();
   if (!nodeApi) return false;
   std::byte* const base = reinterpret_cast<std::byte*>(&__ImageBase);
@@ -77,10 +89,11 @@ bool BindNodeApi() {
     slot->u1.Function = reinterpret_cast<ULONGLONG>(function);
   }
   return true;
-#endif
 }
 
 }  // namespace
+
+#endif
 
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
   return reason != DLL_PROCESS_ATTACH || BindNodeApi() ? TRUE : FALSE;

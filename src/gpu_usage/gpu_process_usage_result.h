@@ -1,10 +1,12 @@
 #pragma once
 
+#include <string_view>
+
 namespace gpu_usage {
 
-/// How busy the graphics processor's engines were, by engine kind. Every sum is a percentage of one engine's time over
-/// the interval between two collections of the counter. The sums of the system take in every process, adapter and
-/// engine of the kind and can exceed 100. A flag is set when at least one instance of its kind was read.
+/// How busy the engines of the graphics processor were, by engine kind. Every sum is a percentage of one engine's time
+/// between two collections of the counter. The `sys` sums include every process, adapter and engine of the kind and can
+/// exceed 100. A flag is set if at least one instance of its kind was read.
 struct GpuProcessUsageResult {
   bool has3d = false;
   double gpuProc3d = 0.0;
@@ -22,6 +24,53 @@ struct GpuProcessUsageResult {
   double gpuProcCod = 0.0;
   double nativeProcCod = 0.0;
   double sysCod = 0.0;
+};
+
+/// One engine kind: how an instance of the counter shows it, and its fields with their property names in script.
+struct EngineKind {
+  struct Sum {
+    const char* name;
+    double GpuProcessUsageResult::*value;
+  };
+
+  /// What follows "engtype_" in the name of an instance, in lower case.
+  std::wstring_view engine;
+  Sum gpuProc;
+  Sum nativeProc;
+  Sum sys;
+  const char* flagName;
+  bool GpuProcessUsageResult::*flag;
+};
+
+using Result = GpuProcessUsageResult;
+
+/// In the order in which script sees the properties.
+inline constexpr EngineKind kEngineKinds[] = {
+    {L"3d",
+     {"gpuProc3d", &Result::gpuProc3d},
+     {"nativeProc3d", &Result::nativeProc3d},
+     {"sys3d", &Result::sys3d},
+     "has3d",
+     &Result::has3d},
+    {L"videoencode",
+     {"gpuProcEnc", &Result::gpuProcEnc},
+     {"nativeProcEnc", &Result::nativeProcEnc},
+     {"sysEnc", &Result::sysEnc},
+     "hasEnc",
+     &Result::hasEnc},
+    {L"videodecode",
+     {"gpuProcDec", &Result::gpuProcDec},
+     {"nativeProcDec", &Result::nativeProcDec},
+     {"sysDec", &Result::sysDec},
+     "hasDec",
+     &Result::hasDec},
+    // The system spells this one with a space.
+    {L"video codec",
+     {"gpuProcCod", &Result::gpuProcCod},
+     {"nativeProcCod", &Result::nativeProcCod},
+     {"sysCod", &Result::sysCod},
+     "hasCod",
+     &Result::hasCod},
 };
 
 }  // namespace gpu_usage

@@ -1,10 +1,9 @@
 #include "gpu_usage/handlers.h"
 
-#include <array>
 #include <cstdint>
 
 #include "addon/background_work.h"
-#include "addon/bad_argument.h"
+#include "addon/script_values.h"
 #include "addon/worker_thread.h"
 #include "gpu_usage/gpu_process_usage_result.h"
 #include "gpu_usage/sampler.h"
@@ -13,42 +12,14 @@ namespace gpu_usage {
 
 namespace {
 
-struct Sum {
-  const char* name;
-  double GpuProcessUsageResult::*value;
-};
-
-/// The properties of one engine kind, in the order in which script sees them.
-struct KindProperties {
-  std::array<Sum, 3> sums;
-  const char* flagName;
-  bool GpuProcessUsageResult::*flag;
-};
-
-using Result = GpuProcessUsageResult;
-constexpr std::array<KindProperties, 4> kKinds = {{
-    {{{{"gpuProc3d", &Result::gpuProc3d}, {"nativeProc3d", &Result::nativeProc3d}, {"sys3d", &Result::sys3d}}},
-     "has3d",
-     &Result::has3d},
-    {{{{"gpuProcEnc", &Result::gpuProcEnc}, {"nativeProcEnc", &Result::nativeProcEnc}, {"sysEnc", &Result::sysEnc}}},
-     "hasEnc",
-     &Result::hasEnc},
-    {{{{"gpuProcDec", &Result::gpuProcDec}, {"nativeProcDec", &Result::nativeProcDec}, {"sysDec", &Result::sysDec}}},
-     "hasDec",
-     &Result::hasDec},
-    {{{{"gpuProcCod", &Result::gpuProcCod}, {"nativeProcCod", &Result::nativeProcCod}, {"sysCod", &Result::sysCod}}},
-     "hasCod",
-     &Result::hasCod},
-}};
-
-/// Deliberate: a kind that was not seen has no properties at all, never a flag that is false, and a sum of exactly zero
-/// is left out. Not-a-number is unequal to zero and goes through.
+/// Compatibility: the client takes a missing property for "not seen" or "idle". So a kind that was not seen has no
+/// properties, not even a flag of false, and a sum of exactly zero is left out.
 Napi::Value ToScript(Napi::Env env, const GpuProcessUsageResult& result) {
   const auto usage = Napi::Object::New(env);
-  for (const KindProperties& kind : kKinds) {
+  for (const EngineKind& kind : kEngineKinds) {
     if (!(result.*kind.flag)) continue;
-    for (const auto& [name, value] : kind.sums) {
-      if (result.*value != 0.0) usage.Set(name, Napi::Number::New(env, result.*value));
+    for (const EngineKind::Sum& sum : {kind.gpuProc, kind.nativeProc, kind.sys}) {
+      addon::SetIfPresent(usage, sum.name, result.*sum.value);
     }
     usage.Set(kind.flagName, Napi::Boolean::New(env, true));
   }

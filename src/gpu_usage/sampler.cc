@@ -5,8 +5,10 @@
 #include <cstddef>
 #include <memory>
 #include <new>
+#include <type_traits>
 
 #include "gpu_usage/usage_accumulator.h"
+#include "win/get_function.h"
 #include "win/never_destroyed.h"
 
 namespace gpu_usage {
@@ -16,19 +18,62 @@ namespace {
 constexpr wchar_t kCounterPath[] = L"\\GPU Engine(*)\\Utilization Percentage";
 constexpr auto kMoreData = static_cast<PDH_STATUS>(PDH_MORE_DATA);
 
+/// The functions of PDH that the sampler calls: all of them, or none while PDH has not been loaded.
+struct PdhFunctions {
+  decltype(&PdhOpenQueryW) openQuery = nullptr;
+  decltype(&PdhAddCounterW) addCounter = nullptr;
+  decltype(&PdhCollectQueryData) collectQueryData = nullptr;
+  decltype(&PdhGetFormattedCounterArrayW) getFormattedCounterArray = nullptr;
+  decltype(&PdhRemoveCounter) removeCounter = nullptr;
+  decltype(&PdhCloseQuery) closeQuery = nullptr;
+};
+
+/// Guarded by the sampler's lock, like the handles that these functions give out.
+PdhFunctions pdh;
+
 win::NeverDestroyed<Sampler> shared;
+
+/// Loads PDH if it is not loaded yet; false if the system has no such library or the library lacks a function. It is
+/// not an import of the module, because most clients load the module long before they need PDH, and because the rest
+/// of the module must work without it. PDH is never unloaded: its query is never closed either.
+bool LoadPdh() noexcept {
+  if (pdh.openQuery) return true;
+  const HMODULE library = LoadLibraryW(L"pdh.dll");
+  PdhFunctions found;
+  const auto find = [library](auto& function, const char* name) {
+    function = win::GetFunction<std::remove_reference_t<decltype(function)>>(library, name);
+    return function != nullptr;
+  };
+  if (!find(found.openQuery, "PdhOpenQueryW") || !find(found.addCounter, "PdhAddCounterW") ||
+      !find(found.collectQueryData, "PdhCollectQueryData") ||
+      !find(found.getFormattedCounterArray, "PdhGetFormattedCounterArrayW") ||
+      !find(found.removeCounter, "PdhRemoveCounter") || !find(found.closeQuery, "PdhCloseQuery")) {
+    return false;
+  }
+  pdh = found;
+  return true;
+}
 
 }  // namespace
 
+void Sampler::QueryTraits::Close(Value value) noexcept {
+  pdh.closeQuery(value);
+}
+
+void Sampler::CounterTraits::Close(Value value) noexcept {
+  pdh.removeCounter(value);
+}
+
 void Sampler::OpenAndPrime() noexcept {
-  // The handles alone tell success; the statuses are deliberately not looked at.
-  if (!query_) PdhOpenQueryW(nullptr, 0, query_.Receive());
+  if (!LoadPdh()) return;
+  // Compatibility: only the handles show success; the client has always had the status codes ignored.
+  if (!query_) pdh.openQuery(nullptr, 0, query_.Receive());
   if (!query_) return;
-  // Deliberately not PdhAddEnglishCounterW, as the client has always had it: where Windows' language has its own name
-  // for the counter, there is none.
-  if (!counter_) PdhAddCounterW(query_.Get(), kCounterPath, 0, counter_.Receive());
+  // Compatibility: not PdhAddEnglishCounterW. On a Windows whose language has its own name for this counter, the client
+  // has always got empty samples.
+  if (!counter_) pdh.addCounter(query_.Get(), kCounterPath, 0, counter_.Receive());
   if (!counter_) return;
-  PdhCollectQueryData(query_.Get());
+  pdh.collectQueryData(query_.Get());
 }
 
 void Sampler::Reinitialise() {
@@ -44,25 +89,25 @@ void Sampler::Sample(int32_t nativePid, int32_t gpuPid, GpuProcessUsageResult& r
     OpenAndPrime();
     return;
   }
-  // A failed collection is no reason to stop: PDH still has the values of the one before.
-  PdhCollectQueryData(query_.Get());
+  // If the collection fails, PDH still has the values of the previous one.
+  pdh.collectQueryData(query_.Get());
 
   DWORD size = 0;
   DWORD count = 0;
-  if (PdhGetFormattedCounterArrayW(counter_.Get(), PDH_FMT_DOUBLE, &size, &count, nullptr) != kMoreData) return;
+  if (pdh.getFormattedCounterArray(counter_.Get(), PDH_FMT_DOUBLE, &size, &count, nullptr) != kMoreData) return;
   const std::unique_ptr<std::byte[]> buffer(new (std::nothrow) std::byte[size]);
   if (!buffer) return;
-  // The items come first in the buffer, the names that they point to behind them.
+  // The buffer starts with the items; the names that they point to follow.
   auto* const items = reinterpret_cast<PDH_FMT_COUNTERVALUE_ITEM_W*>(buffer.get());
-  const PDH_STATUS status = PdhGetFormattedCounterArrayW(counter_.Get(), PDH_FMT_DOUBLE, &size, &count, items);
+  const PDH_STATUS status = pdh.getFormattedCounterArray(counter_.Get(), PDH_FMT_DOUBLE, &size, &count, items);
   if (status != ERROR_SUCCESS || count == 0) return;
 
   UsageAccumulator accumulator(nativePid, gpuPid);
   for (DWORD index = 0; index < count; ++index) {
-    // The item's own status is deliberately not looked at.
+    // Compatibility: an item counts whatever its own status is.
     accumulator.Add(items[index].szName, items[index].FmtValue.doubleValue);
   }
-  // All or nothing: half the sums would look like a quiet machine.
+  // Only now, because half of the sums would look like an idle machine.
   result = accumulator.Result();
 }
 

@@ -7,19 +7,18 @@
 
 namespace gpu_usage {
 
-/// Sums the instances of the GPU engine counter, whose names tell process and engine, such as
-/// "pid_1234_luid_0x00000000_0x0000A1B2_phys_0_eng_0_engtype_3D". One object for each sample. Not thread-safe.
+/// Sums the instances of the GPU engine counter. The name of an instance shows its process and its engine, for example
+/// "pid_1234_luid_0x00000000_0x0000A1B2_phys_0_eng_0_engtype_3D". Use one object for each sample. One thread.
 class UsageAccumulator {
  public:
-  /// `nativePid` feeds the sums of the native process, `gpuPid` those of the GPU process. The two may be equal.
+  /// `nativePid` is the process of the `nativeProc` sums, `gpuPid` that of the `gpuProc` sums; they may be equal.
   UsageAccumulator(int32_t nativePid, int32_t gpuPid);
 
-  /// Adds one instance, whatever the case of its name. Its value goes, as it is, to every kind that the name tells, and
-  /// for a kind to both processes when the name tells both. An instance of another kind (copy, compute...) counts for
-  /// nothing.
+  /// Adds the value of one instance, unchanged, to the sums of every engine kind and process in its name; upper and
+  /// lower case are the same. An instance of another engine kind (copy, compute) is ignored. Throws std::bad_alloc.
   ///
-  /// A process is found by "pid_" and its id anywhere in the name, without a look at what follows: deliberate, so 12
-  /// takes in the instances of 123 too.
+  /// Compatibility: a process is found by "pid_" and its id anywhere in the name, whatever character follows. So id 12
+  /// also counts the instances of process 123, and the client's figures have always included them.
   void Add(const wchar_t* instanceName, double value);
 
   /// The sums and flags so far.
@@ -28,7 +27,7 @@ class UsageAccumulator {
  private:
   const std::wstring nativeMarker_;
   const std::wstring gpuMarker_;
-  /// The name in lower case; kept between instances for its memory.
+  /// The name in lower case; a member so that all instances share its memory.
   std::wstring name_;
   GpuProcessUsageResult result_;
 };

@@ -6,8 +6,7 @@
 #include <string>
 
 #include "addon/background_work.h"
-#include "addon/bad_argument.h"
-#include "addon/script_text.h"
+#include "addon/script_values.h"
 #include "jank/capture.h"
 
 namespace jank {

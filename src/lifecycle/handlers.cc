@@ -3,8 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "addon/bad_argument.h"
-#include "addon/script_text.h"
+#include "addon/script_values.h"
 #include "lifecycle/old_version.h"
 #include "lifecycle/single_instance.h"
 #include "lifecycle/startup_mask.h"

@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "addon/background_work.h"
-#include "addon/bad_argument.h"
+#include "addon/script_values.h"
 #include "process_list/process_list.h"
 
 namespace process_list {

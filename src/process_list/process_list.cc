@@ -4,6 +4,8 @@
 
 #include <tlhelp32.h>
 
+#include <utility>
+
 #include "win/text.h"
 #include "win/unique_resource.h"
 
@@ -12,11 +14,14 @@ namespace process_list {
 void ListProcesses(ProcessList& processes) {
   const win::UniqueFile snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
   if (!snapshot) return;
+  ProcessList found;
   PROCESSENTRY32W entry{};
   entry.dwSize = sizeof(entry);
   for (BOOL more = Process32FirstW(snapshot.Get(), &entry); more; more = Process32NextW(snapshot.Get(), &entry)) {
-    processes.emplace_back(entry.th32ProcessID, win::WideToUtf8(entry.szExeFile));
+    found.emplace_back(entry.th32ProcessID, win::WideToUtf8(entry.szExeFile));
   }
+  // Only now, because half of a list would look like a whole one.
+  processes = std::move(found);
 }
 
 }  // namespace process_list

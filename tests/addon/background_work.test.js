@@ -2,101 +2,120 @@
 const assert = require('node:assert/strict');
 const { createHook } = require('node:async_hooks');
 const test = require('node:test');
-const { load, loadHelper, modulePath, runScript } = require('../support/windows.js');
+const { setTimeout: wait } = require('node:timers/promises');
+const { scriptedSystem } = require('../support/scripted_system.js');
 const { captureArgs } = require('../support/stall_target.js');
+const { koffi } = require('../support/windows_api.js');
+const { call, modulePath, runScript } = require('../support/windows.js');
 
-const util = load();
+/** Lets the module find `found` when it looks for SetThreadDescription. */
+const playNaming = (system, found) => system.play('GetProcAddress', (real, library, name) =>
+  (name === 'SetThreadDescription' ? found : real(library, name)));
 
-test('each calls back once, later, with one argument and no receiver, from a thread and a resource of its name', async () => {
-  const helper = loadHelper();
-  helper.recordThreadNames();
+test('each calls back once, later, with one argument and no receiver, from named thread and resource', async (t) => {
+  const system = scriptedSystem(t);
+  const thisThread = 2n ** 64n - 2n;
+  const threads = [];
+  playNaming(system, system.callback('SetThreadDescription', (real, thread, name) => {
+    threads.push([koffi.address(thread), name]);
+    return 0;
+  }, 0n));
+  system.fail('LoadLibraryW'); // The functions need not get far.
   for (const [start, args, resource, thread] of [
-    [util.enumProcessList, [], 'enum_process_list_callback', 'EnumProcessList'],
-    [util.getGpuUsage, [1, 2], 'get_gpu_process_usage_callback', 'GetGpuUsage'],
-    [util.captureNativeJank, [captureArgs({ processId: 0xFFFFFFF0 })], 'capture_native_jank_callback', 'CaptureJank'],
+    ['enumProcessList', [], 'enum_process_list_callback', 'EnumProcessList'],
+    ['getGpuUsage', [1, 2], 'get_gpu_process_usage_callback', 'GetGpuUsage'],
+    ['captureNativeJank', [captureArgs({ processId: 0xFFFFFFF0 })], 'capture_native_jank_callback', 'CaptureJank'],
   ]) {
+    for (const bad of [undefined, null, 5, 'f', {}, [() => {}]]) {
+      assert.throws(() => system.util[start](...args, bad), { name: 'TypeError', message: 'Invalid arg' });
+    }
     const resources = [];
     const hook = createHook({ init: (_, type) => resources.push(type) }).enable();
     const heard = [];
     let returned = 'nothing';
     await new Promise((resolve) => {
-      returned = start(...args, function callback(...rest) {
+      returned = system.util[start](...args, function callback(...rest) {
         heard.push([this, rest.length, returned]);
-        setTimeout(resolve, 100);
+        setTimeout(resolve, 50);
       });
     });
     hook.disable();
     assert.deepEqual(heard, [[undefined, 1, undefined]]);
+    assert.deepEqual(threads.splice(0), [[thisThread, thread]]);
     assert.ok(resources.includes(resource), resources.join());
-    assert.equal(helper.threadNames().at(-1), thread);
   }
-  util.initGpuUsage();
-  while (helper.threadNames().at(-1) !== 'InitGpuUsage') await new Promise((resolve) => { setTimeout(resolve, 10); });
+  system.util.initGpuUsage();
+  for (let turn = 0; threads.length === 0 && turn < 200; ++turn) await wait(10);
+  assert.deepEqual(threads, [[thisThread, 'InitGpuUsage']]);
 });
 
-test('a callback that throws is an uncaught exception, and the module goes on working', async () => {
-  const printed = await runScript(`
-    process.on('uncaughtException', (error) => {
-      print(error.message);
-      util.enumProcessList(({ list }) => print(list.length > 0));
-    });
-    util.enumProcessList(() => { throw new Error('from the callback'); });`);
-  assert.deepEqual(printed, ['from the callback', true]);
-  await assert.rejects(runScript(`util.enumProcessList(() => { throw new Error('nobody listens'); });`),
-    /exit code [1-9].*nobody listens/s);
+test('on a system without thread descriptions a thread raises its name as an exception, and goes on', async (t) => {
+  const system = scriptedSystem(t);
+  playNaming(system, null);
+  const raised = [];
+  system.play('RaiseException', (real, code, flags, count, info) => {
+    const [type, name, threadAndFlags] = koffi.decode(info, 'uint64', 3);
+    assert.ok(threadAndFlags < 2 ** 32);
+    raised.push([code, flags, count, Number(type) % 2 ** 32, koffi.decode(BigInt(name), 'char', -1)]);
+  });
+  await call(system.util.enumProcessList);
+  assert.deepEqual(raised, [[0x406D1388, 0, 3, 0x1000, 'EnumProcessList']]);
+  system.restore('RaiseException');
+  await call(system.util.enumProcessList);
 });
 
-test('a process survives script workers that end inside a callback', async () => {
-  const printed = await runScript(`
-    const { Worker } = require('node:worker_threads');
-    const run = (callback) => new Promise((resolve) => {
-      const worker = new Worker(\`const { parentPort } = require('node:worker_threads');
-        require(${JSON.stringify(JSON.stringify(modulePath)).slice(1, -1)}).enumProcessList(() => { \${callback} });\`, { eval: true });
-      worker.on('message', () => worker.terminate());
-      worker.on('exit', resolve);
+test('an exception from a callback goes to Node.js, which warns, and the call leaves nothing behind', async (t) => {
+  const system = scriptedSystem(t);
+  const warnings = [];
+  process.removeAllListeners('warning').on('warning', ({ code }) => warnings.push(code));
+  const throwing = () => new Promise((resolve) => {
+    system.util.enumProcessList(() => {
+      setTimeout(resolve, 5);
+      throw new Error('expected');
     });
-    print(await run('process.exit(7);'));
-    print(await run("parentPort.postMessage('looping'); for (;;);"));
-    util.enumProcessList(({ list }) => print(list.length > 0));`);
-  assert.deepEqual(printed, [7, 1, true]);
+  });
+  const balance = () => system.count('malloc') - system.count('free');
+  await throwing();
+  const before = balance();
+  for (let turn = 0; turn < 20; ++turn) await throwing();
+  assert.ok(balance() - before < 10);
+  assert.ok(warnings.includes('DEP0168'), warnings.join());
 });
 
 // The module is not loaded on the main thread here, so each worker that ends would have it unloaded.
-test('a process survives 200 script workers that are terminated while their calls are under way', async () => {
-  const printed = await runScript(`
+test('a process survives 200 script workers that end at any moment of their calls', async () => {
+  assert.deepEqual(await runScript(`
     const { Worker } = require('node:worker_threads');
-    const file = ${JSON.stringify(modulePath)};
+    const shared = { file: ${JSON.stringify(modulePath)}, args: ${JSON.stringify(captureArgs())} };
     const source = \`
-      const util = require(\${JSON.stringify(file)});
-      util.captureNativeJank({ processId: 0, threadId: 0, jankType: '', janksDir: 'C:\\\\\\\\', userId: '', deviceId: '',
-        version: '', systemVersion: '', logFilename: '', living: false, uptime: 0, duration: 0 }, () => {});
+      const { parentPort, workerData: { file, args, way } } = require('node:worker_threads');
+      const util = require(file);
+      const started = () => parentPort.postMessage('started');
+      util.captureNativeJank(args, () => {});
       util.initGpuUsage();
       util.getGpuUsage(process.pid, 0, () => {});
-      util.enumProcessList(() => {});
-      require('node:worker_threads').parentPort.postMessage('started');
-      // Every eighth worker calls on and on: once its end has begun, Node-API refuses all that a handler still tries,
-      // throwing a script error among it.
-      while (require('node:worker_threads').workerData) {
+      util.enumProcessList(() => {
+        if (way === 1) process.exit();
+        if (way === 2) for (started();;);
+      });
+      if (way > 2) started();
+      // It goes on when its end has begun: Node-API then refuses all that a handler tries.
+      while (way === 3) {
         try { util.enumProcessList(); } catch {} try { util.removeOldVersion(1, 2); } catch {}
       }
       setInterval(() => {}, 1000);\`;
-    let started = 0;
-    let begun = 0;
+    let [begun, done] = [0, 0];
     const runWorkers = async () => {
       while (begun < 200) {
-        // Every fourth is not waited for, and ends while it starts or loads the module.
-        const patient = ++begun % 4 !== 0;
-        const worker = new Worker(source, { eval: true, workerData: begun % 8 === 1 });
-        worker.on('error', (error) => print(error.message));
-        await new Promise((resolve) => {
-          worker.on('exit', resolve);
-          worker.on('message', () => { ++started; worker.terminate(); });
-          if (!patient) setTimeout(() => worker.terminate(), begun % 50);
-        });
+        const way = ++begun % 8;
+        const worker = new Worker(source, { eval: true, workerData: { ...shared, way } });
+        // It ends while it starts or loads the module.
+        if (way === 0) setTimeout(() => worker.terminate(), begun % 50);
+        worker.on('message', () => { ++done; worker.terminate(); });
+        await new Promise((resolve) => { worker.on('exit', resolve); });
       }
     };
     await Promise.all(Array.from({ length: 8 }, runWorkers));
-    print(started >= 150);
-    require(file).enumProcessList(({ list }) => print(list.length > 0));`, { module: null });
-  assert.deepEqual(printed, [true, true]);
+    print(done);
+    require(shared.file).enumProcessList(({ list }) => print(list.length > 0));`, { module: null }), [150, true]);
 });

@@ -1,59 +1,53 @@
 'use strict';
 const assert = require('node:assert/strict');
+const { spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const test = require('node:test');
+const { scriptedSystem } = require('../support/scripted_system.js');
 const { modulePath, runScript } = require('../support/windows.js');
-const { readExecutable } = require('../support/executable.js');
 
-const file = readExecutable(fs.readFileSync(modulePath));
-const builtByMsvc = fs.existsSync(modulePath.replace(/node$/, 'pdb'));
+const names = ['getGuid', 'getCpuName', 'getOsVersionWithReleaseId', 'isDebugMode', 'createDuplicateMutex',
+  'destroyDuplicateMutex', 'enterStartupMask', 'leaveStartupMask', 'removeOldVersion', 'captureNativeJank',
+  'initGpuUsage', 'getGpuUsage', 'enumProcessList'];
 
-test('exports its entry points and nothing else', () => {
-  assert.deepEqual(file.exports.sort(),
-    ['GetDbgHelpFunctions', 'napi_register_module_v1', 'node_api_module_get_api_version_v1']);
+test('script gets the functions in order, nameless and as ordinary properties', (t) => {
+  const { util } = scriptedSystem(t);
+  assert.deepEqual(Object.getOwnPropertyNames(util), names);
+  for (const [name, { value, ...attributes }] of Object.entries(Object.getOwnPropertyDescriptors(util))) {
+    assert.deepEqual([typeof value, value.name], ['function', ''], name);
+    assert.deepEqual(attributes, { writable: true, enumerable: true, configurable: true }, name);
+  }
 });
 
-test('imports from system DLLs alone', () => {
-  assert.ok(file.imports.length > 0);
-  for (const library of file.imports) {
+test('the file exports its entry points, imports from Windows only, and has what Windows offers for hardening', (t) => {
+  const system = scriptedSystem(t);
+  const { exports, imports, dllCharacteristics, sections } = system.executable;
+  assert.deepEqual(exports, ['GetDbgHelpFunctions', 'napi_register_module_v1', 'node_api_module_get_api_version_v1']);
+  assert.equal(system.exported('int node_api_module_get_api_version_v1()')(), 8);
+  for (const { library } of imports) {
     assert.ok(fs.existsSync(path.join(process.env.SystemRoot, 'System32', library)), library);
-    // These may happen to lie there, but come with a compiler, not with Windows.
+    // Some of these lie there too, but come with a compiler.
     assert.doesNotMatch(library, /^(vcruntime|msvcp|concrt|lib)/i);
   }
+  const pdb = modulePath.replace(/node$/, 'pdb');
+  const [debugFile, controlFlowGuard] = fs.existsSync(pdb) ? [pdb, 0x4000] : [`${modulePath}.debug`, 0];
+  const wanted = 0x40 /* dynamic base */ | 0x20 /* high entropy */ | 0x100 /* no execute */ | controlFlowGuard;
+  assert.equal(dllCharacteristics & wanted, wanted);
+  assert.ok(sections.some(({ name }) => name === '.reloc'), 'without relocations it cannot be moved');
+  const writableCode = 0xA0000000;
+  for (const { name, flags } of sections) assert.notEqual((flags & writableCode) >>> 0, writableCode, name);
+  assert.ok(!sections.some(({ name }) => name.startsWith('.debug')), 'its debug information is in another file');
+  assert.ok(fs.statSync(debugFile).size > fs.statSync(modulePath).size);
 });
 
-test('is linked with the hardening that Windows offers', () => {
-  const dynamicBase = 0x40;
-  const highEntropy = 0x20;
-  const noExecute = 0x100;
-  const controlFlowGuard = builtByMsvc ? 0x4000 : 0;
-  const wanted = dynamicBase | highEntropy | noExecute | controlFlowGuard;
-  assert.equal(file.dllCharacteristics & wanted, wanted);
-  assert.ok(file.sections.some(({ name }) => name === '.reloc'), 'without relocations it cannot be moved');
-  const writable = 0x80000000;
-  const executable = 0x20000000;
-  for (const { name, flags } of file.sections) assert.ok(!((flags & writable) && (flags & executable)), name);
-});
-
-test('has its debug information in a file beside it', () => {
-  const beside = fs.statSync(builtByMsvc ? modulePath.replace(/node$/, 'pdb') : `${modulePath}.debug`);
-  assert.ok(beside.size > fs.statSync(modulePath).size);
-  assert.deepEqual(file.sections.filter(({ name }) => name.startsWith('.debug')), []);
-});
-
-test('loads in a host that is not called node.exe', async () => {
+test('it loads in a host of any name, and not in a process without Node-API', async (t) => {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-'));
-  try {
-    const host = path.join(folder, 'borvanta.exe');
-    fs.copyFileSync(process.execPath, host);
-    const printed = await runScript(`
-      print(util.getOsVersionWithReleaseId());
-      util.enumProcessList(({ list }) => print(list.find(({ pid }) => pid === process.pid).name));`, { execPath: host });
-    assert.equal(printed.length, 2);
-    assert.equal(printed[1], 'borvanta.exe');
-  } finally {
-    fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
-  }
+  t.after(() => fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 }));
+  const host = path.join(folder, 'borvanta.exe');
+  fs.copyFileSync(process.execPath, host);
+  assert.deepEqual(await runScript(`util.enumProcessList(({ list }) =>
+    print(list.find(({ pid }) => pid === process.pid).name));`, { execPath: host }), ['borvanta.exe']);
+  assert.equal(spawnSync('regsvr32', ['/s', modulePath]).status, 3 /* the library cannot be loaded */);
 });

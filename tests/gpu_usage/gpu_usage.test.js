@@ -1,55 +1,138 @@
 'use strict';
 const assert = require('node:assert/strict');
-const { once } = require('node:events');
-const path = require('node:path');
 const test = require('node:test');
-const { Worker } = require('node:worker_threads');
-const { buildFolder, call, load, loadHelper, modulePath, runScript } = require('../support/windows.js');
+const { setTimeout: wait } = require('node:timers/promises');
+const { scriptedSystem } = require('../support/scripted_system.js');
+const { koffi } = require('../support/windows_api.js');
+const { call, runScript } = require('../support/windows.js');
 
-const util = load();
+const moreData = 0x800007D2 | 0;
+const failure = 0xC0000BBA | 0;
+const Item = koffi.struct('Item', { name: 'str16', status: 'int', value: 'double' });
 
-// Wine has no GPU counters; other machines may have some.
-const skip = !process.env.WINEPREFIX;
-
-test('calls back with an empty object where there are no GPU counters, initGpuUsage or not', { skip }, async () => {
-  const sample = 'await new Promise((resolve) => util.getGpuUsage(1234, process.pid, resolve))';
-  // In a process of its own, because this one gets counters below. The first sample only opens them.
-  assert.deepEqual(await runScript(`print(${sample}); print(${sample});
-    print(util.initGpuUsage('arguments', 'are', 'ignored') === undefined); print(${sample});`), [{}, {}, true, {}]);
-});
-
-test('refuses anything but two numbers and a function and starts nothing', () => {
-  const helper = loadHelper();
-  helper.recordThreadNames();
-  const before = helper.threadNames().length;
-  const callback = () => assert.fail('never called');
-  for (const args of [[], [1234], [1234, 5678], ['1234', 5678, callback], [1234, '5678', callback], [1234, 5678, {}],
-    [1234, 5678n, callback], [new Number(1), 2, callback], [undefined, 5678, callback], [callback]]) {
-    assert.throws(() => util.getGpuUsage(...args), { name: 'TypeError', message: 'Invalid arg' });
-  }
-  assert.equal(helper.threadNames().length, before);
-});
-
-test('delivers what was seen, in order, and leaves out zeros and kinds that were not', async () => {
-  const injector = require(path.join(buildFolder, 'helpers', 'fault-injector.node'));
-  injector.useQuick(true);
-  injector.install(modulePath, 'Pdh');
-  const sample = (instances, nativePid, gpuPid) => {
-    injector.serve(instances);
-    return call(util.getGpuUsage, nativePid, gpuPid);
+/**
+ * A system with a PDH that opens all but what `pdh.missing` names and serves the instances of a sample. Its statuses are
+ * wrong where they must be ignored. `pdh.calls` has its calls, each with its first two arguments.
+ */
+function systemWithPdh(t) {
+  const system = scriptedSystem(t);
+  const pdh = { system, calls: [], missing: undefined, sizeStatus: moreData, readStatus: 0 };
+  let items = [];
+  let handle = 0n;
+  const answer = (name, ...args) => {
+    pdh.calls.push([name, ...args.slice(0, 2)].join(' '));
+    if (pdh.missing === name) return 0;
+    if (/^(Open|Add)/.test(name)) koffi.encode(args.at(-1), 'void*', ++handle);
+    if (!name.endsWith('ArrayW')) return failure;
+    const [, , size, count, buffer] = args;
+    if (buffer) assert.equal(koffi.decode(size, 'uint32'), items.length * koffi.sizeof(Item));
+    if (buffer) koffi.encode(buffer, koffi.array(Item, items.length), items);
+    koffi.encode(size, 'uint32', items.length * koffi.sizeof(Item));
+    koffi.encode(count, 'uint32', buffer ? items.length : 1);
+    return buffer ? pdh.readStatus : pdh.sizeStatus;
   };
-  // What an environment has opened that is gone serves the others.
-  await once(new Worker(`require(${JSON.stringify(modulePath)}).getGpuUsage(1, 2, () => {})`, { eval: true }), 'exit');
-  assert.deepEqual(Object.entries(await sample([['pid_12_engtype_Video Codec', 1], ['pid_34_engtype_Video Codec', 2],
-    ['pid_34_engtype_VideoDecode', 150], ['pid_7_engtype_VideoDecode', -0.25], ['pid_12_engtype_VideoEncode', NaN],
-    ['pid_12_engtype_3D', 0], ['pid_34_engtype_3D', -0], ['pid_12_engtype_Copy', 9]], 12.9, 34)), [
-    ['has3d', true], ['nativeProcEnc', NaN], ['sysEnc', NaN], ['hasEnc', true],
-    ['gpuProcDec', 150], ['sysDec', 149.75], ['hasDec', true],
-    ['gpuProcCod', 2], ['nativeProcCod', 1], ['sysCod', 3], ['hasCod', true],
-  ]);
-  const encoders = [['pid_-5_engtype_VideoEncode', 3], ['pid_0_engtype_VideoEncode', 4]];
-  assert.deepEqual(await sample(encoders, 2 ** 32 - 5, NaN), { gpuProcEnc: 4, nativeProcEnc: 3, sysEnc: 7, hasEnc: true });
-  assert.deepEqual(await sample(encoders, -5, -5), { gpuProcEnc: 3, nativeProcEnc: 3, sysEnc: 7, hasEnc: true });
-  assert.deepEqual(await sample([], 12, 34), {}, 'no instances');
-  assert.equal(injector.openPdhHandles(), 2);
+  system.play('GetProcAddress', (real, library, name) => (name.startsWith('Pdh')
+    ? system.callback(name, (_, ...args) => answer(name.slice(3), ...args)) : real(library, name)));
+  /** What a sample of `instances`, [name, value] each, delivers. */
+  pdh.sample = (instances = busy, ids = [12, 34]) => {
+    items = instances.map(([name, value]) => ({ name, status: failure, value }));
+    return call(system.util.getGpuUsage, ...ids);
+  };
+  /** The calls since this was asked last, as soon as there are `count`. */
+  pdh.newCalls = async (count) => {
+    for (let turn = 0; pdh.calls.length < count && turn < 1000; ++turn) await wait(1);
+    return pdh.calls.splice(0);
+  };
+  return pdh;
+}
+
+const busy = [['pid_12_engtype_3D', 4]];
+const usage = { nativeProc3d: 4, sys3d: 4, has3d: true };
+const opening = (query) => ['OpenQueryW  0', `AddCounterW ${query} \\GPU Engine(*)\\Utilization Percentage`,
+  `CollectQueryData ${query}`];
+
+test('a sample opens what is not open, the next one reads it, and initGpuUsage reopens it on a worker', async (t) => {
+  const pdh = systemWithPdh(t);
+  const reading = ['CollectQueryData 1', ...Array(2).fill('GetFormattedCounterArrayW 2 512')];
+  for (const [missing, expected, calls] of [['OpenQueryW', {}, opening(1).slice(0, 1)],
+    ['AddCounterW', {}, opening(1).slice(0, 2)], [undefined, {}, opening(1).slice(1)], [undefined, usage, reading]]) {
+    pdh.missing = missing;
+    assert.deepEqual([await pdh.sample(), await pdh.newCalls(calls.length)], [expected, calls]);
+  }
+  assert.equal(pdh.system.util.initGpuUsage('an', 'ignored', 'argument'), undefined);
+  assert.deepEqual(pdh.calls, [], 'nothing is done on the script thread');
+  assert.deepEqual(await pdh.newCalls(5), ['RemoveCounter 2', 'CloseQuery 1', ...opening(3)]);
+});
+
+test('calls that overlap use PDH one after the other, also while a sample goes through the instances', async (t) => {
+  const { system, calls, sample, newCalls } = systemWithPdh(t);
+  await sample();
+  system.hold('towlower');
+  const samples = Array.from({ length: 8 }, () => sample());
+  await newCalls(6);
+  for (let turn = 0; turn < 8; ++turn) system.util.initGpuUsage();
+  await wait(200);
+  assert.deepEqual(calls, []);
+  system.mend('towlower');
+  assert.deepEqual(await Promise.all(samples), Array(8).fill(usage));
+  const names = (await newCalls(7 * 3 + 8 * 5)).map((entry) => entry.split(' ')[0]);
+  assert.match(names.join(), /^(,?(Collect\w+(,GetFormat\w+){2}|Remove\w+,Close\w+,Open\w+,Add\w+,Collect\w+)){15}$/);
+});
+
+test('an instance counts for each engine kind and process in its name, with its value as it is', async (t) => {
+  const { sample } = systemWithPdh(t);
+  await sample();
+  const kinds = ['3D', 'VideoEncode', 'VideoDecode', 'Video Codec', 'Copy'];
+  const instances = [12, 34, 9].flatMap((id, process) => kinds.map((kind, index) =>
+    [`pid_${id}_luid_0x00000000_0x0000A1B2_phys_0_eng_0_engtype_${kind}`, 2 ** (process * 4 + index)]));
+  assert.equal(Object.entries(await sample(instances)).join(), 'gpuProc3d,16,nativeProc3d,1,sys3d,273,has3d,true,'
+    + 'gpuProcEnc,32,nativeProcEnc,2,sysEnc,546,hasEnc,true,gpuProcDec,64,nativeProcDec,4,sysDec,1092,hasDec,true,'
+    + 'gpuProcCod,128,nativeProcCod,8,sysCod,2184,hasCod,true');
+  const [gpu, other] = [{ gpuProc3d: 4, sys3d: 4, has3d: true }, { sys3d: 4, has3d: true }];
+  for (const [name, expected, ids] of [
+    ['PID_123_ENGTYPE_3D', usage], ['engtype_3dpid_12', usage], ['xpid_pid_12_pid_12_engtype_engtype_3D', usage],
+    ['pid_12_pid_34_engtype_3D_engtype_3D', { ...usage, ...gpu }], ['pid_7_engtype_3D', { ...usage, ...gpu }, [7, 7]],
+    ['pid_12_engtype_3D_engtype_VideoDecode', { ...usage, nativeProcDec: 4, sysDec: 4, hasDec: true }],
+    ['pid_1_engtype_3D', other], ['pid_312_engtype_3D', other], ['pid_12_engtype_VideoCodec', {}], ['', {}],
+    ['pid_-5_engtype_3D', usage, [2 ** 32 - 4.1, 0]], ['pid_0_engtype_3D', gpu, [12, NaN]],
+  ]) {
+    assert.deepEqual(await sample([[name, 4]], ids), expected, name);
+  }
+  for (const [values, sum] of [[[100, 100], 200], [[-1.5], -1.5], [[1, Infinity], Infinity], [[1, NaN], NaN]]) {
+    assert.deepEqual(await sample(values.map((value) => ['engtype_VideoEncode', value])), { sysEnc: sum, hasEnc: true });
+  }
+  assert.deepEqual(await sample([['pid_12_engtype_3D', 0], ['pid_34_engtype_3D', -0]]), { has3d: true });
+  assert.equal((await sample(Array(50_000).fill([`${'x'.repeat(300)}pid_12_engtype_3D`, 1]))).nativeProc3d, 50_000);
+});
+
+test('values that cannot be read are an empty object, and their memory is freed', async (t) => {
+  const pdh = systemWithPdh(t);
+  await pdh.sample();
+  const balance = () => pdh.system.count('malloc') - pdh.system.count('free');
+  Object.assign(pdh, { sizeStatus: 0 });
+  assert.deepEqual(await pdh.sample(), {});
+  Object.assign(pdh, { sizeStatus: moreData, readStatus: moreData });
+  const before = balance();
+  for (let turn = 0; turn < 20; ++turn) assert.deepEqual(await pdh.sample(), {});
+  await wait(50);
+  assert.ok(balance() - before < 10);
+});
+
+test('bad arguments are refused and start nothing; without PDH a sample is empty', async (t) => {
+  const { system, sample, newCalls } = systemWithPdh(t);
+  for (const args of [[], [1, 2], ['1', 2, assert.fail], [1, '2', assert.fail], [1, 2n, assert.fail], [1, 2, {}]]) {
+    assert.throws(() => system.util.getGpuUsage(...args), { name: 'TypeError', message: 'Invalid arg' });
+  }
+  system.fail('LoadLibraryW');
+  system.util.initGpuUsage();
+  assert.deepEqual([await sample(), await sample(), await newCalls(0)], [{}, {}, []]);
+});
+
+test('the query stays open when the process ends', async () => {
+  await runScript(`
+    const { scriptedSystem } = require(${JSON.stringify(require.resolve('../support/scripted_system.js'))});
+    const system = scriptedSystem({ after() {} });
+    system.play('GetProcAddress', (real, library, name) => (name === 'PdhCloseQuery' ? system.real.get('abort')
+      : real(library, name)));
+    system.util.getGpuUsage(1, 2, () => {});`, { module: null });
 });

@@ -5,40 +5,44 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const test = require('node:test');
-const { call, load, loadHelper } = require('../support/windows.js');
+const { scriptedSystem } = require('../support/scripted_system.js');
+const { koffi, memoryAt } = require('../support/windows_api.js');
+const { call, load } = require('../support/windows.js');
 
-const util = load();
-
-test('lists each process once, the test itself among them', async () => {
-  const { list } = await call(util.enumProcessList);
-  const names = new Map(list.map(({ pid, name }) => [pid, name]));
-  assert.equal(names.size, list.length);
-  assert.equal(names.get(process.pid), path.basename(process.execPath));
-  assert.ok(list.length > 3);
-  for (const entry of list) assert.deepEqual(Object.keys(entry), ['pid', 'name']);
-});
-
-test('gives a name outside ASCII and the basic plane as it is', async () => {
+test('lists the processes of the machine with their ids and names', async (t) => {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-'));
   const name = 'прямой эфир 直播 😀.exe';
   fs.copyFileSync(path.join(process.env.SystemRoot, 'system32', 'cmd.exe'), path.join(folder, name));
   const child = spawn(path.join(folder, name), ['/k'], { stdio: ['pipe', 'ignore', 'ignore'] });
-  try {
-    const { list } = await call(util.enumProcessList);
-    assert.equal(list.find(({ pid }) => pid === child.pid)?.name, name);
-  } finally {
-    child.kill();
-    await new Promise((resolve) => { child.on('close', resolve); });
-    fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
-  }
+  t.after(() => child.kill());
+  const { list } = await call(load().enumProcessList);
+  const nameOf = (wanted) => list.filter(({ pid }) => pid === wanted).map((entry) => entry.name);
+  assert.deepEqual([nameOf(process.pid), nameOf(child.pid)], [[path.basename(process.execPath)], [name]]);
 });
 
-test('refuses what is no function and starts nothing', async () => {
-  const helper = loadHelper();
-  helper.recordThreadNames();
-  for (const args of [[], [undefined], [null], [5], ['f'], [{}], [[() => {}]]]) {
-    assert.throws(() => util.enumProcessList(...args), { name: 'TypeError', message: 'Invalid arg' });
-  }
-  await call(util.enumProcessList);
-  assert.deepEqual(helper.threadNames(), ['EnumProcessList'], 'the worker of the good call alone');
+test('lists every entry of the snapshot in its order, and nothing if the snapshot or memory fails', async (t) => {
+  const system = scriptedSystem(t);
+  let left = [];
+  const give = (real, snapshot, address) => {
+    if (left.length === 0) return 0;
+    const [pid, name] = left.shift();
+    if (name === 'memory runs out') system.fail('malloc', { nth: 1 });
+    const entry = memoryAt(koffi.address(address), 568);
+    assert.equal(entry.readUInt32LE(0), 568);
+    entry.writeUInt32LE(pid, 8);
+    entry.write(`${name}\0`, 44, 'utf16le');
+    return 1;
+  };
+  system.playAll({ Process32FirstW: give, Process32NextW: give });
+  const list = async (...entries) => {
+    left = entries;
+    return (await call(system.util.enumProcessList)).list.map(Object.entries).join();
+  };
+  assert.equal(await list([0, '[System Process]'], [4294967295, 'a.exe'], [8, 'a.exe'], [12, '\ud800'], [4, ''],
+    [9, 'x'.repeat(259)]), `pid,0,name,[System Process],pid,4294967295,name,a.exe,pid,8,name,a.exe,pid,12,name,\ufffd,`
+    + `pid,4,name,,pid,9,name,${'x'.repeat(259)}`);
+  assert.equal(await list([1, 'a.exe'], [2, 'memory runs out'], [3, 'b.exe']), '');
+  assert.equal(await list(), '');
+  system.fail('CreateToolhelp32Snapshot', { value: -1 });
+  assert.equal(await list([1, 'a.exe']), '');
 });

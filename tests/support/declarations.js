@@ -48,8 +48,19 @@ const source = `
   void* CreateFileW(str16, uint32, uint32, void*, uint32, uint32, void*)
   int WriteFile(void*, void*, uint32, void*, void*)
   int64 _time64(void*)
+  // addon, gpu_usage and process_list
+  void RaiseException(uint32, uint32, uint32, void*)
+  int SetThreadDescription(void*, str16)
+  int PdhOpenQueryW(void*, size_t, void*)
+  int PdhAddCounterW(void*, str16, size_t, void*)
+  int PdhCollectQueryData(void*)
+  int PdhGetFormattedCounterArrayW(void*, uint32, void*, void*, void*)
+  int PdhRemoveCounter(void*)
+  int PdhCloseQuery(void*)
+  void* CreateToolhelp32Snapshot(uint32, uint32)
+  int Process32FirstW(void*, void*)
+  int Process32NextW(void*, void*)
 `;
 
-exports.declarations = Object.fromEntries(source.trim().split('\n').map((line) => line.trim())
-  .filter((line) => !line.startsWith('//'))
-  .map((line) => [line.match(/(\w+)\(/)[1], koffi.proto(line)]));
+exports.declarations = Object.fromEntries(source.split('\n').map((line) => line.trim())
+  .filter((line) => line && !line.startsWith('//')).map((line) => [line.match(/(\w+)\(/)[1], koffi.proto(line)]));

@@ -105,7 +105,9 @@ class ScriptedSystem {
     const base = koffi.address(this.module);
     const headers = memoryAt(base, 0x1000);
     const image = memoryAt(base, headers.readUInt32LE(headers.readUInt32LE(0x3C) + 80));
-    const { imports } = readExecutable(image);
+    /** What the headers of the copy say. */
+    this.executable = readExecutable(image);
+    const { imports } = this.executable;
     this.#slots = new Map(imports.map(({ name, slot }) => [name, image.subarray(slot, slot + 8)]));
     for (const { slot } of imports) makeWritable(base + BigInt(slot), 8);
     this.real = new Map([...this.#slots].map(([name, slot]) => [name, slot.readBigUInt64LE()]));

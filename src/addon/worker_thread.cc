@@ -1,4 +1,4 @@
-#include "addon/thread_name.h"
+#include "addon/worker_thread.h"
 
 #include <windows.h>
 
@@ -14,10 +14,13 @@ namespace addon {
 
 namespace {
 
-/// MS_VC_EXCEPTION, which debuggers take for a thread's name.
+/// The name is cut after this many characters.
+constexpr size_t kMaxThreadNameLength = 15;
+
+/// MS_VC_EXCEPTION: debuggers take a thread's name from this exception.
 constexpr DWORD kMsVcException = 0x406D1388;
 
-/// THREADNAME_INFO, the record that they expect as the exception's arguments.
+/// THREADNAME_INFO: the record that debuggers expect as the arguments of that exception.
 struct ThreadNameInfo {
   DWORD type = 0x1000;
   const char* name;
@@ -37,17 +40,18 @@ void RaiseThreadNameException(const char* name) noexcept {
   const ThreadNameInfo info{.name = name, .threadId = GetCurrentThreadId()};
   ExceptionArguments arguments{};
   std::memcpy(arguments.data(), &info, sizeof(info));
-  // A debugger sees the exception first; without one nobody takes it, and the guard ends it here.
+  // A debugger sees the exception first. If there is no debugger, nobody handles it, and the guard ends it here.
   win::CallUnderFaultGuard(&Raise, arguments.data());
 }
 
 }  // namespace
 
 void SetCurrentThreadName(const char* name) noexcept {
-  // The zero fill is the terminator: the count keeps mbstowcs from writing one.
+  // mbstowcs stops at this count and writes no terminator; the zero fill is the terminator.
   std::array<wchar_t, kMaxThreadNameLength + 1> wide{};
-  std::mbstowcs(wide.data(), name, std::min<size_t>(std::strlen(name), kMaxThreadNameLength));
+  std::mbstowcs(wide.data(), name, std::min(std::strlen(name), kMaxThreadNameLength));
 
+  // Not decltype of the function: MinGW-w64's headers do not declare it.
   using SetThreadDescriptionFunction = HRESULT(WINAPI*)(HANDLE, PCWSTR);
   const auto setThreadDescription =
       win::GetFunction<SetThreadDescriptionFunction>(GetModuleHandleW(L"Kernel32.dll"), "SetThreadDescription");
