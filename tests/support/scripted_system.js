@@ -93,6 +93,7 @@ class ScriptedSystem {
   calls = [];
 
   constructor(file) {
+    this.file = file;
     const loaded = { exports: {} };
     process.dlopen(loaded, file);
     /** The copy's script functions. */
@@ -100,9 +101,10 @@ class ScriptedSystem {
     this.module = getModuleHandle(file);
     const base = koffi.address(this.module);
     const headers = memoryAt(base, 0x1000);
-    const image = memoryAt(base, headers.readUInt32LE(headers.readUInt32LE(0x3C) + 80));
-    const { imports } = readExecutable(image);
-    this.#slots = new Map(imports.map(({ name, slot }) => [name, image.subarray(slot, slot + 8)]));
+    /** The copy's memory, code and data. */
+    this.image = memoryAt(base, headers.readUInt32LE(headers.readUInt32LE(0x3C) + 80));
+    const { imports } = readExecutable(this.image);
+    this.#slots = new Map(imports.map(({ name, slot }) => [name, this.image.subarray(slot, slot + 8)]));
     for (const { slot } of imports) makeWritable(base + BigInt(slot), 8);
     this.real = new Map([...this.#slots].map(([name, slot]) => [name, slot.readBigUInt64LE()]));
   }
