@@ -23,29 +23,30 @@ export interface ProcessListResult {
 }
 
 /**
- * A stable text of plain ASCII that identifies the machine: the processor's serial number, that of the disk behind drive
- * C, the address of a physical network adapter and the serial number of volume C, for instance
- * "C_0-D_S3Z9NB0K-M_001122334455-V_1A2B3C4D". Characters outside "-", "=", "_", letters and digits appear as their hex
- * digits.
+ * A string that identifies the machine and stays the same. It has the serial number of the processor, that of the disk
+ * behind drive C, the address of a physical network adapter and the serial number of volume C, for instance
+ * "C_0-D_S3Z9NB0K-M_001122334455-V_1A2B3C4D". It is plain ASCII: characters other than "-", "=", "_", letters and
+ * digits are written as hex digits. It is not a hash; treat it as personal data.
  *
- * @returns the text. A fact that the machine does not tell is an empty field ("0" for the processor). Probed once per
- * process: the first call may block on devices for a while, later ones answer at once. Never throws.
+ * @returns the string. What cannot be found out is an empty field ("0" for the processor). It is built once in a
+ *   process: the first call may wait for devices for a while, later calls return at once. Never throws.
  */
 export function getGuid(): string;
 
 /**
- * The processor's marketing name as Windows keeps it, leading and trailing blanks included.
+ * The processor's marketing name as Windows has it, with its leading and trailing spaces.
  *
- * @returns the name, or "" when Windows has none. Read once per process. Never throws.
+ * @returns the name, or "" if Windows has none. It is read once in a process. Never throws.
  */
 export function getCpuName(): string;
 
 /**
- * A short name of the Windows generation, and after a blank the label of its feature update where it has one: "11 23H2",
- * "10 1909" or "10". Windows answers as far as the manifest of the host executable allows: without a declared support for
- * Windows 10, every later system is reported as an older one (Node.js' own executable declares it).
+ * A short name of the Windows generation and, if Windows has one, a space and the label of its feature update: for
+ * instance "11 23H2", "10 1909" or "10". Windows answers only as far as the manifest of the host executable allows:
+ * without declared support for Windows 10, every later system is reported as an older one. Node.js' own executable
+ * declares it.
  *
- * @returns the text, never empty ("unknown" at least). Found out once per process. Never throws.
+ * @returns the string, never empty ("unknown" at least). It is built once in a process. Never throws.
  */
 export function getOsVersionWithReleaseId(): string;
 
@@ -213,11 +214,11 @@ export interface CaptureJankResult {
 export function captureNativeJank(args: CaptureJankArgs, callback: (result: CaptureJankResult) => void): void;
 
 /**
- * Whether this copy of the module runs in debug mode: a build that carries a debug period, inside that period, in a file
- * whose signature the system accepts. For one script thread of the process: there is no lock, and another thread that
- * asks while the first one decides is told false.
+ * Whether this copy of the module runs in debug mode: it is a debug build, its debug period is not over, and Windows
+ * accepts the signature of its file. A thread that asks while another one decides waits for the answer.
  *
- * @returns false in every release build, and whenever the check fails. Decided once per process. Never throws.
+ * @returns true in debug mode. False in every release build, and whenever a check fails. It is decided once in a
+ *   process. Never throws.
  */
 export function isDebugMode(): boolean;
 

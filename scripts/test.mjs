@@ -4,7 +4,6 @@
 import { readdirSync } from 'node:fs';
 import path from 'node:path';
 import { build } from './lib/build.mjs';
-import { ensureDebugModeFiles } from './lib/debug_mode_files.mjs';
 import { checkStyle } from './lib/style.mjs';
 import { checkTypes } from './lib/types.mjs';
 import { ensureTools, ensureWinePrefix, nodeVersions } from './lib/setup.mjs';
@@ -76,7 +75,6 @@ await runMain(async () => {
   const queue = [...hostTests(), ...scriptTests()].filter(selected);
   for (const version of nodeVersions) windowsNode(version);
   for (const lane of lanes) if (!onWindows) ensureWinePrefix(lane);
-  if (!onWindows && queue.some(({ name }) => /debug_mode|faults/.test(name))) ensureDebugModeFiles();
   // Beside the tests, which wait for much and compute little.
   const style = selections.length === 0 ? checkStyle() : undefined;
   // Heard below, when the tests are done.

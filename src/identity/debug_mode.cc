@@ -1,6 +1,10 @@
 #include "identity/debug_mode.h"
 
+#include <windows.h>
+
 #include <array>
+#include <mutex>
+#include <span>
 
 #include "win/never_destroyed.h"
 
@@ -11,8 +15,8 @@ namespace {
 constexpr DWORD kMaxPeriodEndSize = 18;
 constexpr WORD kEnglishUnitedStates = MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US);
 
-/// The debug period that `module` carries; empty when it carries none of a fitting size.
-std::span<const BYTE> FindPeriodEnd(HMODULE module) {
+/// The bytes of the debug period's end in the resources of `module`. Empty if there are none or too many.
+std::span<const BYTE> FindPeriodEnd(HMODULE module) noexcept {
   const HRSRC resource = FindResourceExW(module, L"DHS", L"101", kEnglishUnitedStates);
   if (!resource) return {};
   const DWORD size = SizeofResource(module, resource);
@@ -23,18 +27,33 @@ std::span<const BYTE> FindPeriodEnd(HMODULE module) {
   return {static_cast<const BYTE*>(data), size};
 }
 
-bool Decide(FileSignature& signature) {
-  // Null when the module's file bears another name: then, deliberately, the host executable's resources and signature
-  // decide.
-  const HMODULE module = GetModuleHandleW(L"borvanta-util.node");
-  const auto periodEnd = FindPeriodEnd(module);
-  if (periodEnd.empty()) return false;
+/// Whether the local time is at most `periodEnd`, which counts milliseconds from 1601-01-01 00:00 in decimal digits.
+/// Compatibility: nothing is validated. A byte that is no digit counts by its distance from '0', and the number wraps
+/// at 64 bits, so "/" (-1) never ends.
+bool IsInPeriod(std::span<const BYTE> periodEnd) noexcept {
+  uint64_t last = 0;
+  for (const BYTE digit : periodEnd)
+    last = last * 10 + (static_cast<uint64_t>(digit) - '0');
+
   SYSTEMTIME now{};
   GetLocalTime(&now);
-  if (!IsInDebugPeriod(periodEnd, now)) return false;
+  FILETIME fileTime{};
+  if (!SystemTimeToFileTime(&now, &fileTime)) return false;
+  ULARGE_INTEGER ticks{};
+  ticks.LowPart = fileTime.dwLowDateTime;
+  ticks.HighPart = fileTime.dwHighDateTime;
+  return ticks.QuadPart / 10000 <= last;
+}
+
+bool Decide(FileSignature& signature) noexcept {
+  // Compatibility: null when the module's file has another name. The resources and the signature of the host executable
+  // then decide. Hosts that rename the file rely on it.
+  const HMODULE module = GetModuleHandleW(L"borvanta-util.node");
+  const auto periodEnd = FindPeriodEnd(module);
+  if (periodEnd.empty() || !IsInPeriod(periodEnd)) return false;
   std::array<wchar_t, 260> path{};
   const DWORD length = GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()));
-  // A path that was cut off names another file, whose signature says nothing about this one.
+  // A path that was cut off may name another file.
   if (length == 0 || length >= path.size()) return false;
   return signature.Verify(path.data());
 }
@@ -47,30 +66,19 @@ DebugMode& DebugMode::Instance() {
 }
 
 bool DebugMode::Query() noexcept {
-  if (evaluated_.exchange(1) == 0) {
-    debug_ = 0;
+  const std::lock_guard guard(lock_);
+  if (!evaluated_) {
+    evaluated_ = 1;
     debug_ = Decide(signature_) ? 1 : 0;
   }
   return debug_ != 0;
 }
 
 void DebugMode::Release() noexcept {
+  const std::lock_guard guard(lock_);
   signature_.Release();
   evaluated_ = 0;
   debug_ = 0;
-}
-
-bool IsInDebugPeriod(std::span<const BYTE> digits, const SYSTEMTIME& now) noexcept {
-  uint64_t last = 0;
-  for (const BYTE digit : digits)
-    last = last * 10 + (static_cast<uint64_t>(digit) - '0');
-
-  FILETIME fileTime{};
-  if (!SystemTimeToFileTime(&now, &fileTime)) return false;
-  ULARGE_INTEGER ticks{};
-  ticks.LowPart = fileTime.dwLowDateTime;
-  ticks.HighPart = fileTime.dwHighDateTime;
-  return ticks.QuadPart / 10000 <= last;
 }
 
 }  // namespace identity

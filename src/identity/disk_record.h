@@ -9,22 +9,27 @@
 
 namespace identity {
 
-/// What a disk probe found out about a disk. Texts are empty and numbers 0 where it found nothing.
+/// What one probe has read from a disk. A string is empty and a number is 0 if the disk did not report it.
 struct DiskRecord {
-  /// The path that was opened.
+  /// The path of the device that was opened.
   std::wstring devicePath;
   std::wstring serialNumber;
-  /// Model and vendor; the storage-property probe alone knows them.
+  /// Model and vendor. Only the storage-property probe fills them in.
   std::wstring productId;
   std::wstring vendorId;
   /// The firmware's revision.
   std::wstring productRevision;
   /// A value of MEDIA_TYPE.
   uint32_t mediaType = 0;
-  /// A value of STORAGE_BUS_TYPE; the storage-property probe alone knows it.
+  /// A value of STORAGE_BUS_TYPE. Only the storage-property probe fills it in.
   uint32_t busType = 0;
 
   bool IsFixed() const noexcept { return mediaType == FixedMedia; }
 };
+
+/// The device path of physical drive `drive`, counted from 0.
+inline std::wstring PhysicalDrivePath(unsigned drive) {
+  return L"\\\\.\\PhysicalDrive" + std::to_wstring(drive);
+}
 
 }  // namespace identity

@@ -14,7 +14,7 @@ constexpr unsigned kMaxPhysicalDrives = 16;
 constexpr unsigned kNoHexDigit = 16;
 
 bool ProbePhysicalDrive(unsigned drive, DiskRecord& record) {
-  return ProbeStorageProperty(L"\\\\.\\PhysicalDrive" + std::to_wstring(drive), record);
+  return ProbeStorageProperty(PhysicalDrivePath(drive), record);
 }
 
 unsigned HexDigitValue(wchar_t digit) {
@@ -24,16 +24,16 @@ unsigned HexDigitValue(wchar_t digit) {
   return kNoHexDigit;
 }
 
-/// True when a blank stands anywhere after the first character that is none.
-bool HasInnerBlank(const std::wstring& text) {
-  const size_t start = text.find_first_not_of(L' ');
-  return start != std::wstring::npos && text.find(L' ', start) != std::wstring::npos;
+/// True if there is a space anywhere after the first character that is not a space.
+bool HasInnerSpace(const std::wstring& string) {
+  const size_t start = string.find_first_not_of(L' ');
+  return start != std::wstring::npos && string.find(L' ', start) != std::wstring::npos;
 }
 
 }  // namespace
 
 bool ProbeDiskSerial(wchar_t letter, std::wstring& serial) {
-  // What the probes return is not looked at: the record alone decides.
+  // The probes' return values do not matter, only what they have put into the record.
   DiskRecord record;
   ProbeStorageProperty(std::wstring(L"\\\\.\\") + letter + L":", record);
   if (record.IsFixed() && !record.serialNumber.empty()) {
@@ -51,7 +51,7 @@ bool ProbeDiskSerial(wchar_t letter, std::wstring& serial) {
       }
       isFixedWithoutSerial = true;
     }
-    // A fixed disk that keeps its number to itself ends the search: the next drive's would belong to another disk.
+    // A fixed disk without a serial number ends the search: a number found later would belong to another disk.
     if (isFixedWithoutSerial) return false;
   }
   return false;
@@ -66,7 +66,7 @@ std::wstring NormalizeDiskSerial(const std::wstring& serial) {
     if (high == kNoHexDigit || low == kNoHexDigit || high > 7) return serial;
     decoded += static_cast<wchar_t>(high * 16 + low);
   }
-  if (HasInnerBlank(decoded)) {
+  if (HasInnerSpace(decoded)) {
     for (size_t i = 0; i + 1 < decoded.size(); i += 2)
       std::swap(decoded[i], decoded[i + 1]);
   }

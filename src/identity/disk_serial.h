@@ -4,13 +4,14 @@
 
 namespace identity {
 
-/// Puts the serial number of the disk behind drive `letter`, or else of the first physical drive of sixteen that tells
-/// one, into `serial` as the disk reports it, and returns true. Returns false and leaves `serial` alone when there is
-/// none. Any thread; up to 49 probes of 17 devices, each of which may block.
+/// Finds the serial number of the disk behind drive `letter`, or else of the first of sixteen physical drives that
+/// reports one. Stores it in `serial` as the disk reports it and returns true. Returns false and leaves `serial`
+/// unchanged when there is none. Asks up to 17 devices in 49 probes. Any thread. Blocks.
 bool ProbeDiskSerial(wchar_t letter, std::wstring& serial);
 
-/// A serial number that its driver reports as the hex digits of a byte-swapped ATA text, as that text; any other one as
-/// it is. Blanks stay, and a decoded 00 is a character like any other.
+/// Some drivers report a serial number as the hex digits of a byte-swapped ATA string. Returns the string that such
+/// digits stand for, and any other serial number unchanged. The result keeps its spaces, and a decoded 00 is a
+/// character like any other. Any thread.
 std::wstring NormalizeDiskSerial(const std::wstring& serial);
 
 }  // namespace identity

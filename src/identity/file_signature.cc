@@ -1,6 +1,8 @@
 #include "identity/file_signature.h"
 
 #include <windows.h>
+// Needs windows.h; what follows needs it.
+#include <wincrypt.h>
 
 #include <softpub.h>
 #include <wintrust.h>
@@ -11,8 +13,7 @@ namespace identity {
 
 bool FileSignature::Verify(const wchar_t* path) noexcept {
   if (!library_) library_.Reset(LoadLibraryExW(L"wintrust.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
-  using WinVerifyTrustFunction = LONG(WINAPI*)(HWND, GUID*, void*);
-  const auto verify = win::GetFunction<WinVerifyTrustFunction>(library_.Get(), "WinVerifyTrust");
+  const auto verify = win::GetFunction<decltype(&WinVerifyTrust)>(library_.Get(), "WinVerifyTrust");
   if (!verify) return false;
 
   GUID action = WINTRUST_ACTION_GENERIC_VERIFY_V2;
@@ -27,9 +28,10 @@ bool FileSignature::Verify(const wchar_t* path) noexcept {
   data.pFile = &file;
   data.dwStateAction = WTD_STATEACTION_VERIFY;
   data.dwProvFlags = WTD_REVOCATION_CHECK_NONE | WTD_CACHE_ONLY_URL_RETRIEVAL;
-  // A window handle of INVALID_HANDLE_VALUE says that there is no user to ask.
+  // INVALID_HANDLE_VALUE instead of a window means that there is no user to ask.
   const auto noUser = static_cast<HWND>(INVALID_HANDLE_VALUE);
   const LONG status = verify(noUser, &action, &data);
+  // Frees what the check has stored in `data`.
   data.dwStateAction = WTD_STATEACTION_CLOSE;
   verify(noUser, &action, &data);
   return status == ERROR_SUCCESS;

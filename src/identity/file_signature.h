@@ -4,15 +4,16 @@
 
 namespace identity {
 
-/// The system's own check that a file is unchanged since it was signed, by a signer that this machine trusts. Holds the
-/// library that does it loaded from the first check on. Script thread.
+/// Checks the signature of files with Windows' own function. Keeps the library of that function loaded after the first
+/// check. One thread.
 class FileSignature {
  public:
-  /// True when the file at `path` passes. Asks neither the user nor the network. False also when the system's library
-  /// cannot be loaded.
+  /// Returns true if the file at `path` has not changed since it was signed, by a signer that this machine trusts.
+  /// Shows nothing to the user and does not use the network. Returns false also when the library cannot be loaded.
+  /// Blocks.
   bool Verify(const wchar_t* path) noexcept;
 
-  /// Frees the library; the next check loads it again.
+  /// Frees the library. The next check loads it again.
   void Release() noexcept { library_.Reset(); }
 
  private:

@@ -4,19 +4,11 @@
 
 namespace identity {
 
-/// The script functions about the machine. Each ignores its arguments, answers from the cache after its first call, and
-/// throws only when the script value cannot be made. Script thread.
-
-/// "getGuid": a string of plain ASCII. The first call may block on devices for a while.
+/// The script functions about the machine. lib/index.d.ts describes them. Each ignores its arguments and throws when a
+/// Node-API call fails. When memory runs out, std::bad_alloc leaves it and ends the process. Script thread.
 Napi::Value GetGuid(const Napi::CallbackInfo& info);
-
-/// "getCpuName": a string, empty when the processor's name cannot be read.
 Napi::Value GetCpuName(const Napi::CallbackInfo& info);
-
-/// "getOsVersionWithReleaseId": a string, never empty.
 Napi::Value GetOsVersionWithReleaseId(const Napi::CallbackInfo& info);
-
-/// "isDebugMode": a boolean.
 Napi::Value IsDebugMode(const Napi::CallbackInfo& info);
 
 }  // namespace identity

@@ -1,6 +1,8 @@
 #include "identity/machine_id.h"
 
+#include <array>
 #include <cwchar>
+#include <string_view>
 
 #include "identity/disk_serial.h"
 #include "identity/mac_address.h"
@@ -12,15 +14,36 @@ namespace identity {
 
 namespace {
 
-/// Not a path. A colon in it would add the drive before it to the probes, and change identifiers that are out there.
+/// Compatibility: a colon in this string would add the drive letter before it to the probes and so change existing
+/// identifiers.
 constexpr std::wstring_view kDriveAnchor = L"tessaron";
 
 constexpr size_t kMaxDiskLength = 40;
 constexpr size_t kMaxEscapedInput = 2048;
 
-std::wstring WithoutBlanks(std::wstring text) {
-  std::erase(text, L' ');
-  return text;
+/// The drives that are probed: C, and the letter before the first colon in `anchor` if it is another one. 0 stands for
+/// no drive.
+std::array<wchar_t, 2> DriveLetters(std::wstring_view anchor) {
+  std::array<wchar_t, 2> letters = {L'C', 0};
+  const size_t colon = anchor.find(L':');
+  if (colon == std::wstring_view::npos || colon == 0) return letters;
+  const wchar_t letter = anchor[colon - 1];
+  if (letter != L'C' && letter != L'c') letters[1] = letter;
+  return letters;
+}
+
+/// Runs `probe` for each drive until it succeeds, and returns the field that it fills in.
+std::wstring ProbeDrives(bool (*probe)(wchar_t letter, std::wstring& field)) {
+  std::wstring field;
+  for (const wchar_t letter : DriveLetters(kDriveAnchor)) {
+    if (letter && probe(letter, field)) break;
+  }
+  return field;
+}
+
+std::wstring WithoutSpaces(std::wstring field) {
+  std::erase(field, L' ');
+  return field;
 }
 
 bool IsKept(wchar_t character) {
@@ -28,38 +51,11 @@ bool IsKept(wchar_t character) {
          (character >= L'A' && character <= L'Z') || character == L'_' || (character >= L'a' && character <= L'z');
 }
 
-/// Runs `probe` for each drive until it succeeds.
-void ProbeDrives(bool (*probe)(wchar_t letter, std::wstring& field), std::wstring& field) {
-  for (const wchar_t letter : ProbeDriveLetters(kDriveAnchor)) {
-    if (letter && probe(letter, field)) return;
-  }
-}
-
-std::string BuildMachineId() {
-  MachineFacts facts;
-  facts.processor = ProcessorField(ProbeProcessorSerial());
-  ProbeDrives(&ProbeDiskSerial, facts.disk);
-  ProbeDrives(&ProbeVolumeSerial, facts.volume);
-  ProbeMacAddress(facts.mac);
-  return win::WideToThreadAnsi(EscapeId(JoinFacts(facts)));
-}
-
-}  // namespace
-
-const std::string& MachineId() {
-  static const std::string id = BuildMachineId();
-  return id;
-}
-
-std::wstring JoinFacts(const MachineFacts& facts) {
-  const std::wstring disk = WithoutBlanks(NormalizeDiskSerial(facts.disk)).substr(0, kMaxDiskLength);
-  return L"C_" + WithoutBlanks(facts.processor) + L"-D_" + disk + L"-M_" + WithoutBlanks(facts.mac) + L"-V_" +
-         WithoutBlanks(facts.volume);
-}
-
-std::wstring EscapeId(const std::wstring& text) {
+/// Replaces each character that is not kept by its UTF-16 code unit in lower-case hex digits, at least two, without a
+/// mark. Takes at most 2,048 characters and drops the rest.
+std::wstring Escape(const std::wstring& raw) {
   std::wstring escaped;
-  for (const wchar_t character : text.substr(0, kMaxEscapedInput)) {
+  for (const wchar_t character : raw.substr(0, kMaxEscapedInput)) {
     if (IsKept(character)) {
       escaped += character;
       continue;
@@ -71,13 +67,22 @@ std::wstring EscapeId(const std::wstring& text) {
   return escaped;
 }
 
-std::array<wchar_t, 2> ProbeDriveLetters(std::wstring_view anchor) {
-  std::array<wchar_t, 2> letters = {L'C', 0};
-  const size_t colon = anchor.find(L':');
-  if (colon == std::wstring_view::npos || colon == 0) return letters;
-  const wchar_t letter = anchor[colon - 1];
-  if (letter != L'C' && letter != L'c') letters[1] = letter;
-  return letters;
+std::string BuildMachineId() {
+  const std::wstring processor = WithoutSpaces(ProcessorField());
+  const std::wstring disk = WithoutSpaces(NormalizeDiskSerial(ProbeDrives(&ProbeDiskSerial))).substr(0, kMaxDiskLength);
+  const std::wstring volume = WithoutSpaces(ProbeDrives(&ProbeVolumeSerial));
+  std::wstring mac;
+  // An adapter that is not wired gives its address too, although the probe then returns false.
+  ProbeMacAddress(mac);
+  return win::WideToThreadAnsi(
+      Escape(L"C_" + processor + L"-D_" + disk + L"-M_" + WithoutSpaces(mac) + L"-V_" + volume));
+}
+
+}  // namespace
+
+const std::string& MachineId() {
+  static const std::string id = BuildMachineId();
+  return id;
 }
 
 }  // namespace identity

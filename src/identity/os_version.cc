@@ -11,18 +11,30 @@ namespace identity {
 
 namespace {
 
-constexpr std::array<const wchar_t*, 19> kGenerationNames = {
-    L"unknown", L"32s",   L"nt3",    L"95", L"98", L"me",  L"nt4", L"2000", L"xp",    L"2003",
-    L"2008",    L"vista", L"2008r2", L"7",  L"8",  L"8.1", L"10",  L"11",   L"Server"};
-static_assert(static_cast<size_t>(OsGeneration::kServer) - static_cast<size_t>(OsGeneration::kUnknown) ==
-              kGenerationNames.size() - 1);
+struct GenerationName {
+  OsGeneration generation;
+  const wchar_t* name;
+};
 
-/// One of the version tests of VerifyVersionInfoW: every field in `typeMask` is compared with `condition`.
+constexpr std::array<GenerationName, 19> kGenerationNames = {{
+    {OsGeneration::kUnknown, L"unknown"}, {OsGeneration::k32s, L"32s"},   {OsGeneration::kNt3, L"nt3"},
+    {OsGeneration::k95, L"95"},           {OsGeneration::k98, L"98"},     {OsGeneration::kMe, L"me"},
+    {OsGeneration::kNt4, L"nt4"},         {OsGeneration::k2000, L"2000"}, {OsGeneration::kXp, L"xp"},
+    {OsGeneration::k2003, L"2003"},       {OsGeneration::k2008, L"2008"}, {OsGeneration::kVista, L"vista"},
+    {OsGeneration::k2008R2, L"2008r2"},   {OsGeneration::k7, L"7"},       {OsGeneration::k8, L"8"},
+    {OsGeneration::k81, L"8.1"},          {OsGeneration::k10, L"10"},     {OsGeneration::k11, L"11"},
+    {OsGeneration::kServer, L"Server"},
+}};
+
+// The fields that VerifyVersionInfoW can compare and that are used here.
+constexpr std::array<DWORD, 5> kVersionFields = {VER_MAJORVERSION, VER_MINORVERSION, VER_BUILDNUMBER,
+                                                 VER_SERVICEPACKMAJOR, VER_PRODUCT_TYPE};
+
+/// Compares the fields of `version` that are in `typeMask` with the running system, each by `condition`.
 bool Verify(OSVERSIONINFOEXW version, DWORD typeMask, BYTE condition) {
   version.dwOSVersionInfoSize = sizeof(version);
   ULONGLONG conditions = 0;
-  for (const DWORD field : std::initializer_list<DWORD>{VER_MAJORVERSION, VER_MINORVERSION, VER_BUILDNUMBER,
-                                                        VER_SERVICEPACKMAJOR, VER_PRODUCT_TYPE}) {
+  for (const DWORD field : kVersionFields) {
     if (typeMask & field) conditions = VerSetConditionMask(conditions, field, condition);
   }
   return VerifyVersionInfoW(&version, typeMask, conditions) != FALSE;
@@ -51,7 +63,7 @@ bool IsServer() {
 }
 
 std::string FeatureUpdateLabel(const char* valueName) {
-  // The 64-bit view even in a 32-bit host.
+  // The 64-bit view, even in a 32-bit host.
   return win::RegistryKey::OpenAnsi(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion",
                                     KEY_WOW64_64KEY | KEY_QUERY_VALUE)
       .ReadAnsiText(valueName);
@@ -68,9 +80,10 @@ std::string DescribeOs() {
 }  // namespace
 
 std::wstring OsGenerationName(OsGeneration generation) {
-  const auto index = static_cast<int64_t>(generation) - static_cast<int64_t>(OsGeneration::kUnknown);
-  if (index < 0 || index >= static_cast<int64_t>(kGenerationNames.size())) return kGenerationNames[0];
-  return kGenerationNames[static_cast<size_t>(index)];
+  for (const GenerationName& entry : kGenerationNames) {
+    if (entry.generation == generation) return entry.name;
+  }
+  return L"unknown";
 }
 
 OsGeneration ClassifyOsGeneration() {
@@ -81,7 +94,7 @@ OsGeneration ClassifyOsGeneration() {
   if (IsVersionOrGreater(6, 1, 0)) return OsGeneration::k7;
   if (IsVersionOrGreater(6, 0, 0)) return OsGeneration::kVista;
   if (IsVersionOrGreater(5, 1, 0)) return OsGeneration::kXp;
-  // Deliberately last: a server of 6.0 or later is called by its version, as the client expects.
+  // Compatibility: this test is the last one. The client expects servers to be named by their version.
   return IsServer() ? OsGeneration::kServer : OsGeneration::kUnknown;
 }
 

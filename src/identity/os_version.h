@@ -5,39 +5,39 @@
 
 namespace identity {
 
-/// The generations of Windows that have a name. The classifier answers only some of them; the others keep their codes
-/// and names because the codes are known outside this module.
+/// The generations of Windows that have a name. ClassifyOsGeneration returns only some of them. The others are listed
+/// because code outside this module uses the same numbers.
 enum class OsGeneration : int32_t {
   kUnknown = 0x1000,
-  k32s,
-  kNt3,
-  k95,
-  k98,
-  kMe,
-  kNt4,
-  k2000,
-  kXp,
-  k2003,
-  k2008,
-  kVista,
-  k2008R2,
-  k7,
-  k8,
-  k81,
-  k10,
-  k11,
-  kServer,
+  k32s = 0x1001,
+  kNt3 = 0x1002,
+  k95 = 0x1003,
+  k98 = 0x1004,
+  kMe = 0x1005,
+  kNt4 = 0x1006,
+  k2000 = 0x1007,
+  kXp = 0x1008,
+  k2003 = 0x1009,
+  k2008 = 0x100A,
+  kVista = 0x100B,
+  k2008R2 = 0x100C,
+  k7 = 0x100D,
+  k8 = 0x100E,
+  k81 = 0x100F,
+  k10 = 0x1010,
+  k11 = 0x1011,
+  kServer = 0x1012,
 };
 
-/// The short name of a generation, "10" for instance; "unknown" for a code that has none.
+/// The short name of a generation, for instance "10". "unknown" for a number that has no name. Any thread.
 std::wstring OsGenerationName(OsGeneration generation);
 
-/// The generation of the running system. Windows answers it as far as the host executable's compatibility manifest
-/// allows: without a declared support for Windows 10, every modern system is reported as an older one. Any thread.
+/// The generation of the running system. Windows answers only as far as the manifest of the host executable allows:
+/// without declared support for Windows 10, every later system is reported as an older one. Any thread.
 OsGeneration ClassifyOsGeneration();
 
-/// The generation's name and, where the system has one, a blank and the label of its feature update: "10 22H2",
-/// "10 1909" or "10". Never empty. Found out at the first call and kept for the life of the process. Any thread.
+/// The generation's name and, if the system has one, a space and the label of its feature update: "10 22H2", "10 1909"
+/// or "10". Never empty. It is built at the first call and kept until the process ends. Any thread.
 const std::string& OsVersionWithReleaseId();
 
 }  // namespace identity

@@ -1,5 +1,7 @@
 #include "identity/processor_serial.h"
 
+#include <cstdint>
+
 #ifdef _MSC_VER
 #include <intrin.h>
 #else
@@ -13,12 +15,21 @@ namespace identity {
 
 namespace {
 
+/// In EDX of leaf 1: the processor has a serial number.
 constexpr uint32_t kSerialNumberFeature = 0x40000;
 
-}  // namespace
+/// One question to the CPUID instruction, and the registers of its answer.
+struct CpuidLeaf {
+  uint32_t leaf = 0;
+  uint32_t eax = 0;
+  uint32_t ebx = 0;
+  uint32_t ecx = 0;
+  uint32_t edx = 0;
+};
 
-void ExecuteCpuid(void* leaf) {
-  auto& answer = *static_cast<CpuidLeaf*>(leaf);
+/// Executes CPUID for sub-leaf 0 of the CpuidLeaf at `argument`.
+void ExecuteCpuid(void* argument) {
+  auto& answer = *static_cast<CpuidLeaf*>(argument);
 #ifdef _MSC_VER
   int registers[4] = {};
   __cpuidex(registers, static_cast<int>(answer.leaf), 0);
@@ -31,23 +42,16 @@ void ExecuteCpuid(void* leaf) {
 #endif
 }
 
-ProcessorSerial ProbeProcessorSerial(void (*cpuid)(void* leaf)) {
-  ProcessorSerial serial;
-  CpuidLeaf version{.leaf = 1};
-  if (!win::CallUnderFaultGuard(cpuid, &version)) return serial;
-  serial.signature = version.eax;
-  serial.features = version.edx;
-  CpuidLeaf number{.leaf = 3};
-  if (!win::CallUnderFaultGuard(cpuid, &number)) return serial;
-  serial.serialMiddle = number.ecx;
-  serial.serialLow = number.edx;
-  return serial;
-}
+}  // namespace
 
-std::wstring ProcessorField(const ProcessorSerial& serial) {
-  if (!(serial.features & kSerialNumberFeature)) return L"0";
-  // The signature last, deliberately: it would be the most significant word of the whole number.
-  return UpperHex(serial.serialMiddle, 8) + UpperHex(serial.serialLow, 8) + UpperHex(serial.signature, 8);
+std::wstring ProcessorField() {
+  CpuidLeaf version{.leaf = 1};
+  CpuidLeaf serial{.leaf = 3};
+  // A hypervisor or an operating system can forbid the instruction. After a fault, all that was not read stays 0.
+  if (win::CallUnderFaultGuard(&ExecuteCpuid, &version)) win::CallUnderFaultGuard(&ExecuteCpuid, &serial);
+  if (!(version.edx & kSerialNumberFeature)) return L"0";
+  // Compatibility: existing identifiers have the signature (EAX) last, although it is the number's highest part.
+  return UpperHex(serial.ecx, 8) + UpperHex(serial.edx, 8) + UpperHex(version.eax, 8);
 }
 
 }  // namespace identity

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstring>
+#include <string>
 
 #include "win/text.h"
 #include "win/unique_resource.h"
@@ -20,12 +21,12 @@ static_assert(offsetof(SENDCMDINPARAMS, bDriveNumber) == 12);
 static_assert(sizeof(IDEREGS) == 8 && offsetof(IDEREGS, bDriveHeadReg) == 5 && offsetof(IDEREGS, bCommandReg) == 6);
 static_assert(sizeof(SENDCMDOUTPARAMS) == 17 && offsetof(SENDCMDOUTPARAMS, bBuffer) == 16);
 
-/// Word 0 of the IDENTIFY data, the general configuration.
+// Bits of word 0 of the IDENTIFY data, the general configuration.
 constexpr uint16_t kFixedDevice = 0x40;
 constexpr uint16_t kRemovableMedia = 0x80;
 constexpr DWORD kMaxOutputLength = 545;
 
-/// What tells the two probes apart.
+/// In what the two probes differ.
 struct Variant {
   DWORD shareMode;
   bool needsIdeDevice;
@@ -38,7 +39,7 @@ SENDCMDINPARAMS InputA(unsigned drive, BYTE ideDeviceMap) {
   SENDCMDINPARAMS input{};
   input.cBufferSize = 512;
   input.irDriveRegs.bSectorCountReg = 1;
-  // The master or the slave of a channel.
+  // Drives with an even number are the first ones of their channel, the others the second ones.
   input.irDriveRegs.bDriveHeadReg = drive % 2 == 0 ? 0xA0 : 0xB0;
   const bool isPacketDevice = ((ideDeviceMap >> drive) & 0x10) != 0;
   input.irDriveRegs.bCommandReg = isPacketDevice ? ATAPI_ID_CMD : ID_CMD;
@@ -65,7 +66,7 @@ constexpr Variant kVariantB = {.shareMode = FILE_SHARE_READ | FILE_SHARE_WRITE |
 
 bool Probe(const Variant& variant, unsigned drive, DiskRecord& record) {
   record = {};
-  const std::wstring path = L"\\\\.\\PhysicalDrive" + std::to_wstring(drive);
+  const std::wstring path = PhysicalDrivePath(drive);
   const win::UniqueFile device(
       CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, variant.shareMode, nullptr, OPEN_EXISTING, 0, nullptr));
   if (!device) return false;
@@ -91,9 +92,22 @@ bool Probe(const Variant& variant, unsigned drive, DiskRecord& record) {
   return true;
 }
 
-/// The white space of the C locale, for any value of a char.
+/// The white space of the C locale, for every value of a char.
 bool IsWhiteSpace(char character) {
   return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
+/// The string in words `first` to `last`, up to its first NUL. The high byte of a word is its first character. White
+/// space at the end of the words is removed, but never their first character.
+std::string StringInWords(IdentifyData words, size_t first, size_t last) {
+  std::string string;
+  for (const uint16_t word : words.subspan(first, last - first + 1)) {
+    string += static_cast<char>(word >> 8);
+    string += static_cast<char>(word & 0xFF);
+  }
+  while (string.size() > 1 && IsWhiteSpace(string.back()))
+    string.pop_back();
+  return string.substr(0, string.find('\0'));
 }
 
 }  // namespace
@@ -107,24 +121,13 @@ bool ProbeSmartB(unsigned drive, DiskRecord& record) {
 }
 
 void ReadIdentifyData(IdentifyData words, DiskRecord& record) {
-  record.serialNumber = win::ThreadAnsiToWide(IdentifyText(words, 10, 19));
-  record.productRevision = win::ThreadAnsiToWide(IdentifyText(words, 23, 26));
+  record.serialNumber = win::ThreadAnsiToWide(StringInWords(words, 10, 19));
+  record.productRevision = win::ThreadAnsiToWide(StringInWords(words, 23, 26));
   if (words[0] & kFixedDevice) {
     record.mediaType = FixedMedia;
   } else if (words[0] & kRemovableMedia) {
     record.mediaType = RemovableMedia;
   }
-}
-
-std::string IdentifyText(IdentifyData words, size_t first, size_t last) {
-  std::string text;
-  for (const uint16_t word : words.subspan(first, last - first + 1)) {
-    text += static_cast<char>(word >> 8);
-    text += static_cast<char>(word & 0xFF);
-  }
-  while (text.size() > 1 && IsWhiteSpace(text.back()))
-    text.pop_back();
-  return text.substr(0, text.find('\0'));
 }
 
 }  // namespace identity

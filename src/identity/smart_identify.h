@@ -3,27 +3,23 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
 
 #include "identity/disk_record.h"
 
 namespace identity {
 
-/// The answer of an ATA disk to IDENTIFY DEVICE.
+/// The 256 words that an ATA disk returns to IDENTIFY DEVICE.
 using IdentifyData = std::span<const uint16_t, 256>;
 
-/// Two ways of asking physical drive `drive` for its IDENTIFY data through the system's SMART interface, of use with
-/// older IDE and ATA controllers. They differ in what the drivers of that time insisted on: A addresses the drive by
-/// its place on the controller and reads packet devices too, B sends the bare command. Each clears `record` first and
-/// returns whether the drive answered. They need elevation. Any thread; they block on the device.
+/// Two ways to ask physical drive `drive` for its IDENTIFY data through the system's SMART interface. They are useful
+/// with older IDE and ATA controllers, whose drivers accept one or the other: A addresses the drive by its place on the
+/// controller and also reads packet devices, B sends only the command. Both need elevation. Each clears `record` first,
+/// fills it in if the drive answers, and returns whether it did. Any thread. Blocks.
 bool ProbeSmartA(unsigned drive, DiskRecord& record);
 bool ProbeSmartB(unsigned drive, DiskRecord& record);
 
-/// Takes serial number, revision and media type from IDENTIFY data.
+/// Reads serial number, revision and media type from IDENTIFY data. The strings are in the calling thread's ANSI code
+/// page. Any thread.
 void ReadIdentifyData(IdentifyData words, DiskRecord& record);
-
-/// The text in words `first` to `last` (at most 255), the high byte of each word first, without the white space at its
-/// end, though never without its first character; up to the first NUL.
-std::string IdentifyText(IdentifyData words, size_t first, size_t last);
 
 }  // namespace identity

@@ -23,18 +23,18 @@ static_assert(offsetof(STORAGE_DEVICE_DESCRIPTOR, VendorIdOffset) == 12);
 static_assert(offsetof(STORAGE_DEVICE_DESCRIPTOR, SerialNumberOffset) == 24);
 static_assert(offsetof(STORAGE_DEVICE_DESCRIPTOR, BusType) == 28);
 
-constexpr size_t kBufferSize = 40960;
-/// The device never gets the last byte, which stays the terminator of a text that has none.
+constexpr DWORD kBufferSize = 40960;
+/// One byte less than the buffer has: the last byte ends a string that has no terminator.
 constexpr DWORD kOutputLength = kBufferSize - 1;
 
-std::wstring TextAt(std::span<const BYTE> buffer, DWORD offset) {
+std::wstring StringAt(std::span<const BYTE> buffer, DWORD offset) {
   if (offset == 0 || offset >= buffer.size()) return {};
-  const auto text = buffer.subspan(offset);
-  return win::ThreadAnsiToWide(std::string(text.begin(), std::find(text.begin(), text.end(), BYTE{0})));
+  const auto bytes = buffer.subspan(offset);
+  return win::ThreadAnsiToWide(std::string(bytes.begin(), std::find(bytes.begin(), bytes.end(), BYTE{0})));
 }
 
-/// The bytes of a handle's own value as a text up to the first zero byte.
-std::wstring HandleValueText(HANDLE handle) {
+/// The bytes of a handle's value as a string, up to the first zero byte.
+std::wstring HandleValueAsString(HANDLE handle) {
   std::array<char, sizeof(handle)> bytes{};
   std::memcpy(bytes.data(), &handle, sizeof(handle));
   return win::ThreadAnsiToWide(std::string(bytes.data(), strnlen(bytes.data(), bytes.size())));
@@ -60,8 +60,8 @@ bool QueryDeviceProperty(HANDLE device, DiskRecord& record) {
   return true;
 }
 
-/// Deliberate, and part of identifiers that are out there: a driver that answers this query has its disk known by the
-/// value of our handle, not by the answer. Drivers of fixed disks refuse it.
+/// Compatibility: if the driver answers this query, the serial number is the value of our handle, not the answer.
+/// Existing identifiers contain it. Drivers of fixed disks normally refuse the query.
 bool QueryMediaSerialNumber(HANDLE device, DiskRecord& record) {
   std::vector<BYTE> buffer(kBufferSize);
   DWORD returned = 0;
@@ -69,7 +69,7 @@ bool QueryMediaSerialNumber(HANDLE device, DiskRecord& record) {
                        &returned, nullptr)) {
     return false;
   }
-  record.serialNumber = HandleValueText(device);
+  record.serialNumber = HandleValueAsString(device);
   return true;
 }
 
@@ -88,19 +88,19 @@ bool ProbeStorageProperty(const std::wstring& devicePath, DiskRecord& record) {
     return false;
   }
   CopyNumber(geometry.MediaType, record.mediaType);
-  const bool described = QueryDeviceProperty(device.Get(), record);
-  const bool numbered = QueryMediaSerialNumber(device.Get(), record);
-  return described || numbered;
+  const bool hasDescription = QueryDeviceProperty(device.Get(), record);
+  const bool hasMediaSerialNumber = QueryMediaSerialNumber(device.Get(), record);
+  return hasDescription || hasMediaSerialNumber;
 }
 
 void ReadDeviceDescriptor(std::span<const BYTE> buffer, DiskRecord& record) {
   STORAGE_DEVICE_DESCRIPTOR descriptor{};
   if (buffer.size() < sizeof(descriptor)) return;
   std::memcpy(&descriptor, buffer.data(), sizeof(descriptor));
-  record.productId = TextAt(buffer, descriptor.ProductIdOffset);
-  record.serialNumber = TextAt(buffer, descriptor.SerialNumberOffset);
-  record.vendorId = TextAt(buffer, descriptor.VendorIdOffset);
-  record.productRevision = TextAt(buffer, descriptor.ProductRevisionOffset);
+  record.productId = StringAt(buffer, descriptor.ProductIdOffset);
+  record.serialNumber = StringAt(buffer, descriptor.SerialNumberOffset);
+  record.vendorId = StringAt(buffer, descriptor.VendorIdOffset);
+  record.productRevision = StringAt(buffer, descriptor.ProductRevisionOffset);
   CopyNumber(descriptor.BusType, record.busType);
 }
 

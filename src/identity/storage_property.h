@@ -9,14 +9,17 @@
 
 namespace identity {
 
-/// Asks the storage driver behind `devicePath` ("\\.\C:", "\\.\PhysicalDrive0") what it says about its disk, which
-/// needs no elevation. Clears `record` first and returns whether the driver described the disk; the media type may be
-/// known even when it did not. Any thread; blocks on the device.
+/// Asks the storage driver of the device at `devicePath` ("\\.\C:", "\\.\PhysicalDrive0") about its disk. Needs no
+/// elevation. Clears `record` first and then fills in what the driver reports.
+///
+/// Returns true when the driver answered at least one of two queries: the one for the device's description, or the one
+/// for the serial number of its medium. Returns false when the device cannot be opened or has no geometry, and when
+/// both queries fail; the media type is filled in even then if the geometry is known. Any thread. Blocks.
 bool ProbeStorageProperty(const std::wstring& devicePath, DiskRecord& record);
 
-/// Takes texts and bus type from a STORAGE_DEVICE_DESCRIPTOR at the start of `buffer`. The bytes come from a device and
-/// are trusted in nothing: an offset of 0 or past the buffer gives no text, and a text ends with the buffer at the
-/// latest. Texts are read in the thread's ANSI code page.
+/// Reads strings and bus type from the STORAGE_DEVICE_DESCRIPTOR at the start of `buffer`. The bytes come from a device
+/// and are not trusted: an offset of 0 or past the buffer gives an empty string, and a string ends at the buffer's end
+/// at the latest. The strings are in the calling thread's ANSI code page. Any thread.
 void ReadDeviceDescriptor(std::span<const BYTE> buffer, DiskRecord& record);
 
 }  // namespace identity

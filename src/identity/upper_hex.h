@@ -7,11 +7,11 @@
 
 namespace identity {
 
-/// `value` in upper-case hex digits, filled up with zeros to `width` of them, which is at most 8.
+/// `value` in upper-case hex digits, with leading zeros up to `width` digits, which is at most 8. Any thread.
 inline std::wstring UpperHex(uint32_t value, int width) {
-  std::array<wchar_t, 9> text{};
-  std::swprintf(text.data(), text.size(), L"%0*X", width, value);
-  return text.data();
+  std::array<wchar_t, 9> digits{};
+  std::swprintf(digits.data(), digits.size(), L"%0*X", width, value);
+  return digits.data();
 }
 
 }  // namespace identity

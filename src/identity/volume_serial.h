@@ -4,8 +4,8 @@
 
 namespace identity {
 
-/// Puts the serial number of the volume on drive `letter` into `serial`, in eight hex digits, and returns true. Returns
-/// false and leaves `serial` alone when the system does not tell it. Any thread; blocks on the volume.
+/// Stores the serial number of the volume on drive `letter` in `serial`, as eight upper-case hex digits, and returns
+/// true. Returns false and leaves `serial` unchanged when the system does not know it. Any thread. Blocks.
 bool ProbeVolumeSerial(wchar_t letter, std::wstring& serial);
 
 }  // namespace identity

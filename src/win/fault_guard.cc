@@ -15,10 +15,10 @@ static int BorvantaCallUnderFaultGuard(void (*function)(void*), void* argument) 
 
 #else
 
-// GCC has no __try, but its assembler can describe the same thing: a frame whose exceptions go to the C runtime's
-// handler, with a scope table of one entry that says "take every exception in the call and go on at the label". So both
-// compilers' builds recover by the system's own unwinding. Jumping out of a vectored handler instead would leave the
-// system's list of handlers referenced, and a processor with shadow stacks would refuse the jump.
+// GCC has no __try, but its assembler can describe the same: a frame whose exceptions go to the handler of the C
+// runtime, with a table of one entry that says "for every exception in the call, continue at the label". So the system
+// itself unwinds the stack, in the builds of both compilers. Jumping out of a vectored handler instead would leave the
+// system's list of handlers in use, and a processor with shadow stacks would refuse the jump.
 extern "C" int BorvantaCallUnderFaultGuard(void (*function)(void*), void* argument) noexcept;
 
 asm(R"(

@@ -2,13 +2,13 @@
 
 namespace win {
 
-/// Calls `function(argument)` and returns true, or false when it was broken off by a fault of the processor or by any
-/// other structured exception. What the function had stored through `argument` before the fault stands, as far as the
-/// compiler had stored it by then. Only for small functions that own nothing, do not throw and cannot overflow the
-/// stack: a function that is broken off is left without its destructors having run, and a stack without its guard page.
+/// Calls `function(argument)`. Returns true, or false if a fault of the processor or another structured exception ended
+/// the call. What the function stored through `argument` before the fault stays there, if the compiler had stored it by
+/// then. Only for small functions that own nothing, do not throw and cannot overflow the stack: after a fault, no
+/// destructor of the function runs, and a stack that overflowed has lost its guard page.
 ///
-/// The guard is a structured exception handler in this call's own frame, so guards nest, each thread has its own, and
-/// nothing outside the call is affected. Vectored handlers and an attached debugger see the fault first. Any thread.
+/// The guard is a structured exception handler in the frame of this call. So guards can be nested, and nothing outside
+/// the call is affected. Vectored handlers and an attached debugger see the fault first. Any thread.
 bool CallUnderFaultGuard(void (*function)(void*), void* argument) noexcept;
 
 }  // namespace win

@@ -4,7 +4,7 @@ namespace win {
 
 namespace {
 
-/// Length -1 makes the system count up to the first NUL and include it in the size that it answers.
+/// As a length: the system converts up to the first NUL, and the size that it returns includes the NUL.
 constexpr int kUpToTerminator = -1;
 
 }  // namespace

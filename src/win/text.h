@@ -6,17 +6,16 @@
 
 namespace win {
 
-// Every conversion throws std::bad_alloc when memory runs out.
+// Every conversion throws std::bad_alloc when memory runs out. Any thread.
 
-/// Converts UTF-16 to the given code page (CP_UTF8, CP_ACP, CP_THREAD_ACP...). Text after an embedded NUL is dropped.
-/// Characters that the code page lacks come out as its default character. Empty when the conversion fails. Any thread.
+/// Converts UTF-16 to the given code page (CP_UTF8, CP_ACP, CP_THREAD_ACP...), up to the first NUL. A character that
+/// the code page does not have becomes the code page's default character. Empty when the conversion fails.
 std::string WideToNarrow(UINT codePage, const std::wstring& text);
 
-/// Converts from the given code page to UTF-16. Text after an embedded NUL is dropped. Empty when the conversion
-/// fails. Any thread.
+/// Converts from the given code page to UTF-16, up to the first NUL. Empty when the conversion fails.
 std::wstring NarrowToWide(UINT codePage, const std::string& text);
 
-/// UTF-16 to UTF-8, for names and paths that go to script. Lone surrogates come out as U+FFFD.
+/// UTF-16 to UTF-8, for names and paths that script gets. A lone surrogate becomes U+FFFD.
 inline std::string WideToUtf8(const std::wstring& text) {
   return WideToNarrow(CP_UTF8, text);
 }
@@ -31,13 +30,13 @@ inline std::wstring AnsiToWide(const std::string& text) {
   return NarrowToWide(CP_ACP, text);
 }
 
-/// UTF-16 to the calling thread's ANSI code page. The identity texts are handed to script in these bytes as if they
-/// were UTF-8: deliberate, the client has always read them so.
+/// UTF-16 to the ANSI code page of the calling thread. Compatibility: script gets the strings of src/identity in these
+/// bytes, read as UTF-8. The client has always read them so.
 inline std::string WideToThreadAnsi(const std::wstring& text) {
   return WideToNarrow(CP_THREAD_ACP, text);
 }
 
-/// The calling thread's ANSI code page to UTF-16.
+/// The ANSI code page of the calling thread to UTF-16.
 inline std::wstring ThreadAnsiToWide(const std::string& text) {
   return NarrowToWide(CP_THREAD_ACP, text);
 }

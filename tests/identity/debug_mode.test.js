@@ -1,60 +1,81 @@
 'use strict';
 const assert = require('node:assert/strict');
-const { execFile } = require('node:child_process');
-const fs = require('node:fs');
-const path = require('node:path');
+const { once } = require('node:events');
 const test = require('node:test');
-const { promisify } = require('node:util');
-const { load, runScript } = require('../support/windows.js');
+const { setTimeout } = require('node:timers/promises');
+const { Worker } = require('node:worker_threads');
+const { scriptedSystem } = require('../support/scripted_system.js');
+const { koffi, memoryAt } = require('../support/windows_api.js');
 
-// Made by scripts/lib/debug_mode_files.mjs.
-const folder = path.resolve(__dirname, '..', '..', 'build', 'debug_mode');
-const skip = !fs.existsSync(path.join(folder, 'stamp')) &&
-  'the signed files are made on Linux, where the signing tool is and the throw-away certificate is trusted';
+const now = [2024, 2, 4, 29, 23, 59, 59, 500];
+/** The same moment in milliseconds since 1601. */
+const moment = Date.UTC(2024, 1, 29, 23, 59, 59, 500) - Date.UTC(1601);
 
-/** What a fresh process answers, asked twice, about the module file in a variant's folder. */
-async function answers(variant, file = 'borvanta-util.node') {
-  const [result] = await runScript('print([util.isDebugMode(), util.isDebugMode()]);',
-    { module: path.join(folder, variant, file) });
-  return result;
+/** A system whose module has this debug period and a signature. `others` are other answers of its functions. */
+function debugBuild(t, period, others) {
+  const system = scriptedSystem(t);
+  const data = koffi.alloc('char', 20);
+  memoryAt(data, 20).write(period, 'latin1');
+  const recorded = ([name, answer]) => [name, (real, ...args) => {
+    system.calls.push([name, ...args]);
+    return typeof answer === 'function' ? answer(...args) : answer;
+  }];
+  const { WinVerifyTrust, ...scripts } = Object.fromEntries(Object.entries({
+    GetModuleHandleW: 1n, FindResourceExW: 2n, SizeofResource: period.length, LoadResource: 3n, LockResource: data,
+    GetLocalTime: (time) => now.forEach((part, index) => memoryAt(time, 16).writeUInt16LE(part, index * 2)),
+    GetModuleFileNameW: (module, path) => memoryAt(path, 520).write('C:\\a.node', 'utf16le') / 2, LoadLibraryExW: 4n,
+    GetProcAddress: () => system.callback('WinVerifyTrust', WinVerifyTrust), WinVerifyTrust: 0, ...others,
+  }).map(recorded));
+  system.playAll(scripts);
+  return system;
 }
 
-/**
- * What the identity tests' program of a variant prints when it runs as a host itself (HostDebugMode in
- * debug_mode_test.cc).
- */
-async function hostLines(variant, milliseconds = 0) {
-  const program = path.join(folder, variant, 'identity_tests.exe');
-  const { stdout } = await promisify(execFile)(program, ['--child=HostDebugMode', String(milliseconds)]);
-  return stdout.trim().split(/\r?\n/);
-}
-
-test('a release build is not in debug mode', () => {
-  assert.equal(load().isDebugMode(), false);
+test('isDebugMode is true until the last millisecond of the period, unless a step fails, and is decided once', (t) => {
+  for (const [answer, last, period, others] of [
+    [true, 'WinVerifyTrust', `${moment}`], [false, 'GetLocalTime', `${moment - 1}`],
+    [true, 'WinVerifyTrust', `${moment}`.padStart(18, '0')], [false, 'SizeofResource', `${moment}`.padStart(19, '0')],
+    [false, 'SizeofResource', ''], [true, 'WinVerifyTrust', '/' /* -1 */], [false, 'GetLocalTime', 'z' /* 74 */],
+    ...['FindResourceExW', 'LoadResource', 'LockResource', 'LoadLibraryExW', 'GetProcAddress']
+      .map((name) => [false, name, '/', { [name]: null }]),
+    ...[0, 260 /* cut off */].map((length) => [false, 'GetModuleFileNameW', '/', { GetModuleFileNameW: length }]),
+    [false, 'WinVerifyTrust', '/', { WinVerifyTrust: 1 }],
+  ]) {
+    const { calls, util } = debugBuild(t, period, others);
+    assert.deepEqual([util.isDebugMode(), calls.at(-1)[0]], [answer, last]);
+    const steps = calls.length;
+    assert.equal(util.isDebugMode(), answer);
+    assert.equal(calls.length, steps);
+  }
 });
 
-test('a signed debug build is, inside its period', { skip }, async () => {
-  assert.deepEqual(await answers('inside'), [true, true]);
-  assert.deepEqual(await answers('over'), [false, false]);
+test('the file whose resources decide is checked quietly and offline, by the library of the system folder', (t) => {
+  for (const file of [1n, null /* The module has another name, so the host executable decides. */]) {
+    const checks = [];
+    const { calls, util } = debugBuild(t, '/', { GetModuleHandleW: file, WinVerifyTrust: (window, action, data) => {
+      const path = koffi.decode(koffi.decode(data, 40, 'void*'), 8, 'str16');
+      checks.push([path, ...[24, 28, 72, 48].map((place) => koffi.decode(data, place, 'uint32'))]);
+      return checks.length - 1; // What the closing call returns does not matter.
+    } });
+    assert.equal(util.isDebugMode(), true);
+    const args = (name) => calls.find(([called]) => called === name).slice(1);
+    assert.deepEqual(args('GetModuleHandleW'), ['borvanta-util.node']);
+    assert.deepEqual(args('FindResourceExW'), [file, 'DHS', '101', 1033]);
+    assert.equal(args('GetModuleFileNameW')[0], file);
+    assert.deepEqual(args('LoadLibraryExW'), ['wintrust.dll', null, 0x800 /* LOAD_LIBRARY_SEARCH_SYSTEM32 */]);
+    // WTD_UI_NONE, WTD_REVOKE_NONE, no revocation check and nothing but the cache; verify, then close.
+    assert.deepEqual(checks, [['C:\\a.node', 2, 0, 0x1010, 1], ['C:\\a.node', 2, 0, 0x1010, 2]]);
+  }
 });
 
-test('a debug build that is not as it was signed is not', { skip }, async () => {
-  assert.deepEqual(await Promise.all([answers('unsigned'), answers('tampered')]), [[false, false], [false, false]]);
-});
-
-test('under another file name the host executable decides', { skip }, async () => {
-  assert.deepEqual(await answers('other-name', 'other.node'), [false, false]);
-  assert.equal((await hostLines('host-inside'))[0], 'true true');
-});
-
-test('the local clock decides, to the millisecond, and the decision stands until it is released', { skip }, async () => {
-  assert.deepEqual(await hostLines('host-inside', 500), ['true true', 'true', '1 false']);
-  assert.deepEqual(await hostLines('host-inside', 501), ['false false', 'false', '0 false']);
-});
-
-test('a period has 1 to 18 bytes, whatever they are', { skip }, async () => {
-  assert.equal((await hostLines('host-longest'))[0], 'true true');
-  assert.equal((await hostLines('host-no-digits'))[0], 'true true');
-  assert.equal((await hostLines('host-too-long'))[0], 'false false');
-  assert.equal((await hostLines('host-empty'))[0], 'false false');
+test('a script thread that asks while another one decides waits for the same answer', async (t) => {
+  const system = debugBuild(t, '/');
+  system.hold('SystemTimeToFileTime');
+  const source = `const copy = { exports: {} };
+    process.dlopen(copy, require('node:worker_threads').workerData);
+    require('node:worker_threads').parentPort.postMessage(copy.exports.isDebugMode());`;
+  const options = { eval: true, workerData: system.file };
+  const answers = [1, 2].map(() => once(new Worker(source, options), 'message'));
+  await setTimeout(500); // Until one is held and the other one waits.
+  system.mend('SystemTimeToFileTime');
+  assert.deepEqual(await Promise.all(answers), [[true], [true]]);
 });

@@ -1,57 +1,68 @@
 'use strict';
 const assert = require('node:assert/strict');
 const test = require('node:test');
-const { reg, runScript, tryReg } = require('../support/windows.js');
+const { scriptedSystem } = require('../support/scripted_system.js');
+const { memoryAt, RegistryKey } = require('../support/windows_api.js');
 
-const processorKey = 'HKLM\\HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0';
-const systemKey = 'HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion';
+const scratch = new RegistryKey('SOFTWARE\\BorvantaTest');
+test.after(() => scratch.remove());
 
-const read = (key, name) => tryReg('query', key, '/v', name, '/reg:64')?.match(/REG_SZ {4}(.*?)\r?\n/)?.[1];
+/** VerifyVersionInfoW on a system of `version`, 63 for 6.3. Conditions have an octal digit for each compared field. */
+const verifyOn = (version, build, productType = 1 /* VER_NT_WORKSTATION */) => (real, info, mask, conditions) => {
+  const asked = memoryAt(info, 284);
+  assert.deepEqual([asked.readUInt32LE(), conditions], [284, { 7: 0o333, 0x23: 0o300033, 0x80: 0o10000000 }[mask]]);
+  if (mask === 0x80) return asked[282] === productType ? 1 : 0;
+  const [major, minor, leastBuild, servicePack] = [asked[4], asked[8], asked.readUInt32LE(12), asked[276]];
+  return version >= major * 10 + minor && servicePack === 0 && (mask !== 7 || build >= leastBuild) ? 1 : 0;
+};
 
-/** Sets a text value, or deletes it with `undefined`. */
-function write(key, name, text) {
-  if (text === undefined) tryReg('delete', key, '/v', name, '/f', '/reg:64');
-  else reg('add', key, '/v', name, '/t', 'REG_SZ', '/d', text, '/f', '/reg:64');
+/**
+ * What the module's function `name` returns on a system of this version whose keys have these values. It reads the key
+ * at `path` with the rights `access` as often as `times` says, however often it is called.
+ */
+function describe(t, name, values, [path, access, times], version = [100, 19045]) {
+  scratch.remove();
+  for (const [value, data] of Object.entries(values)) if (data !== undefined) scratch.set(value, data);
+  const [system, opened] = [scriptedSystem(t), []];
+  system.playAll({
+    VerifyVersionInfoW: verifyOn(...version),
+    RegOpenKeyExA: (real, root, key, options, rights, out) => {
+      opened.push([root & 0xFFFFFFFF, key, options, rights]);
+      return real(root, scratch.path, options, rights, out);
+    },
+  });
+  const answer = system.util[name]('arguments', {});
+  assert.equal(system.util[name](), answer);
+  assert.deepEqual(opened, Array(times).fill([0x80000002 | 0 /* HKEY_LOCAL_MACHINE */, path, 0, access]));
+  return answer;
 }
 
-/** Runs `body` with the values changed, and puts back what was there. */
-async function withValues(key, values, body) {
-  const before = Object.keys(values).map((name) => [name, read(key, name)]);
-  try {
-    for (const [name, text] of Object.entries(values)) write(key, name, text);
-    return await body();
-  } finally {
-    for (const [name, text] of before) write(key, name, text);
+test('the processor name is the bytes in the registry up to the first NUL, with their spaces', (t) => {
+  const key = ['HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0', 1 /* KEY_QUERY_VALUE */, 1];
+  for (const [value, name] of [
+    ['  Processor @ 3.00GHz   ', '  Processor @ 3.00GHz   '], [Buffer.from('Prozessor ä\0b'), 'Prozessor ä'],
+    [Buffer.alloc(1024, 'x'), 'x'.repeat(1024)], [Buffer.alloc(1025, 'x'), ''], [undefined, ''],
+  ]) {
+    assert.equal(describe(t, 'getCpuName', { ProcessorNameString: value }, key), name);
   }
-}
-
-// These change values of the system itself, which a broken-off run would leave changed.
-const skip = !process.env.WINEPREFIX;
-
-test('the processor name keeps its blanks, is read once, and is empty where Windows has none', { skip }, async () => {
-  const name = '  Some(R) Processor @ 3.00GHz   ';
-  await withValues(processorKey, { ProcessorNameString: name }, async () => {
-    const printed = await runScript(`
-      const { execFileSync } = require('node:child_process');
-      print(util.getCpuName('arguments', {}, 'are ignored'));
-      execFileSync('reg', ['add', ${JSON.stringify(processorKey)}, '/v', 'ProcessorNameString', '/d', 'Other', '/f']);
-      print(util.getCpuName());`);
-    assert.deepEqual(printed, [name, name]);
-    assert.deepEqual(await runScript('print(util.getCpuName());'), ['Other'], 'a new process reads anew');
-  });
-  await withValues(processorKey, { ProcessorNameString: undefined }, async () => {
-    assert.deepEqual(await runScript('print(util.getCpuName());'), ['']);
-  });
 });
 
-test('the system name ends with the newer label, else the older, else with no blank', { skip }, async () => {
-  const describe = (values) => withValues(systemKey, values, async () => {
-    const [description] = await runScript('print(util.getOsVersionWithReleaseId());');
-    return description;
-  });
-  const name = await describe({ DisplayVersion: undefined, ReleaseId: undefined });
-  assert.match(name, /^1[01]$/, 'Node.js runs on nothing older');
-  assert.equal(await describe({ DisplayVersion: '22H2', ReleaseId: '2009' }), `${name} 22H2`);
-  assert.equal(await describe({ DisplayVersion: undefined, ReleaseId: '1909' }), `${name} 1909`);
-  assert.equal(await describe({ DisplayVersion: '', ReleaseId: '1809' }), `${name} 1809`);
+/** The system's key, in the 64-bit view. */
+const systemKey = (times) => ['SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion', 0x101, times];
+
+test('a system is named by the latest version that it reaches, and "Server" only without such a version', (t) => {
+  for (const [name, ...version] of [
+    ['11', 100, 22631], ['11', 100, 21996], ['10', 100, 21995], ['8.1', 63, 30000], ['8', 62, 9200], ['7', 61, 7601],
+    ['vista', 60, 6002], ['xp', 52, 3790], ['xp', 51, 2600], ['unknown', 50, 2195],
+    ['11', 100, 26100, 3], ['10', 100, 17763, 3], ['xp', 52, 3790, 3], ['Server', 50, 2195, 3],
+  ]) {
+    assert.equal(describe(t, 'getOsVersionWithReleaseId', {}, systemKey(2), version), name);
+  }
+});
+
+test('the name ends with the newer label of the feature update, or else with the older one', (t) => {
+  for (const [name, newer, older] of [['10 22H2', '22H2', '2009'], ['10 1909', '', '1909'], ['10', '', '']]) {
+    const values = { DisplayVersion: newer, ReleaseId: older };
+    assert.equal(describe(t, 'getOsVersionWithReleaseId', values, systemKey(newer ? 1 : 2)), name);
+  }
 });

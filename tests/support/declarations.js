@@ -1,6 +1,6 @@
 'use strict';
 // The functions that tests play, as C declares them. A handle or an address is `void*` (a BigInt or null in script), or
-// `size_t` where its value counts.
+// `size_t` where its value counts. A line that begins with "#" is a comment.
 const { koffi } = require('./windows_api.js');
 
 const source = `
@@ -60,6 +60,22 @@ const source = `
   void* CreateToolhelp32Snapshot(uint32, uint32)
   int Process32FirstW(void*, void*)
   int Process32NextW(void*, void*)
+  // identity
+  int VerifyVersionInfoW(void*, uint32, uint64)
+  int RegOpenKeyExA(size_t, str, uint32, uint32, void*)
+  int DeviceIoControl(void*, uint32, void*, uint32, void*, uint32, void*, void*)
+  int GetVolumeInformationW(str16, void*, uint32, void*, void*, void*, void*, uint32)
+  uint32 GetAdaptersInfo(void*, void*)
+  int ExceptionHandler(void*)
+  void* GetModuleHandleW(str16)
+  void* FindResourceExW(void*, str16, str16, uint16)
+  uint32 SizeofResource(void*, void*)
+  void* LoadResource(void*, void*)
+  void* LockResource(void*)
+  void GetLocalTime(void*)
+  uint32 GetModuleFileNameW(void*, void*, uint32)
+  void* LoadLibraryExW(str16, void*, uint32)
+  int WinVerifyTrust(void*, void*, void*)
 `;
 
 exports.declarations = Object.fromEntries(source.split('\n').map((line) => line.trim())

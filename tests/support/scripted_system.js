@@ -97,6 +97,7 @@ class ScriptedSystem {
   calls = [];
 
   constructor(file) {
+    this.file = file;
     const loaded = { exports: {} };
     process.dlopen(loaded, file);
     /** The copy's script functions. */
@@ -104,11 +105,12 @@ class ScriptedSystem {
     this.module = getModuleHandle(file);
     const base = koffi.address(this.module);
     const headers = memoryAt(base, 0x1000);
-    const image = memoryAt(base, headers.readUInt32LE(headers.readUInt32LE(0x3C) + 80));
+    /** The copy's memory, code and data. */
+    this.image = memoryAt(base, headers.readUInt32LE(headers.readUInt32LE(0x3C) + 80));
     /** What the headers of the copy say. */
-    this.executable = readExecutable(image);
+    this.executable = readExecutable(this.image);
     const { imports } = this.executable;
-    this.#slots = new Map(imports.map(({ name, slot }) => [name, image.subarray(slot, slot + 8)]));
+    this.#slots = new Map(imports.map(({ name, slot }) => [name, this.image.subarray(slot, slot + 8)]));
     for (const { slot } of imports) makeWritable(base + BigInt(slot), 8);
     this.real = new Map([...this.#slots].map(([name, slot]) => [name, slot.readBigUInt64LE()]));
   }

@@ -20,7 +20,7 @@ const virtualProtect = system('kernel32', 'int VirtualProtect(void*, size_t, uin
 
 /** Fresh memory that code can run in; it is never freed. */
 exports.executableMemory = (size) => koffi.address(virtualAlloc(null, size, 0x3000 /* MEM_COMMIT | MEM_RESERVE */, 0x40));
-exports.makeWritable = (address, size) => virtualProtect(address, size, 0x04 /* PAGE_READWRITE */, [0]);
+exports.makeWritable = (address, size) => virtualProtect(address, size, 0x40 /* PAGE_EXECUTE_READWRITE */, [0]);
 
 const openKey = system('advapi32', 'int RegOpenKeyExW(size_t, str16, uint32, uint32, _Out_ size_t*)');
 const createKey = system('advapi32',
