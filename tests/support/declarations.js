@@ -76,6 +76,8 @@ const source = `
   uint32 GetModuleFileNameW(void*, void*, uint32)
   void* LoadLibraryExW(str16, void*, uint32)
   int WinVerifyTrust(void*, void*, void*)
+  // failing_calls
+  int VirtualFree(void*, size_t, uint32)
 `;
 
 exports.declarations = Object.fromEntries(source.split('\n').map((line) => line.trim())

@@ -27,6 +27,7 @@ const address = (library, name) => koffi.address(getProcAddress(loadLibrary(libr
 const stubSize = 256;
 const field = {
   count: 160, first: 168, last: 176, value: 184, error: 192, late: 200, event: 208, real: 216, wait: 224, held: 232,
+  refused: 240,
 };
 const never = 0xFFFFFFFFn;
 
@@ -63,8 +64,11 @@ function stubCode() {
   label('fail');
   emit(0x48, 0x83, 0xEC, 0x28); // sub rsp, 0x28
   on('late', [0x83, 0x3D], [0]); // cmp dword [late], 0
-  jump(0x74, 'answer'); // je
+  jump(0x74, 'refuse'); // je
   on('real', [0xFF, 0x15]); // call [real], which has four arguments at most
+  jump(0xEB, 'answer'); // jmp
+  label('refuse');
+  on('refused', [0xF0, 0xFF, 0x05]); // lock inc dword [refused]
   label('answer');
   emit(0x48, 0x83, 0xC4, 0x28); // add rsp, 0x28
   emit(0x65, 0x48, 0x8B, 0x04, 0x25, 0x30, 0, 0, 0); // mov rax, gs:[0x30]: the thread's block
@@ -77,14 +81,19 @@ function stubCode() {
   return Buffer.from(code);
 }
 
+const stubBytes = stubCode();
 const wait = address('kernel32', 'WaitForSingleObject');
 
 // A file that has been loaded cannot be deleted, so a run leaves its copies to the next one.
 const prefix = 'borvanta-copy-';
 for (const name of fs.readdirSync(os.tmpdir()).filter((entry) => entry.startsWith(prefix))) {
   const folder = path.join(os.tmpdir(), name);
-  const isOld = Date.now() - fs.statSync(folder).mtimeMs > 600_000;
-  if (isOld) fs.rmSync(folder, { recursive: true, force: true });
+  try {
+    const isOld = Date.now() - fs.statSync(folder).mtimeMs > 600_000;
+    if (isOld) fs.rmSync(folder, { recursive: true, force: true });
+  } catch {
+    // Another test deletes it at the moment, or uses it still.
+  }
 }
 
 class ScriptedSystem {
@@ -173,13 +182,28 @@ class ScriptedSystem {
     if (!this.#stubs.has(name)) {
       const at = executableMemory(stubSize);
       const stub = memoryAt(at, stubSize);
-      stubCode().copy(stub);
+      stubBytes.copy(stub);
       stub.writeBigUInt64LE(never, field.first);
       stub.writeBigUInt64LE(realAddress, field.real);
       stub.writeBigUInt64LE(wait, field.wait);
       this.#stubs.set(name, { stub, at });
     }
     return this.#stubs.get(name).at;
+  }
+
+  /**
+   * Puts a stub before every import, and before every function that the module looks up from now on. Behind its stub, a
+   * function is played by its script in `scripts`.
+   */
+  stubAll(scripts = {}) {
+    const lookUp = (real, library, name) => {
+      const found = real(library, name);
+      return found && this.stub(name, koffi.address(found));
+    };
+    for (const [name, script] of Object.entries({ GetProcAddress: lookUp, ...scripts })) {
+      this.stub(name, this.callback(name, script));
+    }
+    for (const name of this.imports) this.#stubOf(name);
   }
 
   #stubOf(name) {
@@ -191,18 +215,24 @@ class ScriptedSystem {
   /** How often an import has been called since the first time that this was asked. */
   count(name) { return this.#stubOf(name).readUInt32LE(field.count); }
 
+  /** How often each function that has a stub has done its work: { NAME: count }. */
+  get counts() {
+    return Object.fromEntries([...this.#stubs].map(([name, { stub }]) => (
+      [name, stub.readUInt32LE(field.count) - stub.readUInt32LE(field.refused)])));
+  }
+
   /**
    * Lets an import fail: it answers `value` with `error` as the last error. `nth` says which call, counted from now (every
    * call when left out); with `late` the call does its work before.
    */
   fail(name, { nth, value = 0, error = 5, late = false } = {}) {
     const stub = this.#stubOf(name);
-    stub.writeUInt32LE(0, field.count);
+    const before = stub.readUInt32LE(field.count);
     stub.writeBigInt64LE(BigInt(value), field.value);
     stub.writeUInt32LE(error, field.error);
     stub.writeUInt32LE(late ? 1 : 0, field.late);
-    stub.writeBigUInt64LE(BigInt(nth ?? never), field.last);
-    stub.writeBigUInt64LE(BigInt(nth ?? 1), field.first);
+    stub.writeBigUInt64LE(nth ? BigInt(before + nth) : never, field.last);
+    stub.writeBigUInt64LE(nth ? BigInt(before + nth) : 1n, field.first);
   }
 
   /** Lets an import work again, and whoever is held in it go. */

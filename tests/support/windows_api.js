@@ -18,8 +18,18 @@ exports.memoryAt = (address, size) => Buffer.from(koffi.view(address, size));
 const virtualAlloc = system('kernel32', 'void* VirtualAlloc(void*, size_t, uint32, uint32)');
 const virtualProtect = system('kernel32', 'int VirtualProtect(void*, size_t, uint32, _Out_ uint32*)');
 
+const chunkSize = 0x10000;
+let [chunk, used] = [0n, chunkSize];
+
 /** Fresh memory that code can run in; it is never freed. */
-exports.executableMemory = (size) => koffi.address(virtualAlloc(null, size, 0x3000 /* MEM_COMMIT | MEM_RESERVE */, 0x40));
+exports.executableMemory = (size) => {
+  if (used + size > chunkSize) {
+    chunk = koffi.address(virtualAlloc(null, chunkSize, 0x3000 /* MEM_COMMIT | MEM_RESERVE */, 0x40));
+    used = 0;
+  }
+  used += size;
+  return chunk + BigInt(used - size);
+};
 exports.makeWritable = (address, size) => virtualProtect(address, size, 0x40 /* PAGE_EXECUTE_READWRITE */, [0]);
 
 const openKey = system('advapi32', 'int RegOpenKeyExW(size_t, str16, uint32, uint32, _Out_ size_t*)');
@@ -86,6 +96,21 @@ exports.RegistryKey = class RegistryKey {
     const [, parent, name] = this.path.match(/^(.*)\\(.*)$/);
     this.#use((key) => deleteTree(key, name), (key) => openKey(localMachine, parent, 0, this.access, key));
   }
+};
+
+const getHandleInformation = system('kernel32', 'int GetHandleInformation(size_t, _Out_ uint32*)');
+
+/** How many handles this process has open; registry keys are handles too. (Wine does not count them.) */
+exports.openHandles = () => {
+  const flags = [0];
+  let open = 0;
+  // Values are given out in steps of four, the lowest free one first.
+  for (let value = 4, gap = 0; gap < 100; value += 4, gap += 1) {
+    if (getHandleInformation(value, flags) === 0) continue;
+    open += 1;
+    gap = 0;
+  }
+  return open;
 };
 
 const setThreadLocale = system('kernel32', 'int SetThreadLocale(uint32)');
