@@ -1,6 +1,10 @@
-// A dbghelp.dll for the test platform alone. Wine 8's MiniDumpWriteDump dereferences the exception pointers, which may
-// be null on Windows, and takes the process down. This library forwards everything to the system's own dbghelp.dll and
-// fills in the stalled thread's context where they are null. Built with MinGW only: Windows needs no remedy.
+// A dbghelp.dll for the test platform only. It forwards everything to the system's own dbghelp.dll and mends three
+// defects of Wine 8. Built with MinGW only: Windows needs no remedy.
+// - MiniDumpWriteDump dereferences the exception pointers, which may be null on Windows, and takes the process down:
+//   the stalled thread's context is filled in.
+// - MiniDumpWriteDump copies the unwind data of every function of every module, one function at a time. Node.js has
+//   100,000, and its thread stands still for 12 seconds: these reads fail, and the dump is written without the copies.
+// - SymInitialize reads the debug information of all modules at once, 2 seconds of work: it is left until it is needed.
 
 #include <windows.h>
 
@@ -34,6 +38,27 @@ namespace {
 using MiniDumpFunction = BOOL(WINAPI*)(HANDLE, DWORD, HANDLE, int, const ExceptionInformation*, const void*,
                                        const void*);
 MiniDumpFunction realMiniDumpWriteDump = nullptr;
+bool dumping = false;  // DbgHelp's callers let one another finish
+
+/// Stands in for the real library's import of ReadProcessMemory.
+BOOL WINAPI ReadMemory(HANDLE process, const void* from, void* to, SIZE_T size, SIZE_T* read) {
+  constexpr SIZE_T kUnwindHeaderSize = 6;
+  return !(dumping && size == kUnwindHeaderSize) && ReadProcessMemory(process, from, to, size, read);
+}
+
+void ReplaceImport(HMODULE module, FARPROC function, FARPROC replacement) {
+  const auto base = reinterpret_cast<unsigned char*>(module);
+  const auto& headers =
+      *reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
+  const auto& table = headers.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IAT];
+  const auto slots = reinterpret_cast<FARPROC*>(base + table.VirtualAddress);
+  DWORD protection = 0;
+  VirtualProtect(slots, table.Size, PAGE_READWRITE, &protection);
+  for (DWORD i = 0; i < table.Size / sizeof(FARPROC); ++i) {
+    if (slots[i] == function) slots[i] = replacement;
+  }
+  VirtualProtect(slots, table.Size, protection, &protection);
+}
 
 }  // namespace
 
@@ -51,7 +76,10 @@ extern "C" __declspec(dllexport) BOOL WINAPI
   EXCEPTION_RECORD record{};
   EXCEPTION_POINTERS pointers{&record, &context};
   const ExceptionInformation filled{exception->threadId, &pointers, FALSE};
-  return realMiniDumpWriteDump(process, processId, file, type, &filled, streams, callback);
+  dumping = true;
+  const BOOL written = realMiniDumpWriteDump(process, processId, file, type, &filled, streams, callback);
+  dumping = false;
+  return written;
 }
 
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
@@ -61,5 +89,9 @@ BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
 #define RESOLVE(name) real_##name = GetProcAddress(real, #name);
   FORWARDED(RESOLVE)
   realMiniDumpWriteDump = reinterpret_cast<MiniDumpFunction>(GetProcAddress(real, "MiniDumpWriteDump"));
+  ReplaceImport(real, GetProcAddress(GetModuleHandleW(L"kernel32"), "ReadProcessMemory"),
+                reinterpret_cast<FARPROC>(&ReadMemory));
+  constexpr DWORD kDeferredLoads = 4;
+  reinterpret_cast<DWORD(WINAPI*)(DWORD)>(real_SymSetOptions)(kDeferredLoads);
   return TRUE;
 }
