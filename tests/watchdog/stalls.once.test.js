@@ -1,10 +1,10 @@
 'use strict';
 const assert = require('node:assert/strict');
-const { once } = require('node:events');
+const inspector = require('node:inspector');
 const test = require('node:test');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { system } = require('../support/windows_api.js');
-const { isRunning, startWatched, until } = require('./watched.js');
+const { isRunning, stall, until, watchThisProcess } = require('./watch_this_process.js');
 
 const openProcess = system('kernel32', 'size_t OpenProcess(uint32, int, uint32)');
 const closeHandle = system('kernel32', 'int CloseHandle(size_t)');
@@ -13,77 +13,55 @@ const duplicateHandle = system('kernel32',
 const suspendProcess = system('ntdll', 'int NtSuspendProcess(size_t)');
 const resumeProcess = system('ntdll', 'int NtResumeProcess(size_t)');
 
-/** Calls `use` with a handle to a process. */
-function withProcess(pid, use) {
-  const handle = openProcess(0x1FFFFF /* PROCESS_ALL_ACCESS */, 0, pid);
-  try {
-    return use(handle);
-  } finally {
-    closeHandle(handle);
-  }
-}
+/** How many handles a process has open: those that can be duplicated. */
+const countHandles = (handle) => Array.from({ length: 2000 }, (_, index) => 4 * index + 4).filter((value) => {
+  const copy = [0];
+  return duplicateHandle(handle, value, -1, copy, 0, 0, 2 /* DUPLICATE_SAME_ACCESS */) && closeHandle(copy[0]);
+}).length;
 
-/** How many handles another process has open: those that can be duplicated into this one. */
-const countHandles = (pid) => withProcess(pid, (process) => {
-  let count = 0;
-  for (let value = 4; value < 8000; value += 4) {
-    const copy = [0];
-    if (!duplicateHandle(process, value, -1, copy, 0, 0, 2 /* DUPLICATE_SAME_ACCESS */)) continue;
-    closeHandle(copy[0]);
-    count += 1;
-  }
-  return count;
-});
+const open = (pid) => openProcess(0x1FFFFF /* PROCESS_ALL_ACCESS */, 0, pid);
+const waitOn = new Int32Array(new SharedArrayBuffer(4));
+const waitUntil = (condition) => stall(() => Atomics.wait(waitOn, 0, 0, 100) && !condition());
 
-test('a blocking wait is captured; a short stall, a debugger and sleep are not; a killed watcher is replaced', async (t) => {
-  const watched = await startWatched(t, { thresholdMs: 1000 });
-  const watcher = await watched.order('pid');
-  await watched.order('stall', { ms: 500 });
-  await watched.order('openInspector');
+test('a blocking wait is captured; a short stall, a debugger and sleep are not', async (t) => {
+  const { watch, janks, errors, ready, setLiving, files } = watchThisProcess(t, { thresholdMs: 1000 });
+  await ready();
+  stall((ms) => ms < 500);
+  inspector.open(0);
   await sleep(300);
-  await watched.order('stall', { ms: 1300 });
-  await watched.order('closeInspector');
+  stall((ms) => ms < 1300);
+  inspector.close();
   await sleep(300);
   // Like sleep of the machine: neither of the two runs.
-  withProcess(watcher, suspendProcess);
-  await watched.order('stall', { ms: 1300 });
-  withProcess(watcher, resumeProcess);
-  await sleep(300);
-  await watched.order('stall', { waitMs: 100, untilFiles: 2 });
-  assert.equal((await watched.next('jank')).late, false);
-  assert.deepEqual([watched.files().length, watched.said], [2, []]);
-
-  process.kill(watcher);
-  assert.equal((await watched.next('error')).code, 'ERR_WATCHER_ENDED');
-  await until(async () => (await watched.order('pid')) !== null);
-  const replacement = await watched.order('pid');
-  assert.notEqual(replacement, watcher);
-  await watched.order('stall', { waitMs: 100, untilFiles: 4 });
-  assert.equal((await watched.next('jank')).late, false);
-
-  // Nothing but the watchdog is left to keep it alive.
-  watched.child.disconnect();
-  assert.deepEqual(await once(watched.child, 'exit'), [0, null]);
-  await until(() => !isRunning(replacement));
+  const watcher = open(watch.pid);
+  suspendProcess(watcher);
+  stall((ms) => ms < 1300);
+  resumeProcess(watcher);
+  await setLiving(true);
+  waitUntil(() => files().length === 2);
+  await until(() => janks.length);
+  assert.deepEqual([janks.length, errors, files().length], [1, [], 2]);
+  assert.deepEqual([janks[0].late, janks[0].report.living], [false, true]);
 });
 
-test('fifty stalls in a row leak nothing; late traces are marked; captures are limited; stop() ends it', async (t) => {
-  const watched = await startWatched(t, { thresholdMs: 100, maxCapturesPerHour: 3 });
-  const watcher = await watched.order('pid');
-  await watched.order('stall', { untilFiles: 2 });
-  await watched.next('jank');
+test('a killed watcher is replaced; fifty stalls leak nothing; late traces are marked; captures are limited', async (t) => {
+  const { watch, janks, errors, files } = watchThisProcess(t, { thresholdMs: 100, maxCapturesPerHour: 3 });
+  await until(() => watch.pid);
+  process.kill(watch.pid);
+  await until(() => errors.length && watch.pid);
+  assert.equal(errors.shift().code, 'ERR_WATCHER_ENDED');
+  const watcher = open(watch.pid);
+  waitUntil(() => files().length === 2);
   const handles = countHandles(watcher);
-  const isLimited = () => watched.said.some(({ error }) => error);
-  for (let stalls = 0; stalls < 50 || !isLimited(); stalls += 1) {
-    await watched.order('stall', { ms: 150 });
+  for (let stalls = 0; stalls < 50 || !errors.length; stalls += 1) {
+    stall((ms) => ms < 100 + 2 * stalls);
     await sleep(20);
   }
-  const janks = [await watched.next('jank'), await watched.next('jank')];
-  assert.ok(janks.some(({ late, duration }) => late && duration >= 100 && duration < 1000), JSON.stringify(janks));
-  assert.equal((await watched.next('error')).code, 'ERR_CAPTURE_LIMIT');
-  assert.equal(await watched.order('pid'), watcher);
-  assert.equal(watched.files().length, 6);
-  assert.ok(countHandles(watcher) <= handles, `${handles} handles before, ${countHandles(watcher)} after`);
-  await watched.order('stop');
-  assert.equal(isRunning(watcher), false);
+  assert.deepEqual([janks.length, errors[0].code, files().length], [3, 'ERR_CAPTURE_LIMIT', 6]);
+  const isLateAndShort = ({ late, duration }) => late && duration >= 100 && duration < 1000;
+  assert.ok(janks.some(isLateAndShort), JSON.stringify(janks));
+  assert.ok(handles > 20 && countHandles(watcher) < handles + 10);
+  const { pid } = watch;
+  await watch.stop();
+  assert.equal(await isRunning(pid), false);
 });

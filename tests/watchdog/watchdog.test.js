@@ -1,5 +1,6 @@
 'use strict';
 const assert = require('node:assert/strict');
+const { once } = require('node:events');
 const fs = require('node:fs');
 const { Session } = require('node:inspector');
 const os = require('node:os');
@@ -7,10 +8,9 @@ const path = require('node:path');
 const test = require('node:test');
 const { Worker } = require('node:worker_threads');
 const { mainThreadId, readReport, watchForJank } = require('borvanta-util/watchdog');
+const { runScript, startScript } = require('../support/windows.js');
 const { system } = require('../support/windows_api.js');
-const { isRunning, startWatched, until } = require('./watched.js');
-
-const getCurrentThreadId = system('kernel32', 'uint32 GetCurrentThreadId()');
+const { isRunning, stall, until, watchThisProcess } = require('./watch_this_process.js');
 
 test('mainThreadId is what GetCurrentThreadId returns, and the host can trace meanwhile', async () => {
   const host = new Session();
@@ -18,75 +18,71 @@ test('mainThreadId is what GetCurrentThreadId returns, and the host can trace me
   const events = [];
   host.on('NodeTracing.dataCollected', ({ params }) => { events.push(...params.value); });
   host.post('NodeTracing.start', { traceConfig: { includedCategories: ['node.fs.sync'] } });
-  for (let round = 0; round < 3; round += 1) {
-    fs.accessSync('.');
-    const id = mainThreadId();
-    fs.accessSync('.');
-    assert.equal(await id, getCurrentThreadId());
-  }
+  const id = mainThreadId();
+  fs.accessSync('.');
+  assert.equal(await id, system('kernel32', 'uint32 GetCurrentThreadId()')());
   fs.accessSync('.');
   host.post('NodeTracing.stop');
-  assert.equal(events.filter(({ name, ph }) => name === 'fs.sync.access' && ph === 'B').length, 7);
+  assert.equal(events.filter(({ name, ph }) => name === 'fs.sync.access' && ph === 'B').length, 2);
 });
 
-test('in a worker mainThreadId and watchForJank say that they are for the main thread', async () => {
+test('mainThreadId and watchForJank refuse workers', async () => {
   const worker = new Worker(`const { mainThreadId, watchForJank } = require('borvanta-util/watchdog');
-    const said = [];
-    try { watchForJank({}); } catch (error) { said.push(error.code); }
-    mainThreadId().catch((error) => require('node:worker_threads').parentPort.postMessage([...said, error.code]));`,
-  { eval: true });
-  const said = await new Promise((resolve) => { worker.once('message', resolve); });
-  assert.deepEqual(said, ['ERR_WORKER_UNSUPPORTED_OPERATION', 'ERR_WORKER_UNSUPPORTED_OPERATION']);
+    const { parentPort } = require('node:worker_threads');
+    mainThreadId().catch(({ code }) => {
+      try { watchForJank({}); } catch (error) { parentPort.postMessage([code, error.code]); }
+    });`, { eval: true });
+  const [codes] = await once(worker, 'message');
+  assert.deepEqual(codes, ['ERR_WORKER_UNSUPPORTED_OPERATION', 'ERR_WORKER_UNSUPPORTED_OPERATION']);
 });
 
 test('watchForJank names the option that is wrong before anything starts', () => {
   const good = { janksDir: path.join(os.tmpdir(), 'borvanta-never'), onJank: () => {} };
-  const type = (property, value) => [property, value, { name: 'TypeError', code: 'ERR_INVALID_ARG_TYPE' }];
-  const range = (property, value) => [property, value, { name: 'RangeError', code: 'ERR_OUT_OF_RANGE' }];
-  for (const [property, value, error] of [type('janksDir'), type('onJank', {}), type('onError', null),
-    type('living', true), type('userId', 5), type('systemVersion', null), type('env', 'A=B'), type('threadId', '5'),
-    range('thresholdMs', 99), range('thresholdMs', NaN), range('maxCapturesPerHour', 0)]) {
-    assert.throws(() => watchForJank({ ...good, [property]: value }),
-      { ...error, message: new RegExp(`"options.${property}"`) });
+  for (const [property, value, code = 'ERR_INVALID_ARG_TYPE'] of [['janksDir'], ['onJank', {}], ['onError', null],
+    ['living', true], ['userId', 5], ['env', 'A=B'], ['thresholdMs', 99, 'ERR_OUT_OF_RANGE'],
+    ['thresholdMs', NaN, 'ERR_OUT_OF_RANGE'], ['maxCapturesPerHour', 0, 'ERR_OUT_OF_RANGE']]) {
+    const error = { code, message: new RegExp(`"options.${property}"`) };
+    assert.throws(() => watchForJank({ ...good, [property]: value }), error);
   }
-  assert.throws(() => watchForJank(), { code: 'ERR_INVALID_ARG_TYPE', message: /"options"/ });
+  assert.throws(() => watchForJank(), { message: /"options"/ });
   assert.equal(fs.existsSync(good.janksDir), false);
 });
 
-test('readReport returns a report with its frames, and refuses what is none', async (t) => {
-  const file = path.join(fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-')), 'report.json');
-  t.after(() => fs.rmSync(path.dirname(file), { recursive: true }));
-  const report = { device_id: '', dmp_file: 'a.dmp', duration: 1, jank_type: '', living: true, log_file: '',
-    main_thread_trace: 'a!b.dll!0x1f\r\n<unknown>!0x7ff012345678\r\n', system_version: '', uptime: null, user_id: '', version: '' };
-  const read = (value) => {
-    fs.writeFileSync(file, JSON.stringify(value));
-    return readReport(file);
+test('a busy loop is captured and described truthfully; what is not a whole report is refused', async (t) => {
+  const { janks, errors, ready, setLiving, files } = watchThisProcess(t, { userId: 'somebody', thresholdMs: 500 });
+  await ready();
+  await setLiving(true);
+  const uptime = process.uptime();
+  const start = stall((ms) => ms % 50 > 0 || files().length < 2);
+  await until(() => janks.length);
+  const [{ report, reportPath, dumpPath, duration, late }] = janks;
+  assert.deepEqual([janks.length, errors, late, report.user_id, report.living], [1, [], false, 'somebody', true]);
+  const frozenMs = fs.statSync(dumpPath).birthtimeMs - start;
+  assert.ok(duration > frozenMs - 300 && duration < frozenMs + 50, `${duration} ms, not ${frozenMs} ms`);
+  assert.ok(report.duration >= 500 && report.duration <= duration, `${report.duration} ms`);
+  assert.ok(report.uptime > uptime && report.uptime < uptime + duration / 1000, `${report.uptime} s, not ${uptime} s`);
+  assert.ok(report.frames.some(({ module }) => /^node/i.test(module)));
+  assert.deepEqual(files(), [path.basename(dumpPath), path.basename(reportPath)]);
+
+  const rewrite = (changes) => {
+    fs.writeFileSync(reportPath, JSON.stringify({ ...report, ...changes }));
+    return readReport(reportPath);
   };
-  assert.deepEqual(await read(report), { ...report,
-    frames: [{ module: 'a!b.dll', offset: 0x1f }, { module: '<unknown>', offset: 0x7ff012345678 }] });
-  assert.deepEqual((await read({ ...report, main_thread_trace: '' })).frames, []);
-  for (const wrong of [null, [], { ...report, duration: '1' }, { ...report, version: undefined },
-    { ...report, main_thread_trace: 'a.dll!0x1f' }, { ...report, main_thread_trace: 'a.dll\r\n' }]) {
-    await assert.rejects(read(wrong), { code: 'ERR_INVALID_REPORT', message: /report\.json is not a jank report: / });
+  assert.deepEqual((await rewrite({ main_thread_trace: 'a!b.dll!0x1f\r\n<unknown>!0x7ff012345678\r\n' })).frames,
+    [{ module: 'a!b.dll', offset: 0x1f }, { module: '<unknown>', offset: 0x7ff012345678 }]);
+  for (const wrong of [{ duration: '1' }, { version: undefined }, { main_thread_trace: 'a.dll!0x1f' }]) {
+    await assert.rejects(rewrite(wrong), { code: 'ERR_INVALID_REPORT', message: /\.json is not a jank report: "/ });
   }
-  await assert.rejects(readReport(path.join(file, '..', 'none')), { code: 'ENOENT' });
 });
 
-test('a busy loop is captured and described truthfully; the watcher ends with the process that it watches', async (t) => {
-  const watched = await startWatched(t, { userId: 'somebody', thresholdMs: 500 });
-  const watcher = await watched.order('pid');
-  const { start, gaps, uptime } = await watched.order('stall', { untilFiles: 2 });
-  const { report, reportPath, ...jank } = await watched.next('jank');
-  assert.deepEqual(watched.said, []);
-  assert.equal(jank.late, false);
-  const frozenAt = start + jank.duration;
-  assert.ok(gaps.some(([from, to]) => frozenAt > from - 300 && frozenAt < to + 50), `${frozenAt - start}, ${gaps}`);
-  assert.ok(report.duration >= 500 && report.duration <= jank.duration, `${report.duration}`);
-  assert.ok(report.uptime < uptime && report.uptime > uptime - (Date.now() - start) / 1000, `${report.uptime}`);
-  assert.deepEqual([report.user_id, report.living], ['somebody', true]);
-  assert.ok(report.frames.some(({ module }) => /^node/i.test(module)));
-  assert.deepEqual(watched.files(), [path.basename(jank.dumpPath), path.basename(reportPath)]);
-  assert.deepEqual(await readReport(reportPath), report);
-  watched.child.kill('SIGKILL');
-  await until(() => !isRunning(watcher));
+const watch = `const watch = require('borvanta-util/watchdog').watchForJank({ janksDir: '.', onJank() {} });
+  setTimeout(() => {}, 30000).unref(); await new Promise(setImmediate); print(watch.pid);`;
+
+test('the watcher ends with the process that it watches, which it does not keep alive', async () => {
+  const [ended] = await runScript(watch);
+  const killed = startScript(`${watch} setTimeout(() => {}, 30000);`);
+  const pid = await killed.next();
+  await killed.kill();
+  assert.ok(ended && pid);
+  await until(async () => !await isRunning(ended) && !await isRunning(pid));
 });
