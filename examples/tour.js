@@ -9,6 +9,7 @@ const stops = [
   ['processes', 'Running processes'],
   ['gpu_usage', 'Graphics processor'],
   ['jank', 'A stalled thread, captured'],
+  ['watchdog', 'A stalled event loop, noticed and captured by the watchdog'],
 ];
 
 const print = (line = '') => console.log(line && `  ${line}`);

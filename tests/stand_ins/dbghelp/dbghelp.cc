@@ -1,19 +1,48 @@
-// A dbghelp.dll for the test platform only. In Wine 8, MiniDumpWriteDump dereferences the exception pointers, which may
-// be null on Windows, and takes the process down. This library fills in the context of the stalled thread if they are
-// null. dbghelp.def forwards all else to the system's own dbghelp.dll. Built with MinGW only: Windows needs no remedy.
+// A dbghelp.dll for the test platform only: dbghelp.def forwards to the system's own dbghelp.dll, and this file mends
+// three defects of Wine 8. Built with MinGW only, because Windows needs no remedy.
+// - MiniDumpWriteDump dereferences the exception pointers, which may be null on Windows, and takes the process down:
+//   the stalled thread's context is filled in.
+// - MiniDumpWriteDump copies the unwind data of every function of every module, one function at a time. Node.js has
+//   100,000, and its thread stands still for 12 seconds: these reads fail, and the dump is written without the copies.
+// - SymInitialize reads the debug information of all modules at once, 2 seconds of work: it is left until it is needed.
 
 #include <windows.h>
 
 #include <dbghelp.h>
 
+namespace {
+
+decltype(&MiniDumpWriteDump) realMiniDumpWriteDump = nullptr;
+bool dumping = false;  // One caller at a time calls DbgHelp.
+
+/// Stands in for the real library's import of ReadProcessMemory.
+BOOL WINAPI ReadMemory(HANDLE process, const void* from, void* to, SIZE_T size, SIZE_T* read) {
+  constexpr SIZE_T kUnwindHeaderSize = 6;
+  return !(dumping && size == kUnwindHeaderSize) && ReadProcessMemory(process, from, to, size, read);
+}
+
+void ReplaceImport(HMODULE module, FARPROC function, FARPROC replacement) {
+  const auto base = reinterpret_cast<unsigned char*>(module);
+  const auto& headers =
+      *reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
+  const auto& table = headers.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IAT];
+  const auto slots = reinterpret_cast<FARPROC*>(base + table.VirtualAddress);
+  DWORD protection = 0;
+  VirtualProtect(slots, table.Size, PAGE_READWRITE, &protection);
+  for (DWORD i = 0; i < table.Size / sizeof(FARPROC); ++i) {
+    if (slots[i] == function) slots[i] = replacement;
+  }
+  VirtualProtect(slots, table.Size, protection, &protection);
+}
+
+}  // namespace
+
 extern "C" __declspec(dllexport) BOOL WINAPI
     MiniDumpWriteDump(HANDLE process, DWORD processId, HANDLE file, MINIDUMP_TYPE type,
                       const PMINIDUMP_EXCEPTION_INFORMATION exception, const PMINIDUMP_USER_STREAM_INFORMATION streams,
                       const PMINIDUMP_CALLBACK_INFORMATION callback) {
-  const HMODULE system = LoadLibraryW(L"C:\\windows\\system32\\dbghelp.dll");
-  const auto real = reinterpret_cast<decltype(&MiniDumpWriteDump)>(GetProcAddress(system, "MiniDumpWriteDump"));
   if (!exception || exception->ExceptionPointers) {
-    return real(process, processId, file, type, exception, streams, callback);
+    return realMiniDumpWriteDump(process, processId, file, type, exception, streams, callback);
   }
   CONTEXT context{};
   context.ContextFlags = CONTEXT_ALL;
@@ -23,5 +52,20 @@ extern "C" __declspec(dllexport) BOOL WINAPI
   EXCEPTION_RECORD record{};
   EXCEPTION_POINTERS pointers{&record, &context};
   MINIDUMP_EXCEPTION_INFORMATION filled{exception->ThreadId, &pointers, FALSE};
-  return real(process, processId, file, type, &filled, streams, callback);
+  dumping = true;
+  const BOOL written = realMiniDumpWriteDump(process, processId, file, type, &filled, streams, callback);
+  dumping = false;
+  return written;
+}
+
+BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
+  if (reason != DLL_PROCESS_ATTACH) return TRUE;
+  const HMODULE real = LoadLibraryW(L"C:\\windows\\system32\\dbghelp.dll");
+  if (!real) return FALSE;
+  realMiniDumpWriteDump = reinterpret_cast<decltype(realMiniDumpWriteDump)>(GetProcAddress(real, "MiniDumpWriteDump"));
+  ReplaceImport(real, GetProcAddress(GetModuleHandleW(L"kernel32"), "ReadProcessMemory"),
+                reinterpret_cast<FARPROC>(&ReadMemory));
+  const auto setOptions = reinterpret_cast<decltype(&SymSetOptions)>(GetProcAddress(real, "SymSetOptions"));
+  setOptions(SYMOPT_DEFERRED_LOADS);
+  return TRUE;
 }

@@ -1,0 +1,41 @@
+'use strict';
+// Lets the event loop of this very process stand still, and shows what the watchdog makes of it.
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
+const { watchForJank } = require('borvanta-util/watchdog');
+
+const longestMs = 30_000;
+
+/** Blocks the event loop until there is a report; returns for how many seconds. */
+function standStill(folder) {
+  const start = Date.now();
+  const isReported = () => fs.readdirSync(folder).some((file) => file.endsWith('.json'));
+  while (!isReported() && Date.now() < start + longestMs);
+  return (Date.now() - start) / 1000;
+}
+
+exports.tour = async function tour(util, print) {
+  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-tour-'));
+  const alive = setInterval(() => {}, 1000);
+  let watch;
+  try {
+    const caught = new Promise((onJank, onError) => {
+      watch = watchForJank({ janksDir: folder, onJank, onError, thresholdMs: 500, living: () => false });
+    });
+    await Promise.race([watch.ready, caught]);
+    print(`Process ${watch.pid} watches this one. The event loop of this one now stands still.`);
+    const seconds = standStill(folder);
+    print(`It turns again after ${seconds.toFixed(1)} seconds.`);
+    const { duration, late, report } = await caught;
+    print(`It was captured when it had stood still for ${duration} ms${late ? ', but had turned again by then' : ''}.`);
+    print(`Its stack then had ${report.frames.length} frames, the innermost first:`);
+    for (const { module, offset } of report.frames.slice(0, 8)) print(`  ${module} + 0x${offset.toString(16)}`);
+  } catch (error) {
+    print(`It was not captured: ${error.message}`);
+  } finally {
+    await watch?.stop();
+    clearInterval(alive);
+    fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
+  }
+};

@@ -1,0 +1,40 @@
+'use strict';
+
+const { Session } = require('node:inspector');
+const { isMainThread } = require('node:worker_threads');
+
+/** Throws, as Node.js' own functions do, in a worker. `name` is the function that was called. */
+exports.checkMainThread = (name) => {
+  if (isMainThread) return;
+  throw Object.assign(new Error(`${name}() is for the main thread of the process, not for workers`),
+    { code: 'ERR_WORKER_UNSUPPORTED_OPERATION' });
+};
+
+/**
+ * Lets Node.js trace for a moment and resolves to the events. Each session has its own events: what other sessions or
+ * --trace-event-categories trace goes on, and only gets the events about the process once more.
+ */
+function traceBriefly(session) {
+  return new Promise((resolve, reject) => {
+    const events = [];
+    const check = (error) => { if (error) reject(error); };
+    session.on('NodeTracing.dataCollected', ({ params }) => { events.push(...params.value); });
+    session.on('NodeTracing.tracingComplete', () => { resolve(events); });
+    session.post('NodeTracing.start', { traceConfig: { includedCategories: ['__metadata'] } }, check);
+    session.post('NodeTracing.stop', check);
+  });
+}
+
+exports.mainThreadId = async () => {
+  exports.checkMainThread('mainThreadId');
+  const session = new Session();
+  session.connect();
+  try {
+    const main = (await traceBriefly(session))
+      .find(({ name, args }) => name === 'thread_name' && args.name === 'JavaScriptMainThread');
+    if (!main) throw new Error('This build of Node.js does not report the id of its main thread');
+    return main.tid;
+  } finally {
+    session.disconnect();
+  }
+};

@@ -1,0 +1,45 @@
+'use strict';
+
+const path = require('node:path');
+const { getOsVersionWithReleaseId } = require('../index.js');
+const { checkType } = require('../check_arguments.js');
+
+/** A default also says which type an option has. */
+const defaults = () => ({
+  onError: ({ message, code }) => process.emitWarning(message, { type: 'JankWarning', code }),
+  thresholdMs: 1000,
+  maxCapturesPerHour: 10,
+  threadId: 0,
+  jankType: 'event-loop',
+  userId: '',
+  deviceId: '',
+  version: '',
+  systemVersion: getOsVersionWithReleaseId(),
+  logFilename: '',
+  living: () => true,
+  execPath: process.execPath,
+  env: {},
+});
+
+function checkRange(name, value, min, max) {
+  if (value >= min && value <= max) return;
+  throw Object.assign(new RangeError(`The "${name}" property must be >= ${min} and <= ${max}. Received ${value}`),
+    { code: 'ERR_OUT_OF_RANGE' });
+}
+
+/** Checks the options of watchForJank() and returns all of them, with defaults and an absolute janksDir. */
+exports.readOptions = (options) => {
+  checkType('options', options, 'object');
+  const { janksDir, onJank } = options;
+  checkType('options.janksDir', janksDir, 'string');
+  checkType('options.onJank', onJank, 'function');
+  // captureNativeJank puts the names of its files right behind it.
+  const read = { onJank, janksDir: path.join(path.resolve(janksDir), path.sep) };
+  for (const [name, value] of Object.entries(defaults())) {
+    read[name] = options[name] === undefined ? value : options[name];
+    checkType(`options.${name}`, read[name], typeof value);
+  }
+  checkRange('options.thresholdMs', read.thresholdMs, 100, 3_600_000);
+  checkRange('options.maxCapturesPerHour', read.maxCapturesPerHour, 1, 3600);
+  return read;
+};

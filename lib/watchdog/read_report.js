@@ -1,0 +1,49 @@
+'use strict';
+
+const fs = require('node:fs/promises');
+const { checkType } = require('../check_arguments.js');
+
+/** The members of a report with their types. */
+const members = {
+  device_id: 'string',
+  dmp_file: 'string',
+  duration: 'number',
+  jank_type: 'string',
+  living: 'boolean',
+  log_file: 'string',
+  main_thread_trace: 'string',
+  system_version: 'string',
+  uptime: 'number',
+  user_id: 'string',
+  version: 'string',
+};
+
+/** The frames of a trace: each line is ended by CR and LF. */
+function parseTrace(trace) {
+  const lines = trace.split('\r\n');
+  const rest = lines.pop();
+  const frames = lines.map((line) => /^(?<module>.+)!0x(?<offset>[0-9a-f]+)$/.exec(line)?.groups);
+  if (rest || frames.includes(undefined)) throw new TypeError('"main_thread_trace" is not a trace');
+  return frames.map(({ module, offset }) => ({ module, offset: Number.parseInt(offset, 16) }));
+}
+
+function parseReport(json) {
+  const report = JSON.parse(json);
+  for (const [name, type] of Object.entries(members)) {
+    // The file has null for an uptime that is not a finite number.
+    const isNull = name === 'uptime' && report?.[name] === null;
+    if (!isNull && typeof report?.[name] !== type) throw new TypeError(`"${name}" is not a ${type}`);
+  }
+  return { ...report, frames: parseTrace(report.main_thread_trace) };
+}
+
+exports.readReport = async (path) => {
+  checkType('path', path, 'string');
+  const json = await fs.readFile(path, 'utf8');
+  try {
+    return parseReport(json);
+  } catch (cause) {
+    throw Object.assign(new Error(`${path} is not a jank report: ${cause.message}`, { cause }),
+      { code: 'ERR_INVALID_REPORT' });
+  }
+};

@@ -1,0 +1,55 @@
+'use strict';
+
+const { fork } = require('node:child_process');
+const inspector = require('node:inspector');
+const path = require('node:path');
+
+/** Options of Node.js are not meant for the watcher, and captures need no symbols, which may come over the network. */
+const notForWatcher = { NODE_OPTIONS: undefined, _NT_SYMBOL_PATH: undefined, _NT_ALTERNATE_SYMBOL_PATH: undefined };
+
+/** Marks the watcher's process. */
+const mark = 'BORVANTA_JANK_WATCHER';
+
+exports.checkNotWatcher = () => {
+  if (!process.env[mark]) return;
+  throw new Error('This process was started to watch another one, but runs the application: give watchForJank() an '
+    + 'execPath and an env that run the scripts of Node.js (docs/watchdog.md)');
+};
+
+/**
+ * Starts a process that watches this one, and sends it heartbeats. Calls `onMessage` with what it sends, and `onEnd` once,
+ * with the reason, when it has ended or could not be started. Nothing of this keeps this process alive. To end it,
+ * disconnect it: a watcher that is killed during a capture leaves the thread frozen for good.
+ */
+exports.startWatcher = ({ execPath, env, living, ...settings }, onMessage, onEnd) => {
+  const child = fork(path.join(__dirname, 'watcher.js'), [], {
+    execPath,
+    execArgv: [],
+    env: { ...process.env, ...notForWatcher, ...env, [mark]: '1' },
+    stdio: ['ignore', 'ignore', 'ignore', 'ipc'],
+    windowsHide: true,
+  });
+  let written = true;
+  function beat() {
+    // The watcher may be suspended, for a debugger for instance: do not fill the memory with messages for it.
+    if (!written) return;
+    written = false;
+    child.send({ at: Date.now(), uptime: process.uptime(), living: Boolean(living()), mayPause: Boolean(inspector.url()) },
+      () => { written = true; });
+  }
+  const beats = setInterval(beat, settings.beatMs);
+  let ended = false;
+  function end(reason) {
+    if (ended) return;
+    ended = true;
+    clearInterval(beats);
+    onEnd(reason);
+  }
+  child.on('error', ({ message }) => end(message));
+  child.on('exit', (code, signal) => end(signal ?? `exit code ${code}`));
+  child.on('message', onMessage);
+  child.send(settings, () => {});
+  beat();
+  for (const handle of [child, child.channel, beats]) handle.unref();
+  return child;
+};

@@ -1,0 +1,67 @@
+'use strict';
+const assert = require('node:assert/strict');
+const inspector = require('node:inspector');
+const test = require('node:test');
+const { setTimeout: sleep } = require('node:timers/promises');
+const { system } = require('../support/windows_api.js');
+const { isRunning, stall, until, watchThisProcess } = require('./watch_this_process.js');
+
+const openProcess = system('kernel32', 'size_t OpenProcess(uint32, int, uint32)');
+const closeHandle = system('kernel32', 'int CloseHandle(size_t)');
+const duplicateHandle = system('kernel32',
+  'int DuplicateHandle(size_t, size_t, int64, _Out_ size_t*, uint32, int, uint32)');
+const suspendProcess = system('ntdll', 'int NtSuspendProcess(size_t)');
+const resumeProcess = system('ntdll', 'int NtResumeProcess(size_t)');
+
+/** How many handles a process has open: those that can be duplicated. */
+const countHandles = (handle) => Array.from({ length: 2000 }, (_, index) => 4 * index + 4).filter((value) => {
+  const copy = [0];
+  return duplicateHandle(handle, value, -1, copy, 0, 0, 2 /* DUPLICATE_SAME_ACCESS */) && closeHandle(copy[0]);
+}).length;
+
+const open = (pid) => openProcess(0x1FFFFF /* PROCESS_ALL_ACCESS */, 0, pid);
+const waitOn = new Int32Array(new SharedArrayBuffer(4));
+const waitUntil = (condition) => stall(() => Atomics.wait(waitOn, 0, 0, 100) && !condition());
+
+test('a blocking wait is captured; a short stall, a debugger and sleep are not', async (t) => {
+  const { watch, janks, errors, ready, setLiving, files } = watchThisProcess(t, { thresholdMs: 1000 });
+  await ready();
+  stall((ms) => ms < 500);
+  inspector.open(0);
+  await sleep(300);
+  stall((ms) => ms < 1300);
+  inspector.close();
+  await sleep(300);
+  // Like sleep of the machine: neither of the two runs.
+  const watcher = open(watch.pid);
+  suspendProcess(watcher);
+  stall((ms) => ms < 1300);
+  resumeProcess(watcher);
+  await setLiving(true);
+  waitUntil(() => files().length === 2);
+  await until(() => janks.length);
+  assert.deepEqual([janks.length, errors, files().length], [1, [], 2]);
+  assert.deepEqual([janks[0].late, janks[0].report.living], [false, true]);
+});
+
+test('a killed watcher is replaced; fifty stalls leak nothing; late traces are marked; captures are limited', async (t) => {
+  const { watch, janks, errors, files } = watchThisProcess(t, { thresholdMs: 100, maxCapturesPerHour: 3 });
+  await until(() => watch.pid);
+  process.kill(watch.pid);
+  await until(() => errors.length && watch.pid);
+  assert.equal(errors.shift().code, 'ERR_WATCHER_ENDED');
+  const watcher = open(watch.pid);
+  waitUntil(() => files().length === 2);
+  const handles = countHandles(watcher);
+  for (let stalls = 0; stalls < 50 || !errors.length; stalls += 1) {
+    stall((ms) => ms < 100 + 2 * stalls);
+    await sleep(20);
+  }
+  assert.deepEqual([janks.length, errors[0].code, files().length], [3, 'ERR_CAPTURE_LIMIT', 6]);
+  const isLateAndShort = ({ late, duration }) => late && duration >= 100 && duration < 1000;
+  assert.ok(janks.some(isLateAndShort), JSON.stringify(janks));
+  assert.ok(handles > 20 && countHandles(watcher) < handles + 10);
+  const { pid } = watch;
+  await watch.stop();
+  assert.equal(await isRunning(pid), false);
+});

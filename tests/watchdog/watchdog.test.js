@@ -1,0 +1,88 @@
+'use strict';
+const assert = require('node:assert/strict');
+const { once } = require('node:events');
+const fs = require('node:fs');
+const { Session } = require('node:inspector');
+const os = require('node:os');
+const path = require('node:path');
+const test = require('node:test');
+const { Worker } = require('node:worker_threads');
+const { mainThreadId, readReport, watchForJank } = require('borvanta-util/watchdog');
+const { runScript, startScript } = require('../support/windows.js');
+const { system } = require('../support/windows_api.js');
+const { isRunning, stall, until, watchThisProcess } = require('./watch_this_process.js');
+
+test('mainThreadId is what GetCurrentThreadId returns, and the host can trace meanwhile', async () => {
+  const host = new Session();
+  host.connect();
+  const events = [];
+  host.on('NodeTracing.dataCollected', ({ params }) => { events.push(...params.value); });
+  host.post('NodeTracing.start', { traceConfig: { includedCategories: ['node.fs.sync'] } });
+  const id = mainThreadId();
+  fs.accessSync('.');
+  assert.equal(await id, system('kernel32', 'uint32 GetCurrentThreadId()')());
+  fs.accessSync('.');
+  host.post('NodeTracing.stop');
+  assert.equal(events.filter(({ name, ph }) => name === 'fs.sync.access' && ph === 'B').length, 2);
+});
+
+test('mainThreadId and watchForJank refuse workers', async () => {
+  const worker = new Worker(`const { mainThreadId, watchForJank } = require('borvanta-util/watchdog');
+    const { parentPort } = require('node:worker_threads');
+    mainThreadId().catch(({ code }) => {
+      try { watchForJank({}); } catch (error) { parentPort.postMessage([code, error.code]); }
+    });`, { eval: true });
+  const [codes] = await once(worker, 'message');
+  assert.deepEqual(codes, ['ERR_WORKER_UNSUPPORTED_OPERATION', 'ERR_WORKER_UNSUPPORTED_OPERATION']);
+});
+
+test('watchForJank names the option that is wrong before anything starts', () => {
+  const good = { janksDir: path.join(os.tmpdir(), 'borvanta-never'), onJank: () => {} };
+  for (const [property, value, code = 'ERR_INVALID_ARG_TYPE'] of [['janksDir'], ['onJank', {}], ['onError', null],
+    ['living', true], ['userId', 5], ['env', 'A=B'], ['thresholdMs', 99, 'ERR_OUT_OF_RANGE'],
+    ['thresholdMs', NaN, 'ERR_OUT_OF_RANGE'], ['maxCapturesPerHour', 0, 'ERR_OUT_OF_RANGE']]) {
+    const error = { code, message: new RegExp(`"options.${property}"`) };
+    assert.throws(() => watchForJank({ ...good, [property]: value }), error);
+  }
+  assert.throws(() => watchForJank(), { message: /"options"/ });
+  assert.equal(fs.existsSync(good.janksDir), false);
+});
+
+test('a busy loop is captured and described truthfully; what is not a whole report is refused', async (t) => {
+  const { janks, errors, ready, setLiving, files } = watchThisProcess(t, { userId: 'somebody', thresholdMs: 500 });
+  await ready();
+  await setLiving(true);
+  const uptime = process.uptime();
+  const start = stall((ms) => ms % 50 > 0 || files().length < 2);
+  await until(() => janks.length);
+  const [{ report, reportPath, dumpPath, duration, late }] = janks;
+  assert.deepEqual([janks.length, errors, late, report.user_id, report.living], [1, [], false, 'somebody', true]);
+  const frozenMs = fs.statSync(dumpPath).birthtimeMs - start;
+  assert.ok(duration > frozenMs - 300 && duration < frozenMs + 50, `${duration} ms, not ${frozenMs} ms`);
+  assert.ok(report.duration >= 500 && report.duration <= duration, `${report.duration} ms`);
+  assert.ok(report.uptime > uptime && report.uptime < uptime + duration / 1000, `${report.uptime} s, not ${uptime} s`);
+  assert.ok(report.frames.some(({ module }) => /^node/i.test(module)));
+  assert.deepEqual(files(), [path.basename(dumpPath), path.basename(reportPath)]);
+
+  const rewrite = (changes) => {
+    fs.writeFileSync(reportPath, JSON.stringify({ ...report, ...changes }));
+    return readReport(reportPath);
+  };
+  assert.deepEqual((await rewrite({ main_thread_trace: 'a!b.dll!0x1f\r\n<unknown>!0x7ff012345678\r\n' })).frames,
+    [{ module: 'a!b.dll', offset: 0x1f }, { module: '<unknown>', offset: 0x7ff012345678 }]);
+  for (const wrong of [{ duration: '1' }, { version: undefined }, { main_thread_trace: 'a.dll!0x1f' }]) {
+    await assert.rejects(rewrite(wrong), { code: 'ERR_INVALID_REPORT', message: /\.json is not a jank report: "/ });
+  }
+});
+
+const watch = `const watch = require('borvanta-util/watchdog').watchForJank({ janksDir: '.', onJank() {} });
+  setTimeout(() => {}, 30000).unref(); await new Promise(setImmediate); print(watch.pid);`;
+
+test('the watcher ends with the process that it watches, which it does not keep alive', async () => {
+  const [ended] = await runScript(watch);
+  const killed = startScript(`${watch} setTimeout(() => {}, 30000);`);
+  const pid = await killed.next();
+  await killed.kill();
+  assert.ok(ended && pid);
+  await until(async () => !await isRunning(ended) && !await isRunning(pid));
+});
