@@ -28,9 +28,6 @@ class RegistryKey {
 
   explicit operator bool() const noexcept { return static_cast<bool>(key_); }
 
-  /// The raw key, which this object still owns. Null when none is open.
-  HKEY Get() const noexcept { return key_.Get(); }
-
   /// A value through the ANSI interface: the bytes that the system returns, up to the first NUL. The value's type does
   /// not matter. Empty when the value is missing or longer than 1,024 bytes.
   std::string ReadAnsiText(const char* valueName) const;
