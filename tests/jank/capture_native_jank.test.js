@@ -45,7 +45,7 @@ test('properties are read for their types in order, then for their values, and g
   assert.deepEqual(reads, [...Object.keys(captureArgs()), ...Object.keys(captureArgs())]);
   assert.equal(jsonFilename, `${name}-4294967280.json`);
   assert.equal(capture.argument('OpenProcess', 3), 5);
-  const converted = captureArgs({ ...args, userId: '用户 😀\ufffd', duration: 4294967295 });
+  const converted = captureArgs({ ...args, userId: '用户 😀\ufffd', living: true, duration: 4294967295 });
   assert.equal(capture.argument('WriteFile', 2), reportOf(converted));
   await capture.run({ uptime: 12 });
   assert.match(capture.argument('WriteFile', 2), /"uptime":12\.0,/);
