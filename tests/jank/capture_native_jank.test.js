@@ -204,12 +204,13 @@ test('the table has DbgHelp\'s functions in their order, null for each that is m
   assert.deepEqual(dbgHelp.steps, [['LoadLibraryW', 'DbgHelp'], ['SymInitialize', 2n ** 64n - 1n, null, 1]]);
 });
 
-test('a DbgHelp that cannot be loaded is tried again, and is no use without its symbol handler', (t) => {
+test('a DbgHelp that cannot be loaded is tried again, and one without its symbol handler is no use', async (t) => {
   const libraries = [0n, 0n, 1n];
   const dbgHelp = new ScriptedCapture(t, { LoadLibraryW: () => libraries.shift() });
   dbgHelp.addresses.set('SymCleanup', 0n);
   for (let calls = 0; calls < 4; ++calls) assert.equal(dbgHelp.getTable(), null);
   assert.equal(dbgHelp.order, 'LoadLibraryW, LoadLibraryW, LoadLibraryW');
+  assert.deepEqual(await dbgHelp.run(), nothing('Invalid dbghelp functions'));
 });
 
 const changed = 0xC0000004; // STATUS_INFO_LENGTH_MISMATCH: the list of modules changed meanwhile.
