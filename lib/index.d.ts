@@ -146,20 +146,20 @@ export function leaveStartupMask(): StartupRecord;
  */
 export function removeOldVersion(path: string, version: string): OldVersionRemoval;
 
-/** What {@link captureNativeJank} captures, and what its report says besides. All properties are required. */
+/** The argument of {@link captureNativeJank}. All properties are required. */
 export interface CaptureJankArgs {
   /** The process to capture; read as an unsigned 32-bit integer. */
   processId: number;
   /**
-   * Its stalled thread, as `GetCurrentThreadId` names it there; read as an unsigned 32-bit integer. Not the `threadId` of
-   * `worker_threads`: Node.js has no function for this one.
+   * The stalled thread of that process, as `GetCurrentThreadId` returns it there; read as an unsigned 32-bit integer.
+   * It is not the `threadId` of `worker_threads`, and Node.js has no function that returns it.
    */
   threadId: number;
   /** The kind of jank in your own words. */
   jankType: string;
   /**
-   * The directory for dump and report. It must exist, since it is not created, and must end with a backslash, since it is
-   * used as a prefix as it stands.
+   * The directory for the dump and the report. It must exist, because it is not created. It must end with a backslash,
+   * because the file names are appended without a separator.
    */
   janksDir: string;
   userId: string;
@@ -173,43 +173,45 @@ export interface CaptureJankArgs {
   duration: number;
 }
 
-/** What {@link captureNativeJank} calls back with. */
+/** The result of {@link captureNativeJank}. */
 export interface CaptureJankResult {
-  /** The report's file name without its directory; left out when no report was written. */
+  /** The report's file name without its directory; left out if no report was written. */
   jsonFilename?: string;
   dumpJankResult: {
     /**
-     * Whether a dump exists: written by this capture, or shared with one that overlapped it, which may have been of
-     * another process.
+     * Whether there is a dump: written by this capture, or shared with a capture that overlapped it, which may have
+     * been of another process.
      */
     succ: boolean;
-    /** Why the dump failed; left out when it did not. */
+    /** Why the dump failed; left out if it did not. */
     errorText?: string;
   };
   captureStackResult: {
-    /** One "module!0xoffset" line a frame, each ended by CR and LF, innermost first; left out when there is none. */
+    /** One line "module!0xoffset" for each frame, ended by CR and LF, innermost first; left out if there is none. */
     stackTrace?: string;
-    /** Why the walk failed; left out when it did not. */
+    /** Why the walk of the stack failed; left out if it did not. */
     errorText?: string;
   };
-  /** The last error of the capture as a whole; left out when there was none. */
+  /** The last error of the capture as a whole; left out if there was none. Without a report there always is one. */
   errorText?: string;
 }
 
 /**
- * Captures a stalled thread on a thread of its own: freezes it, writes a minidump of its process, walks its stack, lets
- * it run again, and writes a JSON report beside the dump. Captures that overlap share a dump even when they are of
- * different processes, so begin the capture of another process only when the callback of the one before has come. The
- * process ends when the system cannot start the thread.
+ * Captures a stalled thread: freezes it, writes a minidump of its process, walks its stack, lets it run again, and
+ * writes a JSON report beside the dump. A new thread does this, and the call returns at once.
  *
- * Capture from another process where you can: a thread of this very process may be stopped while it holds a lock that
- * Windows needs for the dump, and the capture then never ends.
+ * Capture from another process, for instance a small helper process. A thread of the calling process may be frozen
+ * while it holds a lock that Windows needs for the dump. The capture then never ends, the captured thread never runs
+ * again, and no later capture by this process ends either.
  *
- * @param callback called once, later, whatever became of the capture: its failures are in the result, in the words that
- *   docs/jank-report.md lists. Never called when the script environment ends first. Until it has run, the call keeps the
- *   event loop alive; what it throws is an uncaught exception.
- * @throws TypeError "Invalid arg" when a property is missing or of another type, or `callback` is not a function; nothing
- *   is started then. What a getter of `args` throws is thrown on.
+ * Captures that overlap share a dump, even if they are of different processes. So start the capture of another process
+ * only when the callback of the previous one has run. The calling process ends if the system cannot start a thread.
+ *
+ * @param callback called once, later, whether the capture succeeded or not: failures are in the result, in the words
+ *   that docs/jank-report.md lists. Never called if the script environment ends first. Until it has run, the call keeps
+ *   the event loop alive. An exception that it throws is an uncaught exception.
+ * @throws TypeError "Invalid arg" if a property is missing or of another type, or if `callback` is not a function.
+ *   Nothing has been started then. An exception of a getter of `args` is passed on.
  */
 export function captureNativeJank(args: CaptureJankArgs, callback: (result: CaptureJankResult) => void): void;
 

@@ -4,8 +4,8 @@ export type { CaptureJankArgs, CaptureJankResult, GpuUsage, ProcessEntry, Proces
 
 /**
  * Captures a stalled thread; the promise form of the callback function of the same name. Rejects with TypeError
- * "Invalid arg" where that one throws, and is never settled when the script environment ends first. A capture that fails
- * resolves: the result says so.
+ * "Invalid arg" where that function throws. A capture that fails resolves: its result says why. The promise is never
+ * settled if the script environment ends first.
  */
 export function captureNativeJank(args: CaptureJankArgs): Promise<CaptureJankResult>;
 

@@ -9,10 +9,9 @@
 
 namespace jank {
 
-/// Memory for the time in which a thread is frozen. That thread may be one of our own process and may have been stopped
-/// while it held the lock of the process heap; whoever allocates from the heap then waits for ever. This memory comes
-/// from the system page by page instead. It grows in place, never moves, and is given back as a whole by the
-/// destructor. For one thread.
+/// Memory for the time in which a thread is frozen. That thread may belong to this process and may hold the lock of the
+/// process heap; an allocation from the heap would then wait for ever. This memory comes from the system page by page
+/// instead. It grows in place, never moves, and is given back as a whole by the destructor. For one thread.
 class FrozenMemory {
  public:
   /// Reserves the address space and commits the first pages. False if the system refuses that.
@@ -39,7 +38,7 @@ class FrozenMemory {
   size_t committed_ = 0;
 };
 
-/// A growing array of plain values in a FrozenMemory of its own.
+/// A growing array of plain values in its own FrozenMemory.
 template <typename Item>
 class FrozenArray {
   static_assert(std::is_trivially_copyable_v<Item> && std::is_trivially_destructible_v<Item>);

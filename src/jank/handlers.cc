@@ -74,8 +74,8 @@ CaptureJankArgs ReadArgs(const Napi::Object& object) {
   return args;
 }
 
-/// A capture ends with a report or with an error text. If there is neither, memory ran out before the thread was
-/// suspended or after it was resumed: the result is then that of a step which could not be done.
+/// A capture ends with a report or with an error text. If there is neither, memory ran out, before the thread was
+/// suspended or after it was resumed. The text is then that of the step that could not be done.
 std::string ErrorTextOf(const CaptureJankResult& result) {
   if (!result.errorText.empty() || !result.jsonFilename.empty()) return result.errorText;
   const bool wasFrozen = result.dumpJankResult.succ || !result.dumpJankResult.errorText.empty();

@@ -45,7 +45,7 @@ test('properties are read for their types in order, then for their values, and g
   assert.deepEqual(reads, [...Object.keys(captureArgs()), ...Object.keys(captureArgs())]);
   assert.equal(jsonFilename, `${name}-4294967280.json`);
   assert.equal(capture.argument('OpenProcess', 3), 5);
-  const converted = captureArgs({ ...args, userId: '用户 😀\ufffd', duration: 4294967295 });
+  const converted = captureArgs({ ...args, userId: '用户 😀\ufffd', living: true, duration: 4294967295 });
   assert.equal(capture.argument('WriteFile', 2), reportOf(converted));
   await capture.run({ uptime: 12 });
   assert.match(capture.argument('WriteFile', 2), /"uptime":12\.0,/);
@@ -204,12 +204,13 @@ test('the table has DbgHelp\'s functions in their order, null for each that is m
   assert.deepEqual(dbgHelp.steps, [['LoadLibraryW', 'DbgHelp'], ['SymInitialize', 2n ** 64n - 1n, null, 1]]);
 });
 
-test('a DbgHelp that cannot be loaded is tried again, and is no use without its symbol handler', (t) => {
+test('a DbgHelp that cannot be loaded is tried again, and one without its symbol handler is no use', async (t) => {
   const libraries = [0n, 0n, 1n];
   const dbgHelp = new ScriptedCapture(t, { LoadLibraryW: () => libraries.shift() });
   dbgHelp.addresses.set('SymCleanup', 0n);
   for (let calls = 0; calls < 4; ++calls) assert.equal(dbgHelp.getTable(), null);
   assert.equal(dbgHelp.order, 'LoadLibraryW, LoadLibraryW, LoadLibraryW');
+  assert.deepEqual(await dbgHelp.run(), nothing('Invalid dbghelp functions'));
 });
 
 const changed = 0xC0000004; // STATUS_INFO_LENGTH_MISMATCH: the list of modules changed meanwhile.

@@ -22,5 +22,5 @@ exports.startStallTarget = (...args) => new Promise((resolve, reject) => {
 /** Arguments for captureNativeJank that pass every check. */
 exports.captureArgs = (overrides) => ({
   processId: 0, threadId: 0, jankType: 'main', janksDir: 'Q:\\直播 \ud800', userId: 'u', deviceId: 'd', version: '5.1',
-  systemVersion: '10', logFilename: 'x.log', living: true, uptime: 0.1 + 0.2, duration: 1500, ...overrides,
+  systemVersion: '10', logFilename: 'x.log', living: false, uptime: 0.1 + 0.2, duration: 1500, ...overrides,
 });

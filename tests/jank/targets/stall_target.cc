@@ -11,7 +11,7 @@ namespace {
 
 DWORD lifetime = 600'000;
 
-// Each function has a frame of its own: something happens after each call, and calls through a volatile pointer are not
+// Each function keeps its own frame: something happens after each call, and calls through a volatile pointer are not
 // inlined.
 volatile int afterCall = 0;
 
