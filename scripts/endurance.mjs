@@ -1,5 +1,5 @@
-// npm run endurance -- [OPTIONS]: the long form of tests/endurance/endurance.js (its options stand there), a few minutes.
-// Repeat a failure with the seed that it printed.
+// npm run endurance -- [OPTIONS]: the long form of tests/endurance/, a few minutes; the options stand there. Repeat a
+// failure with the seed that it printed.
 import path from 'node:path';
 import { build } from './lib/build.mjs';
 import { ensureTools } from './lib/setup.mjs';
@@ -9,5 +9,6 @@ import { runScript } from './lib/windows.mjs';
 await runMain(() => {
   ensureTools({ forTests: true });
   build({ tests: true });
-  return runScript(['--expose-gc', path.join(root, 'tests', 'endurance', 'endurance.js'), ...process.argv.slice(2)]);
+  const test = path.join(root, 'tests', 'endurance', 'endurance.once.test.js');
+  return runScript([test, '--calls=100000', '--captures=200', '--workers=100', ...process.argv.slice(2)]);
 });

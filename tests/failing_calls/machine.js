@@ -1,21 +1,20 @@
 'use strict';
-// The machine on which calls fail. Every script function finds something to do there: the client is installed, the module
-// is a debug build, a thread has stalled, and the graphics processor is busy.
+// The machine on which calls fail. Every script function finds something to do there: the client is installed, the
+// module is a debug build, a thread has stalled, and the graphics processor is busy.
 const { setTimeout: sleep } = require('node:timers/promises');
 const { scriptedSystem } = require('../support/scripted_system.js');
+const { captureArgs } = require('../support/stall_target.js');
 const { koffi, memoryAt, openHandles, system: windows } = require('../support/windows_api.js');
 const { call } = require('../support/windows.js');
 
-/** What is done while calls fail, and what it answers. The first one's answer, a copy of the module finds only once. */
+/** What is done while calls fail, and what it answers. A copy of the module finds the first one's answer only once. */
 const scenarios = exports.scenarios = {
   'machine facts': (util) => [util.getGuid(), util.getCpuName(), util.getOsVersionWithReleaseId(), util.isDebugMode()],
   'single instance': (util) => [util.createDuplicateMutex(), util.destroyDuplicateMutex()],
   'start-up marks': (util) => [util.leaveStartupMask(), util.enterStartupMask(), util.enterStartupMask()],
   removeOldVersion: (util) => util.removeOldVersion('C:\\old.exe', '1'),
-  captureNativeJank: async (util, args) => {
-    const { jsonFilename, ...result } = await call(util.captureNativeJank, args);
-    return { ...result, isReported: jsonFilename !== undefined };
-  },
+  captureNativeJank: (util, target) => call(util.captureNativeJank, captureArgs(target))
+    .then((result) => ({ ...result, jsonFilename: typeof result.jsonFilename })),
   initGpuUsage: (util) => util.initGpuUsage(),
   // The first call opens the counter where it is not open.
   getGpuUsage: (util) => call(util.getGpuUsage, 12, 34).then(() => call(util.getGpuUsage, 12, 34)),
@@ -28,7 +27,7 @@ const one = () => 1;
 
 /** What the machine lacks, and what would take long. */
 const played = {
-  // As a period of debug mode, any long text has no end in sight.
+  // A debug period of any such bytes has not ended.
   FindResourceExW: () => 1n, SizeofResource: () => 18, LoadResource: () => 1n, LockResource: () => text,
   WinVerifyTrust: () => 0,
   GetFileAttributesA: () => 0x20,
@@ -45,24 +44,27 @@ const played = {
   },
 };
 
-// The C library only computes, and some functions of Windows cannot fail. What the others return when they fail, if not 0.
-const cannotFail = /^[_a-z]|^(Get(Current|Last|.*Time)|SetLast|Tls[GS]|Rtl|Raise|VerSet|Sleep|Query|SysFree)|Lock|Section/;
+// The C library only computes, and some functions of Windows cannot fail.
+const cannotFail = /^([_a-z]|[GS]et(Current|Last)|Get.*Time|Tls[GS]|Rtl|Raise|VerSet|Sleep|Query|SysFree)|Lock|Section/;
+// What the others return when they fail, if not 0.
 const minusOne = /^(CreateFile|CreateTool|GetFileAttr|SuspendThread|ResumeThread|WaitFor)/;
 const errorCode = /^(Reg|Pdh|CoCreate|GetAdapters|WinVerify|SetThreadDesc|GlobalFree)/;
 // What nobody can give back afterwards is given back, and only then the call claims to have failed.
 const givesBack = /Close|Free|Remove|Resume|Cleanup|SetEvent|WinVerify/;
 
-/** What takes something, and last what gives it back. A worker starts suspended. */
-const pairs = ['malloc calloc free', 'SysAllocStringLen SysFreeString', 'GlobalAlloc GlobalFree', 'SymInitialize SymCleanup',
-  'PdhOpenQueryW PdhCloseQuery', 'PdhAddCounterW PdhRemoveCounter', 'SuspendThread _beginthreadex ResumeThread',
-  'AcquireSRWLockExclusive ReleaseSRWLockExclusive', 'EnterCriticalSection LeaveCriticalSection'];
+/** What gives something back, and what takes it before. A worker starts suspended. */
+const pairs = [['free', 'malloc', 'calloc'], ['SysFreeString', 'SysAllocStringLen'], ['GlobalFree', 'GlobalAlloc'],
+  ['ResumeThread', 'SuspendThread', '_beginthreadex'], ['LeaveCriticalSection', 'EnterCriticalSection'],
+  ['ReleaseSRWLockExclusive', 'AcquireSRWLockExclusive'], ['SymCleanup', 'SymInitialize'],
+  ['PdhCloseQuery', 'PdhOpenQueryW'], ['PdhRemoveCounter', 'PdhAddCounterW']];
 
 /** A fresh copy of the module, all of whose calls go through stubs. */
 exports.Machine = class Machine {
-  constructor(t, captureArgs) {
-    this.captureArgs = captureArgs;
+  constructor(t, target) {
+    this.target = target;
     this.system = scriptedSystem(t);
     this.system.stubAll(played);
+    this.system.util.leaveStartupMask(); // The compiler's library then knows this thread.
     windows('ole32', 'int CoInitializeEx(void*, uint32)')(null, 2);
     // An exception that nobody handles ends the process; Windows is not to start a debugger first.
     windows('kernel32', 'void* SetUnhandledExceptionFilter(void*)')(this.system.real.get('abort'));
@@ -79,19 +81,18 @@ exports.Machine = class Machine {
       const value = minusOne.test(called) ? -1 : errorCode.test(called) ? -2147467259 /* E_FAIL */ : 0;
       system.fail(called, { nth, value, late: givesBack.test(called) });
     }
-    const answer = await scenarios[name](system.util, this.captureArgs);
+    const answer = await scenarios[name](system.util, this.target);
     while (system.count('_beginthreadex') > system.count('_endthreadex')) await sleep(1, undefined, { ref: false });
     for (const called of Object.keys(failing)) system.mend(called);
     const calls = Object.entries(system.counts).map(([called, count]) => [called, count - (before[called] ?? 0)]);
     return { answer, calls: calls.filter(([called, count]) => count > 0 && !cannotFail.test(called)) };
   }
 
-  /** How much has to be given back, by kind. */
+  /** How much there is to give back, by what does that. */
   get held() {
     const { counts } = this.system;
-    return { handles: openHandles(), ...Object.fromEntries(pairs.map((pair) => {
-      const [last, ...takers] = pair.split(' ').map((name) => counts[name] ?? 0).reverse();
-      return [pair, takers.reduce((sum, count) => sum + count) - last];
-    })) };
+    const sum = (names) => names.reduce((total, name) => total + (counts[name] ?? 0), 0);
+    return Object.fromEntries([['CloseHandle or RegCloseKey', openHandles()],
+      ...pairs.map(([last, ...others]) => [last, sum(others) - sum([last])])]);
   }
 };

@@ -1,6 +1,6 @@
 'use strict';
 // The functions that tests play, as C declares them. A handle or an address is `void*` (a BigInt or null in script), or
-// `size_t` where its value counts. A line that begins with "#" is a comment.
+// `size_t` where its value counts. A line that begins with "//" is a comment.
 const { koffi } = require('./windows_api.js');
 
 const source = `
@@ -76,8 +76,6 @@ const source = `
   uint32 GetModuleFileNameW(void*, void*, uint32)
   void* LoadLibraryExW(str16, void*, uint32)
   int WinVerifyTrust(void*, void*, void*)
-  // failing_calls
-  int VirtualFree(void*, size_t, uint32)
 `;
 
 exports.declarations = Object.fromEntries(source.split('\n').map((line) => line.trim())
