@@ -4,7 +4,7 @@ import type { CaptureJankResult } from './index.js';
  * The id of this process's main script thread, as `GetCurrentThreadId` returns it there: the `threadId` of a
  * captureNativeJank from another process. Takes some milliseconds; what this process traces meanwhile goes on.
  *
- * @returns a promise of the id. Rejects with code "ERR_WORKER_UNSUPPORTED_OPERATION" in a worker, and when this build of
+ * @returns a promise of the id. Rejects with code "ERR_WORKER_UNSUPPORTED_OPERATION" in a worker, and if this build of
  *   Node.js does not report the id.
  */
 export function mainThreadId(): Promise<number>;
@@ -40,8 +40,8 @@ export interface JankReport {
  * Reads a report that a capture has written. Works on every system.
  *
  * @param path the report's file.
- * @returns a promise of the report. Rejects with code "ERR_INVALID_REPORT" when the file is not a whole report, with the
- *   error of the file system when it cannot be read, and with a TypeError when `path` is not a string.
+ * @returns a promise of the report. Rejects with code "ERR_INVALID_REPORT" if the file is not a whole report, with the
+ *   error of the file system if it cannot be read, and with a TypeError if `path` is not a string.
  */
 export function readReport(path: string): Promise<JankReport>;
 
@@ -49,8 +49,8 @@ export function readReport(path: string): Promise<JankReport>;
 export interface Jank {
   /**
    * How long the event loop had stood still when its thread was frozen, in milliseconds; at most one heartbeat more (a
-   * tenth of `thresholdMs`, at most 200 ms). The report's own `duration` is smaller: it was written down when the capture
-   * was called, before DbgHelp had made itself ready. When `late`, how long the whole stall took.
+   * tenth of `thresholdMs`, at most 200 ms). The report's own `duration` is smaller: it is that of the moment when the
+   * capture was called, before DbgHelp had made itself ready. When `late`, how long the whole stall took.
    */
   duration: number;
   /** True when the loop had turned again before the thread was frozen: the trace and the dump show what came later. */
@@ -121,14 +121,14 @@ export interface JankWatch {
   /** Resolves when stalls are watched for, some seconds after the call. It does not keep the process alive either. */
   readonly ready: Promise<void>;
   /**
-   * Ends the watcher and its calls of `onJank` and `onError`. Resolves when its process has ended: nothing is frozen from
-   * then on. A capture that is under way is finished first.
+   * Ends the watcher and its calls of `onJank` and `onError`. Resolves when its process has ended: from then on nothing
+   * is frozen. A capture that is under way is finished first.
    */
   stop(): Promise<void>;
 }
 
 /**
- * Watches the event loop of this process's main thread from another process: when it stands still for too long, the main
+ * Watches the event loop of this process's main thread from another process. When it stands still for too long, the
  * thread is captured as by captureNativeJank. Call it once, when start-up is over. It does not keep the process alive,
  * and the watcher's process ends with this one. See docs/watchdog.md.
  *

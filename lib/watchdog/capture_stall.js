@@ -5,36 +5,32 @@ const path = require('node:path');
 const { captureNativeJank } = require('../promises.js');
 const { readReport } = require('./read_report.js');
 
-const capture = ({ processId, threadId, jankType, janksDir, userId, deviceId, version, systemVersion, logFilename },
-  measures) => captureNativeJank({ processId, threadId, jankType, janksDir, userId, deviceId, version, systemVersion,
-  logFilename, ...measures });
-
-const failure = (result) => Object.assign(new Error(`The stall was not captured: ${result.errorText}`),
+const failure = (result) => Object.assign(new Error(`A capture failed: ${result.errorText}`),
   { code: 'ERR_CAPTURE_FAILED', result });
 
 /**
- * Does all of a capture that comes before the thread is frozen, so that its libraries and files are in memory when there
- * is a stall. No process has a thread 0. Throws what would keep captures from succeeding.
+ * Does all of a capture that comes before the freeze. So DbgHelp and the files that it reads are in memory when a stall
+ * comes. No process has a thread 0. Rejects with what would keep captures from succeeding.
  */
 exports.warmUp = async (settings) => {
-  const result = await capture({ ...settings, threadId: 0 }, { living: true, uptime: 0, duration: 0 });
+  const result = await captureNativeJank({ ...settings, threadId: 0, living: true, uptime: 0, duration: 0 });
   if (result.errorText !== 'Failed open thread') throw failure(result);
 };
 
 /**
- * Captures a loop that has stood still for `stalledMs` and resolves to what onJank gets. `turnedAt` returns when the loop
- * has turned since, as Date.now() of that process, or undefined.
+ * Captures a loop that has stood still for `stalledMs` and resolves to what onJank gets. `turnedAt` returns when the
+ * loop turned after that, as Date.now() there, or undefined.
  */
 exports.captureStall = async (settings, { stalledMs, uptime, living, turnedAt }) => {
   const calledAt = Date.now();
-  const result = await capture(settings, { living, uptime, duration: Math.round(stalledMs) });
+  const result = await captureNativeJank({ ...settings, living, uptime, duration: Math.round(stalledMs) });
   const returnedAt = Date.now();
   if (!result.jsonFilename) throw failure(result);
 
   const reportPath = path.join(settings.janksDir, result.jsonFilename);
   const report = await readReport(reportPath);
   const dumpPath = path.join(settings.janksDir, report.dmp_file);
-  // The dump is made and closed while the thread is frozen, the report right after that.
+  // The dump is created and closed while the thread is frozen, and the report is created right after that.
   const { birthtimeMs, mtimeMs } = await fs.stat(dumpPath).catch(() => fs.stat(reportPath));
   const late = turnedAt() < mtimeMs;
   const end = Math.min(Math.max(late ? turnedAt() : birthtimeMs, calledAt), returnedAt);

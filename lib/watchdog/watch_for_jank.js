@@ -55,7 +55,7 @@ exports.watchForJank = (options) => {
     }
   }
 
-  (settings.threadId ? Promise.resolve(settings.threadId) : mainThreadId()).then((threadId) => {
+  Promise.resolve(settings.threadId || mainThreadId()).then((threadId) => {
     settings.threadId = threadId;
     if (!stopped) start();
   }).catch(onError);
@@ -69,7 +69,7 @@ exports.watchForJank = (options) => {
       clearTimeout(restart);
       if (!child) resolveEnded();
       child?.ref();
-      child?.disconnect();
+      if (child?.connected) child.disconnect();
       return ended;
     },
   };

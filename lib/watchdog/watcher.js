@@ -1,11 +1,12 @@
 'use strict';
-// The watcher's process: watcher_process.js starts it, sends it its settings and then heartbeats. It ends when the channel
-// to the watched process closes, and never by process.exit(): a capture that is under way must let its thread run again.
+// The watcher's process. watcher_process.js starts it and sends it its settings, then heartbeats. It ends when the
+// channel to the watched process closes, never by process.exit(): a capture that is under way must let its thread run.
 
 const send = (message, sent = () => {}) => process.send(message, sent);
 const sendError = ({ message, code, result }, sent) => send({ error: { message, code, result } }, sent);
 
-process.on('uncaughtException', (error) => {
+// Before the rest is loaded, which can fail too.
+process.once('uncaughtException', (error) => {
   process.exitCode = 1;
   sendError(error, () => process.disconnect());
 });
@@ -28,8 +29,8 @@ function watch(settings) {
 
   async function capture(stalledMs) {
     if (!mayCapture()) {
-      sendError({ message: `A stall was not captured: there were ${settings.maxCapturesPerHour} captures within an hour`,
-        code: 'ERR_CAPTURE_LIMIT' });
+      const message = `A stall was not captured: there were ${settings.maxCapturesPerHour} captures within an hour`;
+      sendError({ message, code: 'ERR_CAPTURE_LIMIT' });
       return;
     }
     capturing = true;

@@ -4,7 +4,7 @@ const { fork } = require('node:child_process');
 const inspector = require('node:inspector');
 const path = require('node:path');
 
-/** Options of Node.js are not meant for the watcher, and captures need no symbols, which may come over the network. */
+/** Options of Node.js are not meant for the watcher. Captures need no symbols, which may come over the network. */
 const notForWatcher = { NODE_OPTIONS: undefined, _NT_SYMBOL_PATH: undefined, _NT_ALTERNATE_SYMBOL_PATH: undefined };
 
 /** Marks the watcher's process. */
@@ -17,9 +17,10 @@ exports.checkNotWatcher = () => {
 };
 
 /**
- * Starts a process that watches this one, and sends it heartbeats. Calls `onMessage` with what it sends, and `onEnd` once,
- * with the reason, when it has ended or could not be started. Nothing of this keeps this process alive. To end it,
- * disconnect it: a watcher that is killed during a capture leaves the thread frozen for good.
+ * Starts a process that watches this one, and sends it heartbeats. Calls `onMessage` with what it sends, and `onEnd`
+ * once, with the reason, when it has ended or could not be started. Nothing of this keeps this process alive.
+ *
+ * Returns the ChildProcess. To end it, disconnect it: if a watcher is killed during a capture, the thread stays frozen.
  */
 exports.startWatcher = ({ execPath, env, living, ...settings }, onMessage, onEnd) => {
   const child = fork(path.join(__dirname, 'watcher.js'), [], {
@@ -31,10 +32,10 @@ exports.startWatcher = ({ execPath, env, living, ...settings }, onMessage, onEnd
   });
   let written = true;
   function beat() {
-    // The watcher may be suspended, for a debugger for instance: do not fill the memory with messages for it.
+    // A watcher that is suspended reads nothing: do not fill the memory with messages for it.
     if (!written) return;
     written = false;
-    child.send({ at: Date.now(), uptime: process.uptime(), living: Boolean(living()), mayPause: Boolean(inspector.url()) },
+    child.send({ at: Date.now(), uptime: process.uptime(), living: !!living(), mayPause: !!inspector.url() },
       () => { written = true; });
   }
   const beats = setInterval(beat, settings.beatMs);

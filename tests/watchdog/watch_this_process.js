@@ -19,24 +19,15 @@ exports.watchThisProcess = (t, options) => {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-watchdog-'));
   const janksDir = path.join(folder, 'janks');
   const [janks, errors] = [[], []];
-  let living = false;
   const watch = watchForJank({ janksDir, onJank: (jank) => janks.push(jank), onError: (error) => errors.push(error),
-    living: () => living, ...options });
+    ...options });
   t.after(async () => {
     await watch.stop();
     fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
   });
-  const ready = async () => {
-    let isReady = false;
-    watch.ready.then(() => { isReady = true; });
-    await until(() => isReady);
-  };
-  /** Reports of later stalls say so: there are heartbeats before it resolves. */
-  const setLiving = (value) => {
-    living = value;
-    return sleep(300);
-  };
-  return { watch, janks, errors, ready, setLiving, files: () => fs.readdirSync(janksDir) };
+  let isReady = false;
+  watch.ready.then(() => { isReady = true; });
+  return { watch, janks, errors, ready: () => until(() => isReady), files: () => fs.readdirSync(janksDir) };
 };
 
 /** Blocks the event loop while `goesOn(elapsedMs)`; returns when that began. */
