@@ -23,4 +23,9 @@ target_compile_options(borvanta_settings INTERFACE
   -ftrivial-auto-var-init=pattern)
 # An index beyond the end of a string, an array or a vector ends the process too.
 target_compile_definitions(borvanta_settings INTERFACE _GLIBCXX_ASSERTIONS)
-target_sources(borvanta_settings INTERFACE ${CMAKE_SOURCE_DIR}/tests/support/trap_report.cc)
+
+# A part of every program and module, compiled once.
+add_library(trap_report OBJECT ${CMAKE_SOURCE_DIR}/tests/support/trap_report.cc)
+target_compile_options(trap_report PRIVATE $<TARGET_PROPERTY:borvanta_settings,INTERFACE_COMPILE_OPTIONS>)
+target_compile_definitions(trap_report PRIVATE $<TARGET_PROPERTY:borvanta_settings,INTERFACE_COMPILE_DEFINITIONS>)
+target_sources(borvanta_settings INTERFACE $<TARGET_OBJECTS:trap_report>)

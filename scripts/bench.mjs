@@ -1,12 +1,14 @@
-// npm run bench: builds the module and what it is measured against, and measures in Node.js for Windows.
+// npm run bench -- [--chart]: builds the module and what it is measured against, and measures in Node.js for Windows. With
+// --chart the chart of the documentation, docs/bench.svg, is drawn again.
 import path from 'node:path';
 import { buildBench } from './lib/build.mjs';
 import { ensureTools } from './lib/setup.mjs';
-import { root, runMain } from './lib/shell.mjs';
+import { readArguments, root, runMain } from './lib/shell.mjs';
 import { runScript } from './lib/windows.mjs';
 
-await runMain(() => {
+await runMain(async () => {
+  readArguments('npm run bench -- [--chart]', { options: { chart: { type: 'boolean' } } });
   ensureTools();
-  buildBench();
-  return runScript([path.join(root, 'bench', 'run.js')]);
+  await buildBench();
+  return runScript([path.join(root, 'bench', 'run.js'), ...process.argv.slice(2)]);
 });

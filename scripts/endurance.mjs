@@ -3,12 +3,15 @@
 import path from 'node:path';
 import { build } from './lib/build.mjs';
 import { ensureTools } from './lib/setup.mjs';
-import { root, runMain } from './lib/shell.mjs';
+import { readArguments, root, runMain } from './lib/shell.mjs';
 import { runScript } from './lib/windows.mjs';
 
-await runMain(() => {
+await runMain(async () => {
+  const number = { type: 'string' };
+  readArguments('npm run endurance -- [--seed=N] [--calls=N] [--captures=N] [--workers=N]',
+    { options: { seed: number, calls: number, captures: number, workers: number } });
   ensureTools({ forTests: true });
-  build({ tests: true });
+  await build({ tests: true });
   const test = path.join(root, 'tests', 'endurance', 'endurance.once.test.js');
   return runScript([test, '--calls=100000', '--captures=200', '--workers=100', ...process.argv.slice(2)]);
 });

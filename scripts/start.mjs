@@ -2,11 +2,12 @@
 import path from 'node:path';
 import { build } from './lib/build.mjs';
 import { ensureTools } from './lib/setup.mjs';
-import { root, runMain } from './lib/shell.mjs';
+import { readArguments, root, runMain } from './lib/shell.mjs';
 import { runScript } from './lib/windows.mjs';
 
-await runMain(() => {
+await runMain(async () => {
+  readArguments('npm start');
   ensureTools();
-  build();
+  await build();
   return runScript([path.join(root, 'examples', 'tour.js')]);
 });

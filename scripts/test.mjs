@@ -1,99 +1,84 @@
 // npm test: builds, checks the style, runs all tests in Node.js for Windows, and closes with one line of how many passed
-// and failed. Arguments select tests whose path contains one of them: npm test -- process_list
-// With --output what passing tests print is shown too.
+// and failed.
 import { readdirSync } from 'node:fs';
 import path from 'node:path';
-import { build } from './lib/build.mjs';
-import { checkStyle } from './lib/style.mjs';
-import { checkTypes } from './lib/types.mjs';
-import { ensureTools, ensureWinePrefix, nodeVersions } from './lib/setup.mjs';
-import { onWindows, root, runMain, say } from './lib/shell.mjs';
-import { holdLane, runProgram, stopLane, windowsNode } from './lib/windows.mjs';
+import { build, buildWithClang } from './lib/build.mjs';
+import { checkAll } from './lib/checks.mjs';
+import { report, reportTotals } from './lib/report.mjs';
+import { ensureTools, nodeVersions } from './lib/setup.mjs';
+import { onWindows, readArguments, root, runMain, SetupError } from './lib/shell.mjs';
+import { runTestFile } from './lib/test_file.mjs';
+import { windowsNode } from './lib/windows.mjs';
+import { holdDesktop, stopWine, winePrefix } from './lib/wine.mjs';
 
-const timeoutMs = 300_000;
+const usage = `npm test -- [--node=${nodeVersions.join('|')}] [--build=shipped|clang] [--name=PATTERN] [--output] [PATH...]
+  PATH      only tests whose path contains it, or one of several, and no style checks
+  --node    only in this release of Node.js for Windows
+  --build   only with the module that ships, or with the one that Clang built
+  --name    only tests whose name matches this regular expression
+  --output  shows what passing tests print, too`;
+
 // Two lanes for two cores. Each has a Wine prefix, and so a registry, of its own.
 const lanes = onWindows ? [0] : [0, 1];
-
-const showOutput = process.argv.includes('--output');
-const totals = { passed: 0, failed: 0 };
-
-/** Adds one run's result to the totals and shows it; the output of a failed run is shown whole. */
-function report(name, { passed, failed, skipped = 0, output, seconds }) {
-  totals.passed += passed;
-  totals.failed += failed;
-  const others = skipped ? `, ${skipped} skipped` : '';
-  const time = seconds === undefined ? '' : ` (${seconds.toFixed(1)} s)`;
-  console.log(`${failed ? 'FAILED' : 'ok    '} ${name}: ${passed} passed, ${failed} failed${others}${time}`);
-  if (failed || showOutput) console.log(output);
-}
-
-/** Runs a test file and counts its tests; an end without a count, or with a failure code, is a failure. */
-async function runTestFile(name, program, file, options) {
-  const chunks = [];
-  const collect = (chunk) => chunks.push(chunk);
-  const start = performance.now();
-  const code = await runProgram(program, ['--test-reporter=tap', file], { stdout: collect, stderr: collect, timeoutMs, cwd: root, ...options });
-  const seconds = (performance.now() - start) / 1000;
-  const output = Buffer.concat(chunks).toString();
-  const count = (what) => Number(output.match(new RegExp(`^# ${what} (\\d+)\r?$`, 'm'))?.[1] ?? 0);
-  const [passed, skipped] = [count('pass'), count('skipped')];
-  let failed = count('fail');
-  if (failed === 0 && (code !== 0 || passed + skipped === 0)) failed = 1;
-  const end = seconds * 1000 < timeoutMs ? `exit code ${code}` : `killed after ${timeoutMs / 1000} s`;
-  report(name, { passed, failed, skipped, output: `${output}\n(${end})`, seconds });
-}
 
 function testFiles(ending) {
   return readdirSync(path.join(root, 'tests'), { recursive: true })
     .filter((file) => file.endsWith(ending)).map((file) => `tests/${file.replaceAll('\\', '/')}`).sort();
 }
 
-/** A test of the module more than of Node.js, and a long one, bears ".once" in its name and runs in one release only. */
-const isFor = (file, version) => !file.endsWith('.once.test.js') || version === nodeVersions.at(-1);
-
-function scriptTests() {
-  const files = testFiles('.test.js');
-  return nodeVersions.toReversed().flatMap((version) => files.filter((file) => isFor(file, version)).map((file) => ({
-    name: `${file} in Node.js ${version}`,
-    run: (name, lane) => runTestFile(name, windowsNode(version), file, { lane }),
-  })));
+/**
+ * The runs of all script tests: { name, file, version, build }. Clang's module is tested in the last release, and a test
+ * with ".once" in its name runs in the last release only.
+ */
+function scriptRuns() {
+  const last = nodeVersions.at(-1);
+  const builds = [...nodeVersions.toReversed().map((version) => ({ version, build: 'shipped' })),
+    ...(onWindows ? [] : [{ version: last, build: 'clang' }])];
+  return builds.flatMap(({ version, build }) => testFiles('.test.js')
+    .filter((file) => version === last || !file.endsWith('.once.test.js'))
+    .map((file) => ({ name: `${file} in Node.js ${version}${build === 'clang' ? ', built by Clang' : ''}`, file, version, build })));
 }
 
 /** Tests of what only Debian can do: running Windows programs in Wine, reading dumps with another debugger. */
-function hostTests() {
-  return onWindows ? [] : testFiles('.host.test.mjs').map((file) => ({
-    name: `${file} on the host`,
-    run: (name) => runTestFile(name, process.execPath, file, { host: true }),
-  }));
+function hostRuns() {
+  return onWindows ? [] : testFiles('.host.test.mjs').map((file) => ({ name: `${file} on the host`, file, build: 'shipped' }));
 }
 
 await runMain(async () => {
-  const selections = process.argv.slice(2).filter((argument) => argument !== '--output');
-  const selected = ({ name }) => selections.length === 0 || selections.some((selection) => name.includes(selection));
+  const text = { type: 'string' };
+  const { values: only, positionals: paths } = readArguments(usage,
+    { options: { node: text, build: text, name: text, output: { type: 'boolean' } }, allowPositionals: true });
+  const queue = [...hostRuns(), ...scriptRuns()].filter(({ file, version, build }) => (
+    (paths.length === 0 || paths.some((part) => file.includes(part)))
+    && (!only.node || version === only.node) && (!only.build || build === only.build)));
+  if (queue.length === 0) throw new SetupError(`No test file matches.\nUsage: ${usage}`);
+
   ensureTools({ forTests: true });
-  build({ tests: true });
-  const queue = [...hostTests(), ...scriptTests()].filter(selected);
+  const prefixes = onWindows ? [] : lanes.map((lane) => winePrefix(lane));
+  await Promise.all([build({ tests: true }), ...prefixes]);
   for (const version of nodeVersions) windowsNode(version);
-  for (const lane of lanes) if (!onWindows) ensureWinePrefix(lane);
-  // Beside the tests, which wait for much and compute little.
-  const style = selections.length === 0 ? checkStyle() : undefined;
-  // Heard below, when the tests are done.
-  style?.catch(() => {});
+  // Beside the tests, which wait for much and compute little; heard when they are needed.
+  const checksToo = paths.length === 0 && Object.keys(only).length === 0;
+  const clang = queue.some((run) => run.build === 'clang') ? buildWithClang() : Promise.resolve();
+  const checks = checksToo ? checkAll(clang) : Promise.resolve([]);
+  for (const beside of [clang, checks]) beside.catch(() => {});
+
+  async function runOne({ name, file, version, build: built }, lane) {
+    if (built === 'clang') await clang;
+    const result = await runTestFile(version ? windowsNode(version) : process.execPath, file, {
+      lane, host: onWindows || !version, pattern: only.name, env: built === 'clang' ? { BORVANTA_BUILD: 'clang' } : {} });
+    report({ name, ...result }, only.output);
+  }
   try {
-    for (const lane of lanes) holdLane(lane);
+    if (!onWindows) await Promise.all(lanes.map((lane) => holdDesktop(lane, windowsNode())));
     await Promise.all(lanes.map(async (lane) => {
-      for (let test = queue.shift(); test; test = queue.shift()) await test.run(test.name, lane);
+      for (let next = queue.shift(); next; next = queue.shift()) await runOne(next, lane);
     }));
   } finally {
     // Where one lane has failed, the other is to begin nothing more in a prefix that is being stopped.
     queue.length = 0;
-    for (const lane of lanes) stopLane(lane);
+    for (const prefix of await Promise.all(prefixes)) stopWine(prefix);
   }
-  if (style) {
-    report('types', checkTypes());
-    for (const [name, result] of await style) report(name, result);
-  }
-  say('');
-  console.log(`${totals.passed} passed, ${totals.failed} failed`);
-  return totals.failed === 0 && totals.passed > 0 ? 0 : 1;
+  for (const result of await checks) report(result);
+  return reportTotals();
 });

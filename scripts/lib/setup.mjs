@@ -1,8 +1,8 @@
-// What the project needs on a machine, installed when it is missing: Debian packages, npm packages, Wine prefixes.
+// What the project needs on a machine, installed when it is missing: Debian packages and npm packages.
 // Everything here is quick when there is nothing to do.
 import { spawnSync } from 'node:child_process';
 import { createHash } from 'node:crypto';
-import { cpSync, existsSync, mkdirSync, mkdtempSync, readFileSync, renameSync, rmSync, writeFileSync } from 'node:fs';
+import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import { onWindows, root, run, say, SetupError, succeeds } from './shell.mjs';
 
@@ -15,8 +15,9 @@ const buildPackages = {
   wine64: '/usr/lib/wine/wine64',
 };
 const testPackages = {
+  'clang-19': '/usr/bin/clang++-19',
   'clang-format-14': '/usr/bin/clang-format-14',
-  'clang-tidy-14': '/usr/bin/clang-tidy-14',
+  'clang-tidy-19': '/usr/bin/clang-tidy-19',
   'lldb-14': '/usr/bin/lldb-14',
   openssl: '/usr/bin/openssl',
   osslsigncode: '/usr/bin/osslsigncode',
@@ -93,52 +94,4 @@ const windowsNodeFolder = path.join(root, 'tools', 'windows-node');
 /** A release's node.exe as npm installs it. */
 export function windowsNodeFile(version) {
   return path.join(windowsNodeFolder, 'node_modules', `node${version}`, 'bin', 'node.exe');
-}
-
-/**
- * The Wine prefix of a lane. Programs in different lanes share no registry, so tests in them can run side by side.
- */
-export function ensureWinePrefix(lane = 0) {
-  const prefix = path.join(root, 'build', 'wine', `lane-${lane}`);
-  if (existsSync(prefix)) return prefix;
-  // Made under another name: what is interrupted is never taken for a prefix, and of two makers one wins.
-  mkdirSync(path.dirname(prefix), { recursive: true });
-  const draft = mkdtempSync(`${prefix}.`);
-  if (lane === 0) {
-    say('Making the Wine prefix (about ten seconds)');
-    const env = wineEnvironment(draft);
-    run(wine, ['wineboot', '-i'], { env });
-    // A fresh prefix claims Windows 7, on which Node.js refuses to start.
-    run(wine, ['winecfg', '-v', 'win10'], { env });
-    stopWine(draft);
-  } else {
-    const first = ensureWinePrefix(0);
-    stopWine(first);
-    say(`Copying the Wine prefix for lane ${lane}`);
-    cpSync(first, draft, { recursive: true, verbatimSymlinks: true });
-  }
-  try {
-    renameSync(draft, prefix);
-  } catch (error) {
-    rmSync(draft, { recursive: true });
-    if (!existsSync(prefix)) throw error;
-  }
-  return prefix;
-}
-
-/** The 64-bit loader itself: the wrapper script in /usr/bin asks for a 32-bit Wine that nothing here needs. */
-export const wine = '/usr/lib/wine/wine64';
-
-/** What a Windows program in the prefix is started with. The locale decides how Wine reads arguments and file names. */
-export function wineEnvironment(prefix) {
-  // Without mscoree and mshtml, a new prefix does not offer in a window to download what they need.
-  return { WINEPREFIX: prefix, WINEARCH: 'win64', WINEDEBUG: '-all', LC_ALL: 'C.UTF-8',
-    WINEDLLOVERRIDES: 'dbghelp=n,b;mscoree,mshtml=' };
-}
-
-/** Ends every Windows program of a prefix and waits until its registry is on disk. */
-export function stopWine(prefix) {
-  const env = { ...process.env, ...wineEnvironment(prefix) };
-  spawnSync('/usr/lib/wine/wineserver64', ['-k'], { env, stdio: 'ignore' });
-  spawnSync('/usr/lib/wine/wineserver64', ['-w'], { env, stdio: 'ignore' });
 }

@@ -25,6 +25,7 @@ const source = `
   // jank
   void* VirtualAlloc(void*, size_t, uint32, uint32)
   void* GetDbgHelpFunctions()
+  int node_api_module_get_api_version_v1()
   void* LoadLibraryW(str16)
   void* GetProcAddress(void*, str)
   int SymInitialize(void*, void*, int)

@@ -1,0 +1,31 @@
+// Finds the function and the source line of an address in a module, from the debug information that GCC and Clang write for
+// MinGW-w64. The tools are Debian's.
+import { existsSync } from 'node:fs';
+import path from 'node:path';
+import { root, run } from './shell.mjs';
+
+const tool = (name) => `x86_64-w64-mingw32-${name}`;
+
+/** The file with a module's debug information. In Wine, module names lack their ".exe" or ".dll". */
+export function findDebugFile(module, folders) {
+  const names = ['.debug', '', '.exe', '.dll'].map((ending) => `${module}${ending}`);
+  return folders.flatMap((folder) => names.map((name) => path.join(folder, name))).find((file) => existsSync(file));
+}
+
+/** The address at which the linker placed the module: addresses in debug information start there. */
+function imageBase(file) {
+  return BigInt(`0x${run(tool('objdump'), ['-p', file]).match(/^ImageBase\s+([0-9a-f]+)/m)[1]}`);
+}
+
+/**
+ * "function at file:line" and the functions that it was inlined into, innermost first; empty if nothing is known.
+ * Headers of the compiler are left out if functions of the project remain.
+ */
+export function describeAddress(file, offset) {
+  const address = `0x${(imageBase(file) + offset).toString(16)}`;
+  const said = run(tool('addr2line'), ['-e', file, '-f', '-C', '-i', '-p', address]).replaceAll(`${root}/`, '');
+  const functions = said.trim().split('\n').filter((line) => !line.startsWith('??'))
+    .map((line) => line.trim().replace(/^\(inlined by\) /, ''));
+  const own = functions.filter((line) => !line.includes(' at /'));
+  return own.length > 0 ? own : functions.slice(0, 1);
+}

@@ -1,0 +1,38 @@
+// Runs one test file and counts its tests.
+import path from 'node:path';
+import { buildFolder } from './build.mjs';
+import { describeAddress, findDebugFile } from './debug_info.mjs';
+import { root } from './shell.mjs';
+import { runProgram } from './windows.mjs';
+
+const timeout = 300_000;
+
+/** Puts the function behind each trap that tests/support/trap_report.cc has reported. */
+function nameTraps(output) {
+  const folders = ['module', 'targets'].map((name) => path.join(buildFolder('clang'), name));
+  return output.replace(/^TRAP in (\S+) at 0x([0-9a-f]+)/gm, (line, module, hex) => {
+    const file = findDebugFile(module, folders);
+    return [line, ...(file ? describeAddress(file, BigInt(`0x${hex}`)) : [])].join('\n  ');
+  });
+}
+
+/**
+ * Runs a test file with a Node.js and resolves to { passed, failed, skipped, output, seconds }. An end without a count, or
+ * with a failure code, is a failure. Tests are selected by `pattern`, if there is one.
+ */
+export async function runTestFile(program, file, { pattern, ...options }) {
+  const chunks = [];
+  const collect = (chunk) => chunks.push(chunk);
+  const args = ['--require', './tests/support/name_test.js', '--test-reporter=tap',
+    ...(pattern ? [`--test-name-pattern=${pattern}`] : []), file];
+  const start = performance.now();
+  const code = await runProgram(program, args, { ...options, cwd: root, stdout: collect, stderr: collect, timeout });
+  const seconds = (performance.now() - start) / 1000;
+  const output = Buffer.concat(chunks).toString();
+  const count = (what) => Number(output.match(new RegExp(`^# ${what} (\\d+)\r?$`, 'm'))?.[1] ?? 0);
+  const [passed, skipped] = [count('pass'), count('skipped')];
+  const ended = output.match(/^# pass \d+\r?$/m) && code === 0 && (pattern || passed + skipped > 0);
+  const failed = count('fail') || (ended ? 0 : 1);
+  const end = seconds * 1000 < timeout ? `exit code ${code}` : `killed after ${timeout / 1000} s`;
+  return { passed, failed, skipped, seconds, output: `${nameTraps(output)}\n(${end})` };
+}

@@ -1,0 +1,129 @@
+// Everything about Wine, in which Windows programs run on Debian: its prefixes, its environment, running a program.
+import { spawn, spawnSync } from 'node:child_process';
+import { closeSync, cpSync, existsSync, mkdirSync, mkdtempSync, openSync, readSync, renameSync, rmSync } from 'node:fs';
+import os from 'node:os';
+import path from 'node:path';
+import { exitCode, root, runBeside, say, SetupError } from './shell.mjs';
+
+// The 64-bit loader and server themselves: the wrapper scripts in /usr/bin ask for a 32-bit Wine that nothing here needs.
+const wine = '/usr/lib/wine/wine64';
+const wineServer = '/usr/lib/wine/wineserver64';
+
+/** What a Windows program in the prefix is started with. The locale decides how Wine reads arguments and file names. */
+const wineEnvironment = (prefix) => ({
+  WINEPREFIX: prefix, WINEARCH: 'win64', WINEDEBUG: '-all', LC_ALL: 'C.UTF-8',
+  // The test platform's DbgHelp stands beside the executable. Without mscoree and mshtml, a new prefix does not offer in a
+  // window to download what they need; without winedbg, a program that crashes ends at once.
+  WINEDLLOVERRIDES: 'dbghelp=n,b;mscoree,mshtml,winedbg.exe=',
+});
+
+const makers = new Map();
+
+/**
+ * The Wine prefix of a lane, made if it is missing. Programs in different lanes share no registry, so tests in them can run
+ * side by side.
+ */
+export function winePrefix(lane = 0) {
+  if (!makers.has(lane)) makers.set(lane, makePrefix(lane));
+  return makers.get(lane);
+}
+
+async function makePrefix(lane) {
+  const prefix = path.join(root, 'build', 'wine', `lane-${lane}`);
+  if (existsSync(prefix)) return prefix;
+  // Made under another name: what is interrupted is never taken for a prefix, and of two makers one wins.
+  mkdirSync(path.dirname(prefix), { recursive: true });
+  const draft = mkdtempSync(`${prefix}.`);
+  if (lane === 0) {
+    say('Making the Wine prefix (about ten seconds)');
+    const env = wineEnvironment(draft);
+    await runBeside(wine, ['wineboot', '-i'], { env });
+    // A fresh prefix claims Windows 7, on which Node.js refuses to start.
+    await runBeside(wine, ['winecfg', '-v', 'win10'], { env });
+    stopWine(draft);
+  } else {
+    const first = await winePrefix(0);
+    stopWine(first);
+    say(`Copying the Wine prefix for lane ${lane}`);
+    cpSync(first, draft, { recursive: true, verbatimSymlinks: true });
+  }
+  try {
+    renameSync(draft, prefix);
+  } catch (error) {
+    rmSync(draft, { recursive: true });
+    if (!existsSync(prefix)) throw error;
+  }
+  return prefix;
+}
+
+/** Ends every Windows program of a prefix and waits until its registry is on disk. */
+export function stopWine(prefix) {
+  const env = { ...process.env, ...wineEnvironment(prefix) };
+  spawnSync(wineServer, ['-k'], { env, stdio: 'ignore' });
+  spawnSync(wineServer, ['-w'], { env, stdio: 'ignore' });
+}
+
+/** Hands on what is appended to a file, until stop() has handed on the rest. */
+class FileFollower {
+  constructor(file, sink) {
+    this.fd = openSync(file, 'r');
+    this.sink = sink;
+    this.buffer = Buffer.alloc(1 << 16);
+    this.timer = setInterval(() => this.drain(), 30);
+  }
+
+  drain() {
+    for (;;) {
+      const count = readSync(this.fd, this.buffer, 0, this.buffer.length, null);
+      if (count === 0) return;
+      this.sink(Buffer.from(this.buffer.subarray(0, count)));
+    }
+  }
+
+  stop() {
+    clearInterval(this.timer);
+    this.drain();
+    closeSync(this.fd);
+  }
+}
+
+/**
+ * Runs a Windows program in a lane and resolves to the low eight bits of its exit code, and to 1 if only they are 0. `stdout`
+ * and `stderr` are called with what it prints as it comes; its own input is empty. The other options are those of
+ * child_process.spawn.
+ */
+export async function runInWine(program, args, { lane, stdout, stderr, env, ...options }) {
+  const prefix = await winePrefix(lane);
+  // Windows programs in Wine cannot write to a Unix pipe, so they write to files, and these are followed.
+  const folder = mkdtempSync(path.join(os.tmpdir(), 'borvanta-run-'));
+  const files = ['stdout', 'stderr'].map((name) => path.join(folder, name));
+  const fds = files.map((file) => openSync(file, 'a'));
+  const followers = [new FileFollower(files[0], stdout), new FileFollower(files[1], stderr)];
+  try {
+    return await exitCode(spawn(wine, [program, ...args], { ...options, killSignal: 'SIGKILL',
+      env: { ...process.env, ...wineEnvironment(prefix), ...env }, stdio: ['ignore', ...fds] }));
+  } finally {
+    for (const follower of followers) follower.stop();
+    for (const fd of fds) closeSync(fd);
+    rmSync(folder, { recursive: true, force: true });
+  }
+}
+
+/**
+ * Opens a lane's desktop and keeps it open until stopWine(), at most for an hour; resolves when it is open. Without it the
+ * desktop closes a second after the last program, and a test's child that opens it again gives its output pipe to it: the
+ * test then waits in vain for that pipe to close.
+ */
+export async function holdDesktop(lane, node) {
+  const script = `const { load } = require('./tools/windows-node/node_modules/koffi');
+    if (load('user32.dll').func('size_t GetDesktopWindow()')() !== 0) console.log('open');
+    setTimeout(() => {}, 3_600_000);`;
+  const printed = [];
+  let late;
+  await new Promise((resolve, reject) => {
+    const fail = (reason) => reject(new SetupError(`Wine's desktop in lane ${lane} did not open: ${reason}\n${printed.join('')}`));
+    late = setTimeout(() => fail('not within a minute'), 60_000);
+    runInWine(node, ['-e', script], { lane, cwd: root, stdout: resolve, stderr: (chunk) => printed.push(chunk) })
+      .then((code) => fail(`exit code ${code}`), fail);
+  }).finally(() => clearTimeout(late));
+}

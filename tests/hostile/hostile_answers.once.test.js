@@ -1,0 +1,17 @@
+'use strict';
+// A short form of "npm run hostile".
+const assert = require('node:assert/strict');
+const { spawnSync } = require('node:child_process');
+const path = require('node:path');
+const test = require('node:test');
+const { buildFolder } = require('../support/windows.js');
+
+const skip = path.basename(buildFolder) !== 'clang' && 'it is for the build with traps';
+
+test('random answers of disks and counters are read without a fault', { skip }, () => {
+  const seed = String(Date.now() % 2 ** 31);
+  console.log(`seed ${seed}`);
+  const { status, stderr } = spawnSync(path.join(buildFolder, 'targets', 'hostile_answers.exe'), ['1000000', seed],
+    { encoding: 'utf8', timeout: 120_000 });
+  assert.equal(status, 0, `with seed ${seed}: ${stderr}`);
+});
