@@ -25,19 +25,20 @@ struct BackgroundFunction {
 };
 
 /// One asynchronous call on its way from the script thread to a worker and back. The worker holds one shared pointer to
-/// it until Deliver has returned; `self_` is another one, which belongs to the script environment.
+/// it until Deliver has returned. `self_` is another one; it belongs to the script environment and is null at the end.
 ///
-/// | State   | Record belongs to | Thread-safe function belongs to | `self_` | Next state |
-/// |---------|-------------------|---------------------------------|---------|-----------------------------------------|
-/// | working | the worker        | the worker                      | set     | queued or refused by Deliver, or ended |
-/// | queued  | this object       | Node.js                         | set     | done, or ended | | refused | nobody
-/// (freed)    | Node.js                         | set     | ended                                   | | done    |
-/// nobody (freed)    | Node.js                         | null    | none: OnScriptThread has run            | | ended |
-/// nobody, or still the worker, whose Deliver frees it | Node.js | null | none: OnEnvironmentEnd has run |
+/// | State   | Owner of the record                    | Owner of the thread-safe function | Next state             |
+/// |---------|----------------------------------------|-----------------------------------|------------------------|
+/// | working | worker                                 | worker                            | queued, refused, ended |
+/// | queued  | this object                            | Node.js                           | called, ended          |
+/// | refused | none: Deliver has freed it             | Node.js                           | ended                  |
+/// | called  | none: freed after the callback         | Node.js                           | none                   |
+/// | ended   | none, or the worker until it delivers  | Node.js                           | none                   |
 ///
-/// OnEnvironmentEnd is a clean-up hook of the environment. Hooks run in the reverse order of their registration, so it
-/// runs before Node.js' own hook for the thread-safe function. That one frees the function, in some releases of Node.js
-/// even if a worker has not released it yet; a worker must not touch it any more then.
+/// Deliver makes a call queued or refused, OnScriptThread called, OnEnvironmentEnd ended. OnEnvironmentEnd is a
+/// clean-up hook of the environment. Hooks run in the reverse order of their registration, so it runs before Node.js'
+/// own hook for the thread-safe function. That one frees the function, in some releases of Node.js even if a worker has
+/// not released it yet; the worker must not touch it any more then.
 template <typename Record>
 class BackgroundCall {
  public:
