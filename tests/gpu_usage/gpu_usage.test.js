@@ -3,16 +3,17 @@ const assert = require('node:assert/strict');
 const test = require('node:test');
 const { setTimeout: wait } = require('node:timers/promises');
 const { scriptedSystem } = require('../support/scripted_system.js');
-const { koffi } = require('../support/windows_api.js');
+const { koffi, system: windows } = require('../support/windows_api.js');
 const { call, runScript } = require('../support/windows.js');
 
 const moreData = 0x800007D2 | 0;
 const failure = 0xC0000BBA | 0;
+const blockSize = windows('msvcrt', 'size_t _msize(void*)');
 const Item = koffi.struct('Item', { name: 'str16', status: 'int', value: 'double' });
 
 /**
- * A system with a PDH that opens all but what `pdh.missing` names and serves the instances of a sample. Its statuses are
- * wrong where they must be ignored. `pdh.calls` has its calls, each with its first two arguments.
+ * A system with a PDH that opens all but what `pdh.missing` names and serves the instances of a sample. Its statuses
+ * are wrong where they must be ignored. `pdh.calls` has its calls, each with its first two arguments.
  */
 function systemWithPdh(t) {
   const system = scriptedSystem(t);
@@ -25,9 +26,10 @@ function systemWithPdh(t) {
     if (/^(Open|Add)/.test(name)) koffi.encode(args.at(-1), 'void*', ++handle);
     if (!name.endsWith('ArrayW')) return failure;
     const [, , size, count, buffer] = args;
-    if (buffer) assert.equal(koffi.decode(size, 'uint32'), items.length * koffi.sizeof(Item));
+    const bytes = items.length * koffi.sizeof(Item);
+    if (buffer) assert.ok(koffi.decode(size, 'uint32') === bytes && blockSize(buffer) >= bytes);
     if (buffer) koffi.encode(buffer, koffi.array(Item, items.length), items);
-    koffi.encode(size, 'uint32', items.length * koffi.sizeof(Item));
+    koffi.encode(size, 'uint32', bytes);
     koffi.encode(count, 'uint32', buffer ? items.length : 1);
     return buffer ? pdh.readStatus : pdh.sizeStatus;
   };
@@ -99,19 +101,20 @@ test('an instance counts for each engine kind and process in its name, with its 
     assert.deepEqual(await sample([[name, 4]], ids), expected, name);
   }
   for (const [values, sum] of [[[100, 100], 200], [[-1.5], -1.5], [[1, Infinity], Infinity], [[1, NaN], NaN]]) {
-    assert.deepEqual(await sample(values.map((value) => ['engtype_VideoEncode', value])), { sysEnc: sum, hasEnc: true });
+    const expected = { sysEnc: sum, hasEnc: true };
+    assert.deepEqual(await sample(values.map((value) => ['engtype_VideoEncode', value])), expected);
   }
   assert.deepEqual(await sample([['pid_12_engtype_3D', 0], ['pid_34_engtype_3D', -0]]), { has3d: true });
-  assert.equal((await sample(Array(50_000).fill([`${'x'.repeat(300)}pid_12_engtype_3D`, 1]))).nativeProc3d, 50_000);
+  assert.equal((await sample(Array(1500).fill([`${'x'.repeat(300)}pid_12_engtype_3D`, 1]))).nativeProc3d, 1500);
 });
 
 test('values that cannot be read are an empty object, and their memory is freed', async (t) => {
   const pdh = systemWithPdh(t);
   await pdh.sample();
   const balance = () => pdh.system.count('malloc') - pdh.system.count('free');
-  Object.assign(pdh, { sizeStatus: 0 });
+  pdh.sizeStatus = 0;
   assert.deepEqual(await pdh.sample(), {});
-  Object.assign(pdh, { sizeStatus: moreData, readStatus: moreData });
+  [pdh.sizeStatus, pdh.readStatus] = [moreData, moreData];
   const before = balance();
   for (let turn = 0; turn < 20; ++turn) assert.deepEqual(await pdh.sample(), {});
   await wait(50);
