@@ -217,8 +217,8 @@ test('the processor is named by serial number and signature, if it has the featu
     leaves = given;
     const { image, module, util } = scriptedSystem(t);
     makeWritable(koffi.address(module), image.length);
-    // Each CPUID instruction becomes one that faults.
-    for (let place; (place = image.indexOf('0fa2', 'hex')) >= 0;) image[place + 1] = 0x0B;
+    // Each CPUID instruction becomes a privileged one, which faults.
+    for (let place; (place = image.indexOf('0fa2', 'hex')) >= 0;) image[place + 1] = 0x06; // clts
     assert.match(util.getGuid(), new RegExp(`^C_${field}-D_[-\\w=]*-M_[0-9A-F]*-V_[0-9A-F]{8}$`));
   }
   removeHandler(handler);

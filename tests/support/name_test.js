@@ -1,7 +1,9 @@
 'use strict';
 // Loaded before each test file: says on stderr which test is running, for the report of one that never ends or that ends
-// the process.
+// the process. Workers and forked processes load it too, and are no test files.
 const fs = require('node:fs');
-const test = require('node:test');
+const { isMainThread } = require('node:worker_threads');
 
-test.beforeEach((t) => fs.writeSync(2, `running: ${t?.name}\n`));
+if (isMainThread && /\.test\.js$/.test(process.argv[1])) {
+  require('node:test').beforeEach((t) => fs.writeSync(2, `running: ${t?.name}\n`));
+}
