@@ -11,7 +11,8 @@ import { fileURLToPath } from 'node:url';
 const root = fileURLToPath(new URL('../..', import.meta.url));
 const project = mkdtempSync(path.join(os.tmpdir(), 'borvanta-package-'));
 test.after(() => rmSync(project, { recursive: true }));
-const run = (program, ...args) => spawnSync(program, args, { cwd: project, encoding: 'utf8' });
+const options = { cwd: project, encoding: 'utf8', env: { ...process.env, INIT_CWD: project } };
+const run = (program, ...args) => spawnSync(program, args, options);
 const node = (...args) => run(process.execPath, ...args);
 const write = (name, text) => writeFileSync(path.join(project, name), text);
 
