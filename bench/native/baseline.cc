@@ -37,8 +37,8 @@ Napi::Value RefuseSnapshots(const Napi::CallbackInfo& info) {
   static std::unique_ptr<bench::ImportPatch> patch;
   patch.reset();
   if (info[0].ToBoolean()) {
-    patch = std::make_unique<bench::ImportPatch>(GetModuleHandleW(L"borvanta-util.node"),
-                                                           "CreateToolhelp32Snapshot", &NoSnapshot);
+    patch = std::make_unique<bench::ImportPatch>(GetModuleHandleW(L"borvanta-util.node"), "CreateToolhelp32Snapshot",
+                                                 &NoSnapshot);
   }
   return info.Env().Undefined();
 }
