@@ -1,6 +1,5 @@
 'use strict';
 const assert = require('node:assert/strict');
-const { once } = require('node:events');
 const test = require('node:test');
 const { setTimeout } = require('node:timers/promises');
 const { Worker } = require('node:worker_threads');
@@ -70,12 +69,18 @@ test('the file whose resources decide is checked quietly and offline, by the lib
 test('a script thread that asks while another one decides waits for the same answer', async (t) => {
   const system = debugBuild(t, '/');
   system.hold('SystemTimeToFileTime');
-  const source = `const copy = { exports: {} };
-    process.dlopen(copy, require('node:worker_threads').workerData);
-    require('node:worker_threads').parentPort.postMessage(copy.exports.isDebugMode());`;
-  const options = { eval: true, workerData: system.file };
-  const answers = [1, 2].map(() => once(new Worker(source, options), 'message'));
-  await setTimeout(500); // Until one is held and the other one waits.
+  const source = `const { parentPort, workerData } = require('node:worker_threads');
+    const copy = { exports: {} };
+    process.dlopen(copy, workerData);
+    parentPort.postMessage('asks');
+    parentPort.postMessage(copy.exports.isDebugMode());`;
+  const said = [];
+  for (const options of Array(2).fill({ eval: true, workerData: system.file })) {
+    new Worker(source, options).on('message', (message) => said.push(message));
+  }
+  while (said.length < 2) await setTimeout(10);
+  await setTimeout(100);
   system.mend('SystemTimeToFileTime');
-  assert.deepEqual(await Promise.all(answers), [[true], [true]]);
+  while (said.length < 4) await setTimeout(10);
+  assert.deepEqual(said, ['asks', 'asks', true, true]);
 });
