@@ -207,13 +207,11 @@ export interface CaptureJankResult {
  * Captures that overlap share a dump, even if they are of different processes. So start the capture of another process
  * only when the callback of the previous one has run. The calling process ends if the system cannot start a thread.
  *
- * @param callback called once, later, whether the capture succeeded or not: failures are in the result, in the words
- *   that docs/jank-report.md lists. Never called if the script environment ends first. Until it has run, the call keeps
- *   the event loop alive. An exception that it throws is an uncaught exception.
+ * @param callback gets the result. Failures are in it, in the words that docs/jank-report.md lists.
  * @throws TypeError "Invalid arg" if a property is missing or of another type, or if `callback` is not a function.
  *   Nothing has been started then. An exception of a getter of `args` is passed on.
  */
-export function captureNativeJank(args: CaptureJankArgs, callback: (result: CaptureJankResult) => void): void;
+export function captureNativeJank(args: CaptureJankArgs, callback: ResultCallback<CaptureJankResult>): void;
 
 /**
  * Whether this copy of the module runs in debug mode: it is a debug build, its debug period is not over, and Windows

@@ -3,21 +3,21 @@ import type { CaptureJankArgs, CaptureJankResult, GpuUsage, ProcessListResult } 
 export type { CaptureJankArgs, CaptureJankResult, GpuUsage, ProcessEntry, ProcessListResult } from './index.js';
 
 /**
- * Captures a stalled thread; the promise form of the callback function of the same name. Rejects with TypeError
- * "Invalid arg" where that function throws. A capture that fails resolves: its result says why. The promise is never
- * settled if the script environment ends first.
+ * Captures a stalled thread; the promise form of the callback function of the same name. Rejects with a TypeError that
+ * names the property when one is missing or of another type (`code: 'ERR_INVALID_ARG_TYPE'`). A capture that fails
+ * resolves: its result says why. The promise is never settled when the callback would never be called.
  */
 export function captureNativeJank(args: CaptureJankArgs): Promise<CaptureJankResult>;
 
 /**
  * Samples the GPU's engines on a background thread; the promise form of the callback function of the same name. Rejects
  * with a TypeError that names the argument when an id is not a number (`code: 'ERR_INVALID_ARG_TYPE'`). The promise is
- * never settled when the script environment ends first.
+ * never settled when the callback would never be called.
  */
 export function getGpuUsage(nativePid: number, gpuPid: number): Promise<GpuUsage>;
 
 /**
  * Lists the running processes on a background thread; the promise form of the callback function of the same name. The
- * promise is never settled when the script environment ends first.
+ * promise is never settled when the callback would never be called.
  */
 export function enumProcessList(): Promise<ProcessListResult>;

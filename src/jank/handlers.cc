@@ -82,24 +82,20 @@ std::string ErrorTextOf(const CaptureJankResult& result) {
   return wasFrozen ? "Failed to write json file" : "Failed suspend thread";
 }
 
-void SetIfNotEmpty(Napi::Object object, const char* name, const std::string& text) {
-  if (!text.empty()) object.Set(name, Napi::String::New(object.Env(), text));
-}
-
 Napi::Value ToScript(Napi::Env env, const CaptureJankResult& result) {
   const auto dump = Napi::Object::New(env);
   dump.Set("succ", Napi::Boolean::New(env, result.dumpJankResult.succ));
-  SetIfNotEmpty(dump, "errorText", result.dumpJankResult.errorText);
+  addon::SetIfPresent(dump, "errorText", result.dumpJankResult.errorText);
 
   const auto stack = Napi::Object::New(env);
-  SetIfNotEmpty(stack, "stackTrace", result.captureStackResult.stackTrace);
-  SetIfNotEmpty(stack, "errorText", result.captureStackResult.errorText);
+  addon::SetIfPresent(stack, "stackTrace", result.captureStackResult.stackTrace);
+  addon::SetIfPresent(stack, "errorText", result.captureStackResult.errorText);
 
   const auto whole = Napi::Object::New(env);
-  SetIfNotEmpty(whole, "jsonFilename", result.jsonFilename);
+  addon::SetIfPresent(whole, "jsonFilename", result.jsonFilename);
   whole.Set("dumpJankResult", dump);
   whole.Set("captureStackResult", stack);
-  SetIfNotEmpty(whole, "errorText", ErrorTextOf(result));
+  addon::SetIfPresent(whole, "errorText", ErrorTextOf(result));
   return whole;
 }
 

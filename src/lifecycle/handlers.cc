@@ -1,6 +1,5 @@
 #include "lifecycle/handlers.h"
 
-#include <optional>
 #include <string>
 
 #include "addon/script_values.h"
@@ -9,22 +8,6 @@
 #include "lifecycle/startup_mask.h"
 
 namespace lifecycle {
-
-namespace {
-
-void SetText(const Napi::Object& object, const char* key, const std::string& text) {
-  object.Set(key, Napi::String::New(object.Env(), text));
-}
-
-void SetText(const Napi::Object& object, const char* key, const std::optional<std::string>& text) {
-  if (text) SetText(object, key, *text);
-}
-
-void SetFlag(const Napi::Object& object, const char* key, bool flag) {
-  object.Set(key, Napi::Boolean::New(object.Env(), flag));
-}
-
-}  // namespace
 
 Napi::Value CreateDuplicateMutex(const Napi::CallbackInfo& info) {
   return Napi::Boolean::New(info.Env(), ClaimSingleInstance());
@@ -38,8 +21,8 @@ Napi::Value DestroyDuplicateMutex(const Napi::CallbackInfo& info) {
 Napi::Value EnterStartupMask(const Napi::CallbackInfo& info) {
   const auto result = Napi::Object::New(info.Env());
   const StartupEntry entry = EnterStartup();
-  SetFlag(result, "hasMask", entry.hasMask);
-  SetText(result, "lastVersion", entry.lastVersion);
+  result.Set("hasMask", Napi::Boolean::New(info.Env(), entry.hasMask));
+  addon::SetIfPresent(result, "lastVersion", entry.lastVersion);
   return result;
 }
 
@@ -48,10 +31,10 @@ Napi::Value LeaveStartupMask(const Napi::CallbackInfo& info) {
   ClearStartupMark();
   const auto result = Napi::Object::New(info.Env());
   const StartupRecord record = RecordStartup();
-  SetText(result, "writeRegVersion", record.writeRegVersion);
-  SetText(result, "installVersion", record.installVersion);
-  SetText(result, "silentVersion", record.silentVersion);
-  SetText(result, "deleteFolderPath", record.deleteFolderPath);
+  addon::SetIfPresent(result, "writeRegVersion", record.writeRegVersion);
+  addon::SetIfPresent(result, "installVersion", record.installVersion);
+  addon::SetIfPresent(result, "silentVersion", record.silentVersion);
+  addon::SetIfPresent(result, "deleteFolderPath", record.deleteFolderPath);
   return result;
 }
 
@@ -65,15 +48,15 @@ Napi::Value RemoveOldVersion(const Napi::CallbackInfo& info) {
   if (info[1].Type() != napi_string) return addon::ThrowBadArgument(env, "Invalid version");
 
   const auto gpuError = RemoveGpuPreference(addon::ToWide(info[0]));
-  SetFlag(gpuResult, "delSuccess", !gpuError);
-  SetText(gpuResult, "errorText", gpuError);
+  gpuResult.Set("delSuccess", Napi::Boolean::New(env, !gpuError));
+  addon::SetIfPresent(gpuResult, "errorText", gpuError);
 
   const auto version = info[1].As<Napi::String>();
   const std::string prefix(kFirewallRulePrefix);
-  SetText(firewallResult, "firewallName", prefix + version.Utf8Value());
+  firewallResult.Set("firewallName", Napi::String::New(env, prefix + version.Utf8Value()));
   const auto firewallError = RemoveFirewallRule(std::wstring(prefix.begin(), prefix.end()) + addon::ToWide(version));
-  SetFlag(firewallResult, "delSuccess", !firewallError);
-  SetText(firewallResult, "errorText", firewallError.value_or(""));
+  firewallResult.Set("delSuccess", Napi::Boolean::New(env, !firewallError));
+  firewallResult.Set("errorText", Napi::String::New(env, firewallError.value_or("")));
 
   result.Set("gpuPreferencesDelResult", gpuResult);
   result.Set("firewallDelResult", firewallResult);
