@@ -27,8 +27,8 @@ function testFiles(ending) {
 }
 
 /**
- * The runs of all script tests: { name, file, version, build }. Clang's module is tested in the last release, and a test
- * with ".once" in its name runs in the last release only.
+ * The runs of all script tests: { name, file, version, build }. Clang's module is tested in the last release, without the
+ * tests of what is written in script. A test with ".once" in its name runs in the last release only.
  */
 function scriptRuns() {
   const last = nodeVersions.at(-1);
@@ -36,6 +36,7 @@ function scriptRuns() {
     ...(onWindows ? [] : [{ version: last, build: 'clang' }])];
   return builds.flatMap(({ version, build }) => testFiles('.test.js')
     .filter((file) => version === last || !file.endsWith('.once.test.js'))
+    .filter((file) => build === 'shipped' || !/^tests\/(package|watchdog)\//.test(file))
     .map((file) => ({ name: `${file} in Node.js ${version}${build === 'clang' ? ', built by Clang' : ''}`, file, version, build })));
 }
 

@@ -75,7 +75,7 @@ test('an exception from a callback goes to Node.js, which warns, and the call le
 });
 
 // The module is not loaded on the main thread here, so each worker that ends would have it unloaded.
-test('a process survives 200 script workers that end at any moment of their calls', async () => {
+test('a process survives 80 script workers that end at any moment of their calls', async () => {
   assert.deepEqual(await runScript(`
     const { Worker } = require('node:worker_threads');
     const shared = { file: ${JSON.stringify(modulePath)}, args: ${JSON.stringify(captureArgs())} };
@@ -98,7 +98,7 @@ test('a process survives 200 script workers that end at any moment of their call
       setInterval(() => {}, 1000);\`;
     let [begun, done] = [0, 0];
     const runWorkers = async () => {
-      while (begun < 200) {
+      while (begun < 80) {
         const way = ++begun % 8;
         const worker = new Worker(source, { eval: true, workerData: { ...shared, way } });
         // It ends while it starts or loads the module.
@@ -109,5 +109,5 @@ test('a process survives 200 script workers that end at any moment of their call
     };
     await Promise.all(Array.from({ length: 8 }, runWorkers));
     print(done);
-    require(shared.file).enumProcessList(({ list }) => print(list.length > 0));`, { module: null }), [150, true]);
+    require(shared.file).enumProcessList(({ list }) => print(list.length > 0));`, { module: null }), [60, true]);
 });

@@ -124,6 +124,7 @@ test('the disk is drive C, else the first of sixteen drives that is fixed and ha
     ['A', 'PhysicalDrive1', { PhysicalDrive1: { ...stick, ...withIdeMap(0x20), ...byA, ...byB } }],
     ['4th', 'PhysicalDrive4', { PhysicalDrive4: { ...withIdeMap(0xFF), ...identifiedByA('a0ec0004', 0x40, '4th') } }],
     ['B', 'PhysicalDrive1', { PhysicalDrive1: { ...fixed, ...withIdeMap(0x20), ...removableByA, ...byB } }],
+    ['B', 'PhysicalDrive2', { PhysicalDrive2: { ...withIdeMap(0), ...byB } }],
   ]) {
     const { disk: found, opened } = identify(t, { drives });
     assert.deepEqual([found, opened.at(-1)], [field, last]);

@@ -139,9 +139,10 @@ test('a frame has the name of the first module that holds its address, in the AN
     ['D:\\😀ä直.dll', 0xA000, 1], ['D:\\ends\\', 0xB000, 1], [`D:\\${long}`, 0xC000, 0xFFFFFFFF], [long, 0, 0],
     ['top.dll', 0xFFFFFFFFFFFFF000n, 0x1000]];
   capture.frames = [0x1000n, 0x10FFn, 0x1100n, 0x9000n, 0xFFFn, 0n, 0xA000n, 0xB000n, 0xC010n, 0xC010n,
-    0xFFFFFFFFFFFFFABCn];
+    0xFFFFFFFFFFFFFABCn, 0x7FF012345678n];
   const lines = ['a.dll!0x0', 'a.dll!0xff', 'overlaps.dll!0x80', '<unknown>!0x9000', '<unknown>!0xfff', '<unknown>!0x0',
-    '??\ufffd?.dll!0x0', '!0x0', `${long}!0x10`, `${long}!0x10`, 'top.dll!0xabc'];
+    '??\ufffd?.dll!0x0', '!0x0', `${long}!0x10`, `${long}!0x10`, 'top.dll!0xabc',
+    '<unknown>!0x7ff012345678'];
   const { captureStackResult: { stackTrace } } = await capture.run();
   assert.equal(stackTrace, lines.map((line) => `${line}\r\n`).join(''));
   assert.equal(capture.argument('WriteFile', 2), reportOf(captureArgs(), stackTrace));

@@ -1,6 +1,6 @@
 'use strict';
 // What script tests share. They run in Node.js for Windows.
-const { execFileSync, spawn } = require('node:child_process');
+const { spawn } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
 const readline = require('node:readline');
@@ -16,12 +16,6 @@ exports.buildFolder = [build ?? 'mingw', 'msvc'].map((name) => path.join(root, '
 exports.modulePath = path.join(build ? path.join(exports.buildFolder, 'module') : path.join(root, 'prebuilds', 'win32-x64'),
   'borvanta-util.node');
 exports.load = () => require(exports.modulePath);
-
-/** The test helper add-on, which works on the loaded module from outside. */
-exports.loadHelper = () => {
-  exports.load();
-  return require(path.join(exports.buildFolder, 'helpers', 'test-helper.node'));
-};
 
 /** Calls a function whose last parameter is a callback and resolves to the callback's argument. */
 exports.call = (start, ...args) => new Promise((resolve) => {
@@ -68,16 +62,4 @@ exports.startScript = (body) => {
       await closed;
     },
   };
-};
-
-/** Windows' own registry tool, an independent client: reg('add', key, ...). Throws when it fails. */
-exports.reg = (...args) => execFileSync('reg', args, { encoding: 'utf8', stdio: ['ignore', 'pipe', 'pipe'] });
-
-/** reg() that does not mind failing. */
-exports.tryReg = (...args) => {
-  try {
-    return exports.reg(...args);
-  } catch {
-    return undefined;
-  }
 };
