@@ -204,12 +204,15 @@ export interface CaptureJankResult {
  * while it holds a lock that Windows needs for the dump. The capture then never ends, the captured thread never runs
  * again, and no later capture by this process ends either.
  *
+ * Do not end the capturing process before the callback has run: the captured thread would stay frozen.
+ *
  * Captures that overlap share a dump, even if they are of different processes. So start the capture of another process
  * only when the callback of the previous one has run. The calling process ends if the system cannot start a thread.
  *
  * @param callback gets the result. Failures are in it, in the words that docs/jank-report.md lists.
  * @throws TypeError "Invalid arg" if a property is missing or of another type, or if `callback` is not a function.
- *   Nothing has been started then. An exception of a getter of `args` is passed on.
+ *   Nothing has been started then. An exception of a getter of `args` is passed on, and a getter that changes a property's
+ *   type between two reads causes a TypeError with another message.
  */
 export function captureNativeJank(args: CaptureJankArgs, callback: ResultCallback<CaptureJankResult>): void;
 

@@ -2,9 +2,11 @@
 
 #include <pdhmsg.h>
 
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <new>
+#include <string_view>
 #include <type_traits>
 
 #include "gpu_usage/usage_accumulator.h"
@@ -33,12 +35,29 @@ PdhFunctions pdh;
 
 win::NeverDestroyed<Sampler> shared;
 
+/// Loads pdh.dll in the order in which Windows looks for an import of an add-on: the module's own folder comes first.
+HMODULE LoadPdhLibrary() noexcept {
+  constexpr std::wstring_view kName = L"\\pdh.dll";
+  HMODULE self = nullptr;
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                     reinterpret_cast<LPCWSTR>(&pdh), &self);
+  std::array<wchar_t, MAX_PATH> path{};
+  const DWORD length = GetModuleFileNameW(self, path.data(), static_cast<DWORD>(path.size()));
+  const size_t folder = std::wstring_view(path.data(), length).rfind(L'\\');
+  if (folder != std::wstring_view::npos && folder + kName.size() < path.size()) {
+    path[folder + kName.copy(&path[folder], kName.size())] = L'\0';
+    const HMODULE library = LoadLibraryExW(path.data(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    if (library) return library;
+  }
+  return LoadLibraryW(L"pdh.dll");
+}
+
 /// Loads PDH if it is not loaded yet; false if the system has no such library or the library lacks a function. It is
 /// not an import of the module, because most clients load the module long before they need PDH, and because the rest
 /// of the module must work without it. PDH is never unloaded: its query is never closed either.
 bool LoadPdh() noexcept {
   if (pdh.openQuery) return true;
-  const HMODULE library = LoadLibraryW(L"pdh.dll");
+  const HMODULE library = LoadPdhLibrary();
   PdhFunctions found;
   const auto find = [library](auto& function, const char* name) {
     function = win::GetFunction<std::remove_reference_t<decltype(function)>>(library, name);

@@ -83,8 +83,8 @@ void CaptureThread(const DbgHelpFunctions& dbgHelp, const CaptureJankArgs& args,
     result.errorText = "Failed suspend thread";
     return;
   }
-  if (!frozen.resumed) result.errorText = "Failed resume thread";
   result.dumpJankResult.succ = frozen.dumped;
+  if (!frozen.resumed) result.errorText = "Failed resume thread";
   result.dumpJankResult.errorText = frozen.dumpError;
   result.captureStackResult.stackTrace = frozen.stackTrace;
   result.captureStackResult.errorText = frozen.walkError;
@@ -94,6 +94,12 @@ void CaptureThread(const DbgHelpFunctions& dbgHelp, const CaptureJankArgs& args,
 }  // namespace
 
 void RunCapture(const CaptureJankArgs& args, CaptureJankResult& result) {
+  // So that giving an error its text cannot fail later on.
+  constexpr size_t kLongestErrorText = 32;
+  for (std::string* const text :
+       {&result.errorText, &result.dumpJankResult.errorText, &result.captureStackResult.errorText}) {
+    text->reserve(kLongestErrorText);
+  }
   const DbgHelpFunctions* const dbgHelp = GetDbgHelpFunctions();
   if (!dbgHelp || !dbgHelp->Lock || !dbgHelp->Unlock || !dbgHelp->SymInitialize || !dbgHelp->SymCleanup) {
     result.errorText = "Invalid dbghelp functions";

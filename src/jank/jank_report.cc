@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <utility>
+
 #include "jank/output_file.h"
 #include "win/text.h"
 
@@ -36,7 +38,7 @@ std::string MakeJankReport(const CaptureJankArgs& args, const std::string& dumpF
 
 void WriteJankReport(const CaptureJankArgs& args, const std::string& dumpFileName, CaptureJankResult& result) {
   // Compatibility: the dump's ".dmp" stays inside the name. The client finds a report's dump by it.
-  const std::string fileName = dumpFileName + "-" + std::to_string(args.threadId) + ".json";
+  std::string fileName = dumpFileName + "-" + std::to_string(args.threadId) + ".json";
   const win::UniqueFile file = CreateOutputFile(args.janksDir + win::AnsiToWide(fileName));
   if (!file) {
     result.errorText = "Failed to create json file";
@@ -44,7 +46,7 @@ void WriteJankReport(const CaptureJankArgs& args, const std::string& dumpFileNam
   }
   const std::string text = MakeJankReport(args, dumpFileName, result.captureStackResult.stackTrace);
   if (WriteFile(file.Get(), text.data(), static_cast<DWORD>(text.size()), nullptr, nullptr)) {
-    result.jsonFilename = fileName;
+    result.jsonFilename = std::move(fileName);
   } else {
     result.errorText = "Failed to write json file";
   }

@@ -5,10 +5,11 @@
 
 namespace lifecycle {
 
-/// A crash mark is set before a risky phase and cleared when the phase has gone well. If the process dies in between,
-/// the next process finds the mark. A mark counts for 60 days.
+// A crash mark is set before a risky phase and cleared when the phase has gone well. If the process dies in between,
+// the next process finds the mark. A mark counts for 60 days.
 
-/// The types of marks. A mark of any other type has an empty name and cannot be set or cleared.
+// The types of marks. A mark of any other type has an empty name and cannot be set or cleared.
+
 inline constexpr uint32_t kHardwareCapabilityMark = 1;
 /// The start-up of the version in the argument.
 inline constexpr uint32_t kStartupMark = 3;

@@ -2,12 +2,14 @@
 
 #include <windows.h>
 
+#include <mutex>
 #include <utility>
 
 #include "lifecycle/build_version.h"
 #include "lifecycle/client_registry.h"
 #include "lifecycle/crash_mark.h"
 #include "win/registry_key.h"
+#include "win/srw_lock.h"
 #include "win/text.h"
 
 namespace lifecycle {
@@ -15,6 +17,9 @@ namespace lifecycle {
 namespace {
 
 constexpr wchar_t kLatestBootableVersion[] = L"LatestBootableVersion";
+
+/// Makes looking for the mark and changing it one step, so that of several script workers only one is the first.
+win::SrwLock startupLock;
 
 /// An install directory that ends with a backslash gives two backslashes in the path.
 std::string ExecutableOfThisBuild(const std::string& installDirectory) {
@@ -46,6 +51,7 @@ std::optional<std::string> TakeInstallNote(const win::RegistryKey& notes, const 
 }  // namespace
 
 StartupEntry EnterStartup() {
+  const std::lock_guard guard(startupLock);
   StartupEntry entry;
   entry.hasMask = crash_marks::hasMark(kStartupMark, kBuildVersion);
   if (entry.hasMask) {
@@ -59,6 +65,7 @@ StartupEntry EnterStartup() {
 }
 
 void ClearStartupMark() {
+  const std::lock_guard guard(startupLock);
   if (crash_marks::hasMark(kStartupMark, kBuildVersion)) crash_marks::clearMark(kStartupMark, kBuildVersion);
 }
 
