@@ -46,3 +46,9 @@ test('lists every entry of the snapshot in its order, and nothing if the snapsho
   system.fail('CreateToolhelp32Snapshot', { value: -1 });
   assert.equal(await list([1, 'a.exe']), '');
 });
+
+test('a callback that is no function is refused', () => {
+  for (const args of [[], [undefined], [null], [5], ['f'], [{}], [[() => {}]]]) {
+    assert.throws(() => load().enumProcessList(...args), { name: 'TypeError', message: 'Invalid arg' });
+  }
+});
