@@ -39,7 +39,6 @@ const closeKey = system('advapi32', 'int RegCloseKey(size_t)');
 const setValue = system('advapi32', 'int RegSetValueExW(size_t, str16, uint32, uint32, void*, uint32)');
 const queryValue = system('advapi32',
   'int RegQueryValueExW(size_t, str16, void*, _Out_ uint32*, void*, _Inout_ uint32*)');
-const deleteValue = system('advapi32', 'int RegDeleteValueW(size_t, str16)');
 const deleteTree = system('advapi32', 'int RegDeleteTreeW(size_t, str16)');
 
 const localMachine = 0x80000002;
@@ -88,8 +87,6 @@ exports.RegistryKey = class RegistryKey {
       return { type: type[0], bytes: bytes.subarray(0, size[0]) };
     });
   }
-
-  delete(name) { this.#use((key) => deleteValue(key, name)); }
 
   /** Deletes the key and all below it. */
   remove() {
