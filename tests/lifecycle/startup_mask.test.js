@@ -124,8 +124,7 @@ test('a mark that was read is remembered while its key cannot be opened', (t) =>
 });
 
 test('a mark that cannot be written is not set, and the answers stay the same', (t) => {
-  const clock = { now };
-  const system = systemAt(t, clock);
+  const system = systemAt(t, { now });
   for (const name of ['RegSetValueExW', 'RegCreateKeyExW']) {
     system.fail(name, { value: 5 });
     assert.deepEqual(system.util.enterStartupMask(), { hasMask: false });

@@ -26,9 +26,8 @@ exports.readExecutable = (image) => {
       imports.push({ library, name: text(Number(image.readBigUInt64LE(names + offset)) + 2), slot: slots + offset });
     }
   }
-  const [exported] = [directory(0)];
-  const names = image.readUInt32LE(exported + 32);
-  const exports = Array.from({ length: image.readUInt32LE(exported + 24) },
+  const names = image.readUInt32LE(directory(0) + 32);
+  const exports = Array.from({ length: image.readUInt32LE(directory(0) + 24) },
     (_, index) => text(image.readUInt32LE(names + index * 4)));
   return { dllCharacteristics: image.readUInt16LE(optional + 70), sections, exports, imports };
 };
