@@ -3,7 +3,6 @@
 const { spawn } = require('node:child_process');
 const { once } = require('node:events');
 const fs = require('node:fs');
-const os = require('node:os');
 const path = require('node:path');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { captureNativeJank } = require('borvanta-util/promises');
@@ -35,7 +34,10 @@ exports.tour = async function tour(util, print) {
     print(`There is no stalled process to capture: ${error.message}.`);
     return;
   }
-  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-tour-'));
+  // Kept until the next tour, for the next command.
+  const folder = path.join(__dirname, '..', '..', 'build', 'tour');
+  fs.rmSync(folder, { recursive: true, force: true });
+  fs.mkdirSync(folder, { recursive: true });
   try {
     const { child, processId, threadId } = stalled;
     print(`Process ${processId} stalls on purpose in thread ${threadId}; capturing it.`);
@@ -57,8 +59,9 @@ exports.tour = async function tour(util, print) {
     if (result.dumpJankResult.succ) {
       print(`Dump ${report.dmp_file}: ${Math.ceil(fs.statSync(path.join(folder, report.dmp_file)).size / 1024)} KiB`);
     }
+    fs.copyFileSync(path.join(folder, result.jsonFilename), path.join(folder, 'report.json'));
+    print('Its function names: npm run --silent symbolise -- build/tour/report.json');
   } finally {
     stalled.child.kill();
-    fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
   }
 };
