@@ -36,7 +36,7 @@ export function readArguments(usage, { options = {}, allowPositionals = false } 
   try {
     return parseArgs({ options, allowPositionals });
   } catch (error) {
-    throw new SetupError(`${error.message}\nUsage: ${usage}`);
+    throw new SetupError(`${error.message.split('. ')[0]}.\nUsage: ${usage}`);
   }
 }
 
