@@ -3,8 +3,7 @@
 // as build/bench/results.json and docs/bench.svg.
 const fs = require('node:fs');
 const path = require('node:path');
-const { buildFolder, modulePath } = require('../tests/support/windows.js');
-const { startStallTarget, captureArgs } = require('../tests/support/stall_target.js');
+const { buildFolder, captureArgs, modulePath, startStallTarget } = require('../tests/support/windows.js');
 const { drawChart } = require('./lib/chart.js');
 const { calls, callbacks, compare, time } = require('./lib/measure.js');
 const { end, startProcesses } = require('./lib/processes.js');
@@ -87,7 +86,7 @@ async function measureProcessList(util, baseline) {
 }
 
 async function measureFrozenTime(util, baseline, folder, depth) {
-  const { child, processId, threadId } = await startStallTarget(...(depth ? ['deep', String(depth)] : ['chain']));
+  const { kill, processId, threadId } = await startStallTarget(...(depth ? ['deep', String(depth)] : ['chain']));
   const args = captureArgs({ processId, threadId, janksDir: `${folder}${path.sep}` });
   const empty = () => {
     for (const name of fs.readdirSync(folder)) fs.rmSync(path.join(folder, name));
@@ -109,7 +108,7 @@ async function measureFrozenTime(util, baseline, folder, depth) {
     await row(`Frozen thread${depth ? `, ${depth} frames deep` : ''}`, 'bare dump and walk', {
       module: async () => (await capture()).nanoseconds, bare: () => captureBare().nanoseconds, rounds: 11 });
   } finally {
-    await end(child);
+    await kill();
   }
 }
 

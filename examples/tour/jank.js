@@ -4,7 +4,7 @@ const { spawn } = require('node:child_process');
 const { once } = require('node:events');
 const fs = require('node:fs');
 const path = require('node:path');
-const { setTimeout: sleep } = require('node:timers/promises');
+const readline = require('node:readline');
 const { captureNativeJank } = require('borvanta-util/promises');
 
 /** The stalled process: one of the test targets, which says which of its threads stalls. Rejects when there is none. */
@@ -15,15 +15,14 @@ async function startStalledProcess() {
   if (!program) throw new Error('it is not built; "npm run build" does that');
   const child = spawn(program, ['chain'], { stdio: ['ignore', 'pipe', 'ignore'] });
   await once(child, 'spawn');
-  let said = '';
-  child.stdout.on('data', (chunk) => { said += chunk; });
-  for (let waited = 0; waited < 10_000; waited += 50) {
-    const ready = said.match(/^ready (\d+) (\d+)/m);
-    if (ready) return { child, processId: Number(ready[1]), threadId: Number(ready[2]) };
-    await sleep(50);
+  try {
+    const lines = readline.createInterface({ input: child.stdout });
+    const [line] = await once(lines, 'line', { signal: AbortSignal.timeout(10_000) });
+    return { child, ...JSON.parse(line) };
+  } catch {
+    child.kill();
+    throw new Error('it did not say within ten seconds that it stalls');
   }
-  child.kill();
-  throw new Error('it did not say within ten seconds that it stalls');
 }
 
 exports.tour = async function tour(util, print) {

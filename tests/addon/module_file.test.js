@@ -1,12 +1,6 @@
 'use strict';
-const assert = require('node:assert/strict');
 const { spawnSync } = require('node:child_process');
-const fs = require('node:fs');
-const os = require('node:os');
-const path = require('node:path');
-const test = require('node:test');
-const { scriptedSystem } = require('../support/scripted_system.js');
-const { load, modulePath, runScript } = require('../support/windows.js');
+const { assert, fs, load, modulePath, path, runScript, scriptedSystem, temporaryFolder, test } = require('../support');
 
 const names = ['getGuid', 'getCpuName', 'getOsVersionWithReleaseId', 'isDebugMode', 'createDuplicateMutex',
   'destroyDuplicateMutex', 'enterStartupMask', 'leaveStartupMask', 'removeOldVersion', 'captureNativeJank',
@@ -43,9 +37,7 @@ test('the file exports its entry points, imports from Windows only, and has what
 });
 
 test('it loads in a host of any name, and not in a process without Node-API', async (t) => {
-  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-'));
-  t.after(() => fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 }));
-  const host = path.join(folder, 'borvanta.exe');
+  const host = path.join(temporaryFolder(t), 'borvanta.exe');
   fs.copyFileSync(process.execPath, host);
   assert.deepEqual(await runScript(`util.enumProcessList(({ list }) =>
     print(list.find(({ pid }) => pid === process.pid).name));`, { execPath: host }), ['borvanta.exe']);

@@ -2,16 +2,11 @@
 // A long life in short: random calls with hostile arguments, captures of processes that end under them, and script
 // workers that come and go. All callbacks come, and memory and handles stay flat. "npm run endurance" is the long form.
 //   --seed=N repeats what chance decides; --calls=N --captures=N --workers=N
-const assert = require('node:assert/strict');
 const { once } = require('node:events');
-const fs = require('node:fs');
-const test = require('node:test');
-const { setTimeout: sleep } = require('node:timers/promises');
 const { Worker, isMainThread, workerData } = require('node:worker_threads');
-const { randomNumbers } = require('../support/random_numbers.js');
-const { captureArgs, startStallTarget } = require('../support/stall_target.js');
-const { openHandles, RegistryKey } = require('../support/windows_api.js');
-const { call, load } = require('../support/windows.js');
+const {
+  assert, call, captureArgs, load, openHandles, randomNumbers, RegistryKey, sleep, startStallTarget, temporaryFolder, test,
+} = require('../support');
 
 /** An option's number; of several the last. */
 const option = (name, otherwise) => (
@@ -90,11 +85,13 @@ async function workAWhile() {
   await ended;
 }
 
-/** Does something five times, and compares what is held after the first and after the last time. */
-async function staysFlat(megabytes, step) {
+const steps = 3;
+
+/** Takes these steps and compares what is held after the first and after the last one. */
+async function staysFlat(megabytes, takeStep) {
   const held = [];
-  for (let times = 1; times <= 5; ++times) {
-    console.log(`${await step()}`);
+  while (held.length < steps) {
+    console.log(`${await takeStep()}`);
     await sleep(200); // Threads that have delivered are still on their way out.
     const { rss, heapTotal } = process.memoryUsage();
     held.push({ memory: (rss - heapTotal) / 2 ** 20, handles: openHandles() });
@@ -105,18 +102,18 @@ async function staysFlat(megabytes, step) {
   assert.ok(grown('handles') < 10, `${grown('handles')} handles more`);
 }
 
+/** Starts the part of `count` things that one step has and resolves when all have ended. */
+const share = (count, start) => Promise.all(Array.from({ length: count / steps }, start));
+
 if (isMainThread) {
   console.log(`--seed=${seed}`);
-  const folder = fs.mkdtempSync(`${process.env.TEMP}\\borvanta-endurance-`);
-  test.after(() => {
-    new RegistryKey('SOFTWARE\\Borvanta', 32).remove();
-    fs.rmSync(folder, { recursive: true, maxRetries: 5 });
-  });
-  test('random calls with hostile arguments', () => staysFlat(8, () => callMany(option('calls', 2500) / 5)));
-  test('captures of processes that end', () => staysFlat(8, () => (
-    Promise.all(Array.from({ length: option('captures', 10) / 5 }, () => captureEnding(`${folder}\\`))))));
-  test('script workers that come and go', () => staysFlat(option('workers', 20), () => (
-    Promise.all(Array.from({ length: option('workers', 20) / 5 }, workAWhile)))));
+  const folder = temporaryFolder(test);
+  test.after(() => new RegistryKey('SOFTWARE\\Borvanta', 32).remove());
+  test('random calls with hostile arguments', () => staysFlat(8, () => callMany(option('calls', 1800) / steps)));
+  test('captures of processes that end', () => (
+    staysFlat(8, () => share(option('captures', 9), () => captureEnding(`${folder}\\`)))));
+  test('script workers that come and go', () => (
+    staysFlat(option('workers', 18), () => share(option('workers', 18), workAWhile))));
 } else {
   callMany(99);
 }

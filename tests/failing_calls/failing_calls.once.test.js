@@ -3,15 +3,10 @@
 // then is tested in the other folders. Here: nothing hangs, leaks or stays suspended or locked, the callback comes, and
 // the next call works.
 //   Environment: SEED repeats what chance decides, ROUNDS says for how long it does.
-const assert = require('node:assert/strict');
-const fs = require('node:fs');
-const test = require('node:test');
-const { setTimeout: sleep } = require('node:timers/promises');
+const {
+  assert, randomNumbers, RegistryKey, runScript, sleep, startStallTarget, temporaryFolder, test,
+} = require('../support');
 const { Machine, scenarios } = require('./machine.js');
-const { randomNumbers } = require('../support/random_numbers.js');
-const { startStallTarget } = require('../support/stall_target.js');
-const { RegistryKey } = require('../support/windows_api.js');
-const { runScript } = require('../support/windows.js');
 
 /** Functions that nothing goes on without: the process ends when one of them fails. */
 const vital = ['malloc', 'calloc', 'SysAllocStringLen', 'GetHandleInformation', '_beginthreadex'];
@@ -43,14 +38,10 @@ async function check(attempts, machineOf, keptBlocks = 0) {
 test('failing calls', async (t) => {
   const client = new RegistryKey('SOFTWARE\\Borvanta', 32);
   client.set('', 'D:\\Apps');
-  const folder = fs.mkdtempSync(`${process.env.TEMP}\\borvanta-failing-`);
-  const target = await startStallTarget('chain');
-  t.after(() => {
-    target.child.kill();
-    client.remove();
-    fs.rmSync(folder, { recursive: true });
-  });
-  const newMachine = () => new Machine(t, { ...target, janksDir: `${folder}\\` });
+  t.after(() => client.remove());
+  const target = { ...await startStallTarget('chain'), janksDir: `${temporaryFolder(test)}\\` };
+  t.after(target.kill);
+  const newMachine = () => new Machine(t, target);
   const intact = newMachine();
   for (const name of [facts, ...others, ...others]) {
     const clean = await intact.run(name);
@@ -89,6 +80,6 @@ test('failing calls', async (t) => {
       const { Machine, scenarios } = require(${JSON.stringify(require.resolve('./machine.js'))});
       const machine = new Machine({ after() {} });
       for (const name of Object.keys(scenarios)) await machine.run(name, { ${called}: 1 });
-    `), /exit code 3/, called)))
+    `), { code: 3 }, called)))
   ));
 });

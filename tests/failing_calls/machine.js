@@ -1,11 +1,9 @@
 'use strict';
 // The machine on which calls fail. Every script function finds something to do there: the client is installed, the
 // module is a debug build, a thread has stalled, and the graphics processor is busy.
-const { setTimeout: sleep } = require('node:timers/promises');
-const { scriptedSystem } = require('../support/scripted_system.js');
-const { captureArgs } = require('../support/stall_target.js');
-const { koffi, memoryAt, openHandles, system: windows } = require('../support/windows_api.js');
-const { call } = require('../support/windows.js');
+const {
+  call, captureArgs, koffi, memoryAt, openHandles, scriptedSystem, sleep, system: windows,
+} = require('../support');
 
 /** What is done while calls fail, and what it answers. A copy of the module finds the first one's answer only once. */
 const scenarios = exports.scenarios = {

@@ -32,8 +32,10 @@ unsigned Below(size_t end) {
 template <typename T>
 std::vector<T> RandomItems(size_t count, std::initializer_list<T> likely) {
   std::vector<T> items(count);
-  for (T& item : items)
-    item = Below(4) ? likely.begin()[Below(likely.size())] : static_cast<T>(Below(0x10000) & T(-1));
+  for (T& item : items) {
+    const auto bits = randomBits();
+    item = bits % 4 ? likely.begin()[bits / 4 % likely.size()] : static_cast<T>((bits >> 16) & T(-1));
+  }
   return items;
 }
 

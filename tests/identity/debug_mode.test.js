@@ -1,10 +1,6 @@
 'use strict';
-const assert = require('node:assert/strict');
-const test = require('node:test');
-const { setTimeout } = require('node:timers/promises');
 const { Worker } = require('node:worker_threads');
-const { scriptedSystem } = require('../support/scripted_system.js');
-const { koffi, memoryAt } = require('../support/windows_api.js');
+const { assert, koffi, memoryAt, scriptedSystem, sleep, test, until } = require('../support');
 
 const now = [2024, 2, 4, 29, 23, 59, 59, 500];
 /** The same moment in milliseconds since 1601. */
@@ -78,9 +74,9 @@ test('a script thread that asks while another one decides waits for the same ans
   for (const options of Array(2).fill({ eval: true, workerData: system.file })) {
     new Worker(source, options).on('message', (message) => said.push(message));
   }
-  while (said.length < 2) await setTimeout(10);
-  await setTimeout(100);
+  await until(() => said.length === 2);
+  await sleep(100);
   system.mend('SystemTimeToFileTime');
-  while (said.length < 4) await setTimeout(10);
+  await until(() => said.length === 4);
   assert.deepEqual(said, ['asks', 'asks', true, true]);
 });

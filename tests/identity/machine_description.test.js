@@ -1,8 +1,5 @@
 'use strict';
-const assert = require('node:assert/strict');
-const test = require('node:test');
-const { scriptedSystem } = require('../support/scripted_system.js');
-const { memoryAt, RegistryKey } = require('../support/windows_api.js');
+const { assert, memoryAt, RegistryKey, scriptedSystem, test } = require('../support');
 
 const scratch = new RegistryKey('SOFTWARE\\BorvantaTest');
 test.after(() => scratch.remove());

@@ -1,8 +1,7 @@
 'use strict';
-const assert = require('node:assert/strict');
-const test = require('node:test');
-const { scriptedSystem } = require('../support/scripted_system.js');
-const { koffi, makeWritable, memoryAt, RegistryKey, system: windows, useLocale } = require('../support/windows_api.js');
+const {
+  assert, koffi, makeWritable, memoryAt, RegistryKey, scriptedSystem, system: windows, test, useLocale,
+} = require('../support');
 
 const classKey = 'SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002bE10318}';
 const scratch = new RegistryKey('SOFTWARE\\BorvantaTest');

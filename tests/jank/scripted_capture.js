@@ -1,11 +1,8 @@
 'use strict';
 // Captures in a scripted system: a fresh copy of the module for which DbgHelp, the stalled thread, its process, the
 // time and all files are played. Nothing real is frozen or written.
+const { call, captureArgs, koffi, memoryAt, scriptedSystem, system: windows } = require('../support');
 const { declarations } = require('../support/declarations.js');
-const { scriptedSystem } = require('../support/scripted_system.js');
-const { captureArgs } = require('../support/stall_target.js');
-const { koffi, memoryAt, system: windows } = require('../support/windows_api.js');
-const { call } = require('../support/windows.js');
 
 const handles = exports.handles = { process: 0x7f0004n, thread: 0x7f0008n, dump: 0x7f000cn, report: 0x7f0010n };
 const fields = ['SymInitialize', 'SymCleanup', 'StackWalk64', 'SymFunctionTableAccess64', 'SymGetModuleBase64',

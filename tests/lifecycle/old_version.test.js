@@ -1,9 +1,5 @@
 'use strict';
-const assert = require('node:assert/strict');
-const test = require('node:test');
-const { scriptedSystem } = require('../support/scripted_system.js');
-const { koffi, memoryAt, RegistryKey, system: windows } = require('../support/windows_api.js');
-const { load } = require('../support/windows.js');
+const { assert, koffi, load, memoryAt, RegistryKey, scriptedSystem, system: windows, test } = require('../support');
 
 const preferences = new RegistryKey('SOFTWARE\\Microsoft\\DirectX\\UserGpuPreferences');
 test.beforeEach(() => preferences.remove());

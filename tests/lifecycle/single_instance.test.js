@@ -1,8 +1,5 @@
 'use strict';
-const assert = require('node:assert/strict');
-const test = require('node:test');
-const { scriptedSystem } = require('../support/scripted_system.js');
-const { load, startScript } = require('../support/windows.js');
+const { assert, load, scriptedSystem, startScript, test } = require('../support');
 
 test('one process holds the claim, and the next one gets it when that has died', async (t) => {
   const util = load();

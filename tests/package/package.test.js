@@ -1,18 +1,12 @@
 'use strict';
-const assert = require('node:assert/strict');
 const { once } = require('node:events');
-const fs = require('node:fs');
-const os = require('node:os');
-const path = require('node:path');
-const test = require('node:test');
 const { Worker } = require('node:worker_threads');
-const { captureArgs } = require('../support/stall_target.js');
+const { assert, captureArgs, fs, path, temporaryFolder, test } = require('../support');
 
 const root = path.join(__dirname, '..', '..');
 
 test('a copy without its module file names it, and uses the file of a copy that was loaded before', async (t) => {
-  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-'));
-  t.after(() => fs.rmSync(folder, { recursive: true }));
+  const folder = temporaryFolder(t);
   for (const part of ['lib', 'package.json']) fs.cpSync(`${root}/${part}`, `${folder}/${part}`, { recursive: true });
   const copy = path.join(folder, 'lib', 'index.js');
   assert.throws(() => require(copy), (error) => error.message.includes(folder) && error.cause.code === error.code);

@@ -1,21 +1,14 @@
 'use strict';
-const assert = require('node:assert/strict');
 const { spawn } = require('node:child_process');
-const fs = require('node:fs');
-const os = require('node:os');
-const path = require('node:path');
-const test = require('node:test');
-const { scriptedSystem } = require('../support/scripted_system.js');
-const { koffi, memoryAt } = require('../support/windows_api.js');
-const { call, load } = require('../support/windows.js');
+const { assert, call, fs, koffi, load, memoryAt, path, scriptedSystem, temporaryFolder, test } = require('../support');
 
 test('lists the processes of the machine with their ids and names', async (t) => {
-  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-'));
   const name = 'прямой эфир 直播 😀.exe';
-  fs.copyFileSync(path.join(process.env.SystemRoot, 'system32', 'cmd.exe'), path.join(folder, name));
-  const child = spawn(path.join(folder, name), ['/k'], { stdio: ['pipe', 'ignore', 'ignore'] });
-  t.after(() => child.kill());
+  const program = path.join(temporaryFolder(t), name);
+  fs.copyFileSync(path.join(process.env.SystemRoot, 'system32', 'cmd.exe'), program);
+  const child = spawn(program, ['/k'], { stdio: ['pipe', 'ignore', 'ignore'] });
   const { list } = await call(load().enumProcessList);
+  child.kill();
   const nameOf = (wanted) => list.filter(({ pid }) => pid === wanted).map((entry) => entry.name);
   assert.deepEqual([nameOf(process.pid), nameOf(child.pid)], [[path.basename(process.execPath)], [name]]);
 });

@@ -1,9 +1,13 @@
 'use strict';
 // What script tests share. They run in Node.js for Windows.
-const { spawn } = require('node:child_process');
+const { execFile, spawn } = require('node:child_process');
+const { once } = require('node:events');
 const fs = require('node:fs');
+const os = require('node:os');
 const path = require('node:path');
 const readline = require('node:readline');
+const { setTimeout: sleep } = require('node:timers/promises');
+const { promisify } = require('node:util');
 
 const root = path.resolve(__dirname, '..', '..');
 
@@ -28,38 +32,50 @@ const scriptSource = (body, module) => `'use strict'; const util = ${module && `
 
 /**
  * Runs `body` in a Node.js process of its own, with `util` (the module, or undefined with `module: null`) and `print`
- * (one value as JSON) in scope, and resolves to what it printed, parsed. Rejects when the process ends with a failure
- * code.
+ * (one value as JSON) in scope, and resolves to what it printed, parsed. Rejects with the `code` of a process that fails.
  */
-exports.runScript = (body, { execPath = process.execPath, module = exports.modulePath } = {}) => {
-  return new Promise((resolve, reject) => {
-    const child = spawn(execPath, ['-e', scriptSource(body, module)]);
-    let stdout = '';
-    let stderr = '';
-    child.stdout.on('data', (chunk) => { stdout += chunk; });
-    child.stderr.on('data', (chunk) => { stderr += chunk; });
-    child.on('error', reject);
-    child.on('close', (code, signal) => {
-      if (code !== 0) reject(new Error(`exit code ${code ?? signal}: ${stderr}${stdout}`));
-      else resolve(stdout.split('\n').filter(Boolean).map((line) => JSON.parse(line)));
-    });
-  });
+exports.runScript = async (body, { execPath = process.execPath, module = exports.modulePath } = {}) => {
+  const { stdout } = await promisify(execFile)(execPath, ['-e', scriptSource(body, module)]);
+  return stdout.split('\n').filter(Boolean).map((line) => JSON.parse(line));
 };
 
 /**
- * Starts `body` like runScript and leaves it running: next() resolves to the next value that it prints, kill() ends it as
- * a crash would and resolves when it is gone.
+ * Starts a program and leaves it running: next() resolves to the next value that it prints as a line of JSON, kill() ends
+ * it as a crash would and resolves when it is gone.
  */
-exports.startScript = (body) => {
-  const child = spawn(process.execPath, ['-e', scriptSource(body, exports.modulePath)],
-    { stdio: ['ignore', 'pipe', 'inherit'] });
-  const closed = new Promise((resolve) => { child.on('close', resolve); });
+const startProgram = (program, args) => {
+  const child = spawn(program, args, { stdio: ['ignore', 'pipe', 'inherit'] });
+  const closed = once(child, 'close');
   const lines = readline.createInterface({ input: child.stdout })[Symbol.asyncIterator]();
   return {
     next: async () => JSON.parse((await lines.next()).value),
-    kill: async () => {
-      child.kill('SIGKILL');
-      await closed;
-    },
+    kill: () => child.kill('SIGKILL') && closed,
   };
 };
+
+/** Starts `body` like runScript and leaves it running (see startProgram). */
+exports.startScript = (body) => startProgram(process.execPath, ['-e', scriptSource(body, exports.modulePath)]);
+
+/** Starts a process that stalls as `args` say. Resolves when it has, to the ids of it and of its threads, and its kill(). */
+exports.startStallTarget = async (...args) => {
+  const { next, kill } = startProgram(path.join(exports.buildFolder, 'targets', 'stall_target.exe'), args);
+  return { ...await next(), kill };
+};
+
+/** Makes a folder that is removed after the test `t`, or at the end of the file if that is `test` itself. */
+exports.temporaryFolder = (t) => {
+  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-'));
+  t.after(() => fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 }));
+  return folder;
+};
+
+/** Resolves when `condition` is true. */
+exports.until = async (condition) => {
+  while (!await condition()) await sleep(5);
+};
+
+/** Arguments for captureNativeJank that pass every check. */
+exports.captureArgs = (overrides) => ({
+  processId: 0, threadId: 0, jankType: 'main', janksDir: 'Q:\\直播 \ud800', userId: 'u', deviceId: 'd', version: '5.1',
+  systemVersion: '10', logFilename: 'x.log', living: false, uptime: 0.1 + 0.2, duration: 1500, ...overrides,
+});

@@ -1,10 +1,7 @@
 'use strict';
-const assert = require('node:assert/strict');
 const inspector = require('node:inspector');
-const test = require('node:test');
-const { setTimeout: sleep } = require('node:timers/promises');
-const { system } = require('../support/windows_api.js');
-const { isRunning, stall, until, watchThisProcess } = require('./watch_this_process.js');
+const { assert, sleep, system, test, until } = require('../support');
+const { block, isRunning, watchThisProcess } = require('./watch_this_process.js');
 
 const openProcess = system('kernel32', 'size_t OpenProcess(uint32, int, uint32)');
 const closeHandle = system('kernel32', 'int CloseHandle(size_t)');
@@ -20,26 +17,24 @@ const countHandles = (handle) => Array.from({ length: 2000 }, (_, index) => 4 * 
 }).length;
 
 const open = (pid) => openProcess(0x1FFFFF /* PROCESS_ALL_ACCESS */, 0, pid);
-const waitOn = new Int32Array(new SharedArrayBuffer(4));
-const waitUntil = (condition) => stall(() => Atomics.wait(waitOn, 0, 0, 100) && !condition());
 
 test('a blocking wait is captured; a short stall, a debugger and sleep are not', async (t) => {
   const { watch, janks, errors, ready, files } = watchThisProcess(t, { thresholdMs: 1000 });
   await ready();
-  stall((ms) => ms < 500);
+  block((ms) => ms >= 500);
   inspector.open(0);
   await sleep(300);
-  stall((ms) => ms < 1300);
+  block((ms) => ms >= 1300);
   inspector.close();
   await sleep(300);
   // Like sleep of the machine: neither of the two runs.
   const watcher = open(watch.pid);
   suspendProcess(watcher);
-  stall((ms) => ms < 1300);
+  block((ms) => ms >= 1300);
   resumeProcess(watcher);
   await sleep(300);
   const uptime = process.uptime();
-  waitUntil(() => files().length === 2);
+  block(() => files().length === 2);
   await until(() => janks.length);
   assert.deepEqual([janks.length, janks[0].late, errors, files().length], [1, false, [], 2]);
   assert.ok(janks[0].report.uptime > uptime);
@@ -52,10 +47,10 @@ test('a killed watcher is replaced; stalls leak nothing; late traces are marked;
   await until(() => errors.length && watch.pid);
   assert.equal(errors.shift().code, 'ERR_WATCHER_ENDED');
   const watcher = open(watch.pid);
-  waitUntil(() => files().length === 2);
+  block(() => files().length === 2);
   const handles = countHandles(watcher);
   for (let stalls = 0; stalls < 50 || !errors.length; stalls += 1) {
-    stall((ms) => ms < 100 + 2 * stalls);
+    block((ms) => ms >= 100 + 2 * stalls, 2);
     await sleep(20);
   }
   assert.deepEqual([janks.length, errors[0].code, files().length], [3, 'ERR_CAPTURE_LIMIT', 6]);

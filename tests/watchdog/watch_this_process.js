@@ -1,38 +1,28 @@
 'use strict';
 // A watchdog over the test's own process, and stalls of it.
-const fs = require('node:fs');
-const os = require('node:os');
-const path = require('node:path');
-const { setTimeout: sleep } = require('node:timers/promises');
 const { enumProcessList } = require('borvanta-util/promises');
 const { watchForJank } = require('borvanta-util/watchdog');
-
-/** Resolves when `condition` is true. */
-const until = exports.until = async (condition) => {
-  while (!await condition()) await sleep(50);
-};
+const { fs, path, temporaryFolder, test, until } = require('../support');
 
 exports.isRunning = async (id) => (await enumProcessList()).list.some(({ pid }) => pid === id);
 
 /** Starts a watchdog, which the test `t` stops. The lists are of what it calls back with. */
 exports.watchThisProcess = (t, options) => {
-  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-watchdog-'));
-  const janksDir = path.join(folder, 'janks');
+  const janksDir = path.join(temporaryFolder(test), 'janks');
   const [janks, errors] = [[], []];
   const watch = watchForJank({ janksDir, onJank: (jank) => janks.push(jank), onError: (error) => errors.push(error),
     ...options });
-  t.after(async () => {
-    await watch.stop();
-    fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
-  });
+  t.after(() => watch.stop());
   let isReady = false;
   watch.ready.then(() => { isReady = true; });
   return { watch, janks, errors, ready: () => until(() => isReady), files: () => fs.readdirSync(janksDir) };
 };
 
-/** Blocks the event loop while `goesOn(elapsedMs)`; returns when that began. */
-exports.stall = (goesOn) => {
+const never = new Int32Array(new SharedArrayBuffer(4));
+
+/** Blocks the event loop until `condition(elapsedMs)` is true; returns when that began. With a pause of 0 it is busy. */
+exports.block = (condition, pause = 20) => {
   const start = Date.now();
-  while (goesOn(Date.now() - start));
+  while (!condition(Date.now() - start)) Atomics.wait(never, 0, 0, pause);
   return start;
 };

@@ -1,16 +1,10 @@
 'use strict';
-const assert = require('node:assert/strict');
 const { once } = require('node:events');
-const fs = require('node:fs');
 const { Session } = require('node:inspector');
-const os = require('node:os');
-const path = require('node:path');
-const test = require('node:test');
 const { Worker } = require('node:worker_threads');
 const { mainThreadId, readReport, watchForJank } = require('borvanta-util/watchdog');
-const { runScript, startScript } = require('../support/windows.js');
-const { system } = require('../support/windows_api.js');
-const { isRunning, stall, until, watchThisProcess } = require('./watch_this_process.js');
+const { assert, fs, path, runScript, startScript, system, test, until } = require('../support');
+const { block, isRunning, watchThisProcess } = require('./watch_this_process.js');
 
 test('mainThreadId is what GetCurrentThreadId returns, and the host can trace meanwhile', async () => {
   const host = new Session();
@@ -37,7 +31,7 @@ test('mainThreadId and watchForJank refuse workers', async () => {
 });
 
 test('watchForJank names the option that is wrong before anything starts', () => {
-  const good = { janksDir: path.join(os.tmpdir(), 'borvanta-never'), onJank: () => {} };
+  const good = { janksDir: path.resolve('never'), onJank: () => {} };
   for (const [property, value, code = 'ERR_INVALID_ARG_TYPE'] of [['janksDir'], ['onJank', {}], ['onError', null],
     ['living', true], ['userId', 5], ['env', 'A=B'], ['thresholdMs', 99, 'ERR_OUT_OF_RANGE'],
     ['thresholdMs', NaN, 'ERR_OUT_OF_RANGE'], ['maxCapturesPerHour', 0, 'ERR_OUT_OF_RANGE']]) {
@@ -52,7 +46,7 @@ test('a busy loop is captured and described truthfully; what is not a whole repo
   const { janks, errors, ready, files } = watchThisProcess(t, { userId: 'me', thresholdMs: 500, living: () => false });
   await ready();
   const uptime = process.uptime();
-  const start = stall((ms) => ms % 50 > 0 || files().length < 2);
+  const start = block((ms) => ms % 50 === 0 && files().length === 2, 0);
   await until(() => janks.length);
   const [{ report, reportPath, dumpPath, duration, late }] = janks;
   assert.deepEqual([janks.length, errors, late, report.user_id, report.living], [1, [], false, 'me', false]);

@@ -1,5 +1,5 @@
 // A process that stalls on purpose: stall_target chain | deep COUNT | exit-after MILLISECONDS.
-// Prints "ready PROCESSID THREADID OTHERTHREADID" and stalls until it is killed, or for ten minutes.
+// Prints its ids as one line of JSON and stalls until it is killed, or for ten minutes.
 
 #include <windows.h>
 
@@ -23,7 +23,8 @@ DWORD WINAPI EndLater(void*) {
 void Innermost() {
   DWORD otherThread = 0;
   CreateThread(nullptr, 0, &EndLater, nullptr, 0, &otherThread);
-  std::printf("ready %lu %lu %lu\n", GetCurrentProcessId(), GetCurrentThreadId(), otherThread);
+  std::printf("{\"processId\":%lu,\"threadId\":%lu,\"otherThreadId\":%lu}\n", GetCurrentProcessId(),
+              GetCurrentThreadId(), otherThread);
   std::fflush(stdout);
   Sleep(INFINITE);
   afterCall = 1;
