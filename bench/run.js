@@ -1,6 +1,6 @@
 'use strict';
-// npm run bench, in Node.js for Windows: measures the module side by side with bare calls, prints the table, and leaves it
-// as build/bench/results.json and docs/bench.svg.
+// npm run bench, in Node.js for Windows: measures the module side by side with bare calls, prints the table, and writes
+// it to build/bench/results.json. With --chart also draws it to docs/bench.svg.
 const fs = require('node:fs');
 const path = require('node:path');
 const { buildFolder, captureArgs, modulePath, startStallTarget } = require('../tests/support/windows.js');
@@ -16,7 +16,7 @@ const processCount = 160;
 
 const rows = [];
 
-/** Measures one row of the table; `what` names the two sides. */
+/** Measures and prints one row of the table. `what` names what is measured, `against` names the bare side. */
 async function row(what, against, sides) {
   const result = await compare(sides);
   rows.push({ what, against, ...result });
@@ -30,7 +30,7 @@ function duration(nanoseconds) {
   return `${(nanoseconds / size).toPrecision(3)} ${unit}`.padStart(9);
 }
 
-/** A side that loads a copy of an add-on which the process has not seen yet. */
+/** A side that loads an add-on from a new copy, because the same file is loaded only once. */
 const load = (file, folder) => (round) => {
   const copy = path.join(folder, `${path.basename(file, '.node')}${round}.node`);
   fs.copyFileSync(file, copy);
@@ -59,8 +59,10 @@ async function measureCallbacks(util, baseline) {
   baseline.refuseSnapshots(true);
   for (const count of [1, 10, 100]) {
     const side = (start) => callbacks(start, count, Math.ceil(20 / count));
-    for (const [against, call] of [['bare thread', baseline.threadCall], ['thread of the library', baseline.workerCall]]) {
-      await row(`Call to callback, ${count} at once`, against, { module: side(util.enumProcessList), bare: side(call), rounds: 30 });
+    for (const [against, call] of [
+      ['bare thread', baseline.threadCall], ['thread of the library', baseline.workerCall]]) {
+      await row(`Call to callback, ${count} at once`, against,
+        { module: side(util.enumProcessList), bare: side(call), rounds: 30 });
     }
   }
   baseline.refuseSnapshots(false);
@@ -73,7 +75,7 @@ async function measureProcessList(util, baseline) {
     if (count < processCount) throw new Error(`Only ${count} processes are running`);
     const { list } = await new Promise(util.enumProcessList);
     if (list.length !== count) throw new Error(`The sides list ${list.length} and ${count} processes`);
-    // By way of the event loop, which the module's callbacks come through too.
+    // The callback goes through the event loop, like the callbacks of the module.
     const listBare = (callback) => {
       baseline.listProcesses();
       setImmediate(callback);
@@ -124,7 +126,7 @@ async function measureGpuUsage(baseline) {
 }
 
 async function main() {
-  // Removed at the next run: the copies that are loaded cannot be while this process lives.
+  // Removed only at the next run: while this process lives, Windows does not remove the copies that it has loaded.
   const folder = path.join(results, 'scratch');
   fs.rmSync(folder, { recursive: true, force: true });
   fs.mkdirSync(folder, { recursive: true });
@@ -145,7 +147,7 @@ async function main() {
   await measureFrozenTime(util, baseline, subfolder('deep'), 1_000);
   await measureProcessList(util, baseline);
 
-  // In Wine and on another processor the same ratios may be others.
+  // The ratios depend on the compiler, the system and the processor, so the results name these.
   const compiler = path.basename(buildFolder) === 'msvc' ? 'MSVC' : 'MinGW';
   const system = process.env.WINEPREFIX ? 'Wine' : `Windows ${util.getOsVersionWithReleaseId()}`;
   const measured = { compiler, system, processor: util.getCpuName().trim(), node: process.version,
@@ -156,7 +158,7 @@ async function main() {
   console.log(`\n${rows.length - above} of ${rows.length} ratios are at most ${limit}.`);
 }
 
-// Without anything left to wait for, Node.js ends as if all were well.
+// If a callback never comes, Node.js has nothing left to wait for and ends. The exit code must not be 0 then.
 process.exitCode = 1;
 main().then(() => { process.exitCode = 0; }, (error) => {
   console.error(error);

@@ -1,30 +1,32 @@
-# What Clang is here for: warnings that stand in for MSVC's, and programs that stop where their behaviour is undefined.
+# Clang has two purposes: its warnings are used in place of MSVC's, and its programs stop where their behaviour is
+# undefined.
 target_compile_options(borvanta_settings INTERFACE
   -Weverything
-  # Older standards of C++; this is C++20.
-  -Wno-c++98-compat -Wno-c++98-compat-pedantic -Wno-pre-c++14-compat -Wno-pre-c++17-compat -Wno-pre-c++20-compat-pedantic
-  # System calls give and take pointers with a length beside them.
+  # These warn about code that older standards of C++ do not accept. This is C++20.
+  -Wno-c++98-compat -Wno-c++98-compat-pedantic -Wno-pre-c++14-compat -Wno-pre-c++17-compat
+  -Wno-pre-c++20-compat-pedantic
+  # System calls return and take pointers and their lengths separately.
   -Wno-unsafe-buffer-usage
-  # Objects may have padding, live until the process ends, and have their table of functions in several files.
+  # Objects may have padding and live until the process ends, and a class may have its virtual table in several files.
   -Wno-padded -Wno-global-constructors -Wno-exit-time-destructors -Wno-weak-vtables
-  # "std::lock_guard lock(mutex)" is how the standard means it.
+  # The compiler may deduce template arguments, as in "std::lock_guard lock(mutex)".
   -Wno-ctad-maybe-unsupported
-  # A capture may have the name of what it captures, and a lambda's parameter that of a variable outside.
+  # A lambda's capture may have the name of the captured variable, and its parameter the name of an outer variable.
   -Wno-shadow-uncaptured-local
-  # The loader, the linker and Node.js find functions by names that they have chosen.
+  # The loader, the linker and Node.js find some functions by names that they prescribe.
   -Wno-missing-prototypes -Wno-missing-variable-declarations -Wno-reserved-identifier
   # MinGW-w64 marks functions of its headers as unused.
   -Wno-used-but-marked-unused
 
-  # Each stops the process, and tests/support/trap_report.cc says where. A conversion that changes only the sign is how
-  # system calls give handles and codes.
+  # Each check stops the process, and tests/support/trap_report.cc reports the place. Conversions that change only the
+  # sign are allowed, because the handles and codes of system calls need them.
   -fsanitize=undefined,implicit-conversion -fno-sanitize=implicit-integer-sign-change -fsanitize-trap=all
-  # What nobody has set is not 0 by chance.
+  # An uninitialised variable holds a pattern, so that it is not 0 by chance.
   -ftrivial-auto-var-init=pattern)
 # An index beyond the end of a string, an array or a vector ends the process too.
 target_compile_definitions(borvanta_settings INTERFACE _GLIBCXX_ASSERTIONS)
 
-# A part of every program and module, compiled once.
+# Linked into every program and module, but compiled only once.
 add_library(trap_report OBJECT ${CMAKE_SOURCE_DIR}/tests/support/trap_report.cc)
 target_compile_options(trap_report PRIVATE $<TARGET_PROPERTY:borvanta_settings,INTERFACE_COMPILE_OPTIONS>)
 target_compile_definitions(trap_report PRIVATE $<TARGET_PROPERTY:borvanta_settings,INTERFACE_COMPILE_DEFINITIONS>)

@@ -1,4 +1,4 @@
-# borvanta_settings: what every target of this project is compiled with, under each compiler.
+# borvanta_settings: the compiler and linker options of every target of this project, for each compiler.
 add_library(borvanta_settings INTERFACE)
 target_compile_definitions(borvanta_settings INTERFACE
   UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN
@@ -10,12 +10,12 @@ if(MSVC)
   target_compile_options(borvanta_settings INTERFACE /W4 /WX /permissive- /utf-8 /Zc:__cplusplus /EHsc /guard:cf)
   target_link_options(borvanta_settings INTERFACE
     /WX /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT /GUARD:CF /CETCOMPAT
-    # Each of the two contradicts the incremental linking that is otherwise on beside debug information.
+    # /OPT:REF and /OPT:ICF exclude incremental linking, which debug information would otherwise turn on.
     /OPT:REF /OPT:ICF /INCREMENTAL:NO)
 else()
   target_compile_options(borvanta_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Werror
-    # The Windows way to look a function up casts FARPROC to the function's own type.
+    # GetProcAddress returns a FARPROC, which must be cast to the function's own type.
     -Wno-cast-function-type
     -ffunction-sections -fdata-sections)
   target_link_options(borvanta_settings INTERFACE
@@ -23,7 +23,8 @@ else()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     include(ClangChecks)
   else()
-    # Clang's objects and the C++ library's, which GCC compiled, differ in the size of their type information.
+    # Not with Clang: its objects and the C++ library, which GCC compiled, differ in the size of their type information,
+    # and the linker warns about that.
     target_link_options(borvanta_settings INTERFACE -Wl,--fatal-warnings)
   endif()
 endif()

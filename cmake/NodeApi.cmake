@@ -11,10 +11,11 @@ target_include_directories(node_api SYSTEM INTERFACE
 target_compile_definitions(node_api INTERFACE
   NAPI_VERSION=8 NODE_ADDON_API_CPP_EXCEPTIONS NODE_ADDON_API_DISABLE_DEPRECATED
   # Without it, a script worker that is terminated inside one of our callbacks or functions ends the whole process:
-  # node-addon-api then tries to hand on an exception that nobody can throw any more.
+  # node-addon-api then tries to pass on an exception that can no longer be thrown.
   NODE_API_SWALLOW_UNTHROWABLE_EXCEPTIONS)
 
-# One import library for both halves of Node-API: the binding code knows its table by the library's name.
+# Both halves of Node-API are in one import library, because node_api_binding.cc looks for one table of imports, which
+# is named after the library.
 set(def ${CMAKE_BINARY_DIR}/node_api.def)
 set(halves ${node_modules}/node-api-headers/def)
 file(READ ${halves}/js_native_api.def js_half)
@@ -29,12 +30,12 @@ if(MSVC)
   target_link_libraries(node_api INTERFACE delayimp)
 else()
   set(import_library ${CMAKE_BINARY_DIR}/libnode_api_delay.a)
-  # By its bare name, which becomes a part of the table's name.
+  # The library is given without its folder, because this argument becomes a part of the table's name.
   add_custom_command(OUTPUT ${import_library} DEPENDS ${def} VERBATIM WORKING_DIRECTORY ${CMAKE_BINARY_DIR}
     COMMAND ${CMAKE_DLLTOOL} -d ${def} -y libnode_api_delay.a)
 endif()
 add_custom_target(node_api_import_library DEPENDS ${import_library})
 add_dependencies(node_api node_api_import_library)
 target_link_libraries(node_api INTERFACE ${import_library})
-# Whoever links Node-API needs the code that binds it.
+# Every target that links node_api needs the code that binds its functions.
 target_sources(node_api INTERFACE ${CMAKE_SOURCE_DIR}/src/addon/node_api_binding.cc)

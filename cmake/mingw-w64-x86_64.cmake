@@ -1,4 +1,4 @@
-# Cross-compiles for 64-bit Windows with Debian's MinGW-w64. The posix thread model is the one with std::thread.
+# Cross-compiles for 64-bit Windows with Debian's MinGW-w64. The posix thread model is used because it has std::thread.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR AMD64)
 

@@ -1,5 +1,5 @@
 'use strict';
-// The table of ratios as an SVG that can be read on a light and on a dark page.
+// Draws the table of ratios as an SVG, which can be read on a light and on a dark page.
 
 const left = 330;
 const width = 860;
@@ -8,7 +8,7 @@ const top = 74;
 
 const escape = (text) => text.replaceAll('&', '&amp;').replaceAll('<', '&lt;');
 
-/** One bar a row, its quartiles as a thin line across the bar's end, and a line at the limit. */
+/** One bar for each row, with its quartiles as a thin line across the bar's end, and a dashed line at the limit. */
 exports.drawChart = ({ compiler, system, processor, node, limit, rows }) => {
   const widest = Math.max(1.5, ...rows.map(({ ratio }) => ratio.upper));
   const x = (ratio) => (left + ratio / widest * (width - left - 60)).toFixed(1);

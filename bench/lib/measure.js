@@ -1,5 +1,5 @@
 'use strict';
-// Two sides of one comparison, measured alternately, so that what else the machine does falls on both.
+// Measures the two sides of a comparison by turns, so that other load on the machine affects both.
 
 const quantile = (sorted, part) => {
   const place = (sorted.length - 1) * part;
@@ -15,9 +15,9 @@ const summary = (values) => {
 };
 
 /**
- * Runs both sides `rounds` times, each first in every other round, after one round that does not count. A side is a
- * function, asynchronous or not, that gets the number of the round and returns what it took, in nanoseconds. `ratio` is
- * that of the two sides in the same round.
+ * Runs both sides `rounds` times, after one round that does not count. The side that runs first changes in each round.
+ * A side is a function, asynchronous or not, that gets the number of the round and returns the time that it took, in
+ * nanoseconds. `ratio` summarises the time of `module` divided by that of `bare` in the same round.
  */
 exports.compare = async ({ module, bare, rounds }) => {
   const taken = { module: [], bare: [] };
@@ -36,7 +36,7 @@ exports.compare = async ({ module, bare, rounds }) => {
   };
 };
 
-/** What `work` takes, in nanoseconds. */
+/** The time that `work` takes, in nanoseconds. */
 exports.time = (work) => {
   const start = process.hrtime.bigint();
   work();
@@ -44,7 +44,7 @@ exports.time = (work) => {
 };
 
 /**
- * A side that calls `call` `count` times and gives the time of one call. Each side gets a loop of its own, so that the
+ * A side that calls `call` `count` times and gives the time of one call. Each side gets a separate loop, so that the
  * engine optimises both alike.
  */
 exports.calls = (call, count) => {
@@ -52,7 +52,10 @@ exports.calls = (call, count) => {
   return () => exports.time(() => loop(call, count)) / count;
 };
 
-/** A side that has `count` calls with a callback under way at once, `turns` times, and gives the time of one call. */
+/**
+ * A side that starts `count` calls at once and waits for all their callbacks, `turns` times. It gives the time of one
+ * call.
+ */
 exports.callbacks = (start, count, turns) => () => new Promise((resolve) => {
   const begin = process.hrtime.bigint();
   let turn = 0;

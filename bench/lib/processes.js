@@ -1,5 +1,5 @@
 'use strict';
-// Real processes in number.
+// Starts and ends many real processes.
 const { spawn } = require('node:child_process');
 const { once } = require('node:events');
 
@@ -11,7 +11,10 @@ const end = async (child) => {
 };
 exports.end = end;
 
-/** Starts so many small processes and resolves to a function that ends them. They end by themselves with this one. */
+/**
+ * Starts `program` `count` times and resolves to a function that ends all these processes. When this process ends, they
+ * end by themselves.
+ */
 exports.startProcesses = async (program, count) => {
   const children = await Promise.all(Array.from({ length: count }, () => new Promise((resolve, reject) => {
     const child = spawn(program, [String(process.pid)], { stdio: 'ignore' });

@@ -32,7 +32,7 @@ napi_value ProcessObject(napi_env env, const PROCESSENTRY32W& entry) {
   return process;
 }
 
-// Not in the import libraries of MinGW.
+// Looked up by name, because the import libraries of MinGW-w64 lack it.
 auto* const setThreadDescription =
     win::GetFunction<HRESULT(WINAPI*)(HANDLE, PCWSTR)>(GetModuleHandleW(L"Kernel32.dll"), "SetThreadDescription");
 

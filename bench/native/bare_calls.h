@@ -4,25 +4,25 @@
 
 #include <string>
 
-/// What the module's functions are measured against: the least code that comes to the same end, in plain C interfaces,
-/// without a check and, where a cheaper Node-API function will do, with that one. All of it is for the script thread.
+/// The module's functions are compared with these: the least code that has the same result. It uses plain C interfaces
+/// and the cheapest Node-API functions, and checks nothing. Script thread.
 namespace bench {
 
-/// The text that BareAnswer returns.
+/// The string that BareAnswer returns.
 extern std::string bareAnswer;
 
 /// answer(): an empty function that returns a string.
 napi_value BareAnswer(napi_env env, napi_callback_info info);
 
-/// listProcesses(): the snapshot loop and the objects that "enumProcessList" makes, at once and without a thread. Names
-/// go to script as the UTF-16 that the system gives.
+/// listProcesses(): runs the same snapshot loop and makes the same objects as "enumProcessList", but on the script
+/// thread. Script gets the names in UTF-16, as the system returns them.
 napi_value BareListProcesses(napi_env env, napi_callback_info info);
 
-/// threadCall(callback): a thread that does nothing but name itself, and a call of `callback` with `{ list: [] }` from
-/// it.
+/// threadCall(callback): starts a thread that only names itself and then has `callback` called with `{ list: [] }`.
 napi_value BareThreadCall(napi_env env, napi_callback_info info);
 
-/// workerCall(callback): the same from a thread of the compiler's thread library, started as the module starts its own.
+/// workerCall(callback): the same, with a thread of the compiler's thread library, which starts like the module's own
+/// threads.
 napi_value WorkerThreadCall(napi_env env, napi_callback_info info);
 
 }  // namespace bench

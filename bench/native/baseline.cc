@@ -1,5 +1,5 @@
-// The add-on that the module is measured against: bare calls that script times itself (bare_calls.h), and measurements
-// of what script cannot see.
+// The add-on that the module is compared with. It has bare calls, which script times itself (bare_calls.h), and
+// functions that measure what script cannot see.
 
 #include <napi.h>
 
@@ -16,13 +16,13 @@
 
 namespace {
 
-/// setAnswer(text): what answer() returns from now on.
+/// setAnswer(text): sets the string that answer() returns.
 Napi::Value SetAnswer(const Napi::CallbackInfo& info) {
   bench::bareAnswer = info[0].As<Napi::String>().Utf8Value();
   return info.Env().Undefined();
 }
 
-/// emptyAnswer(): what answer() is, in the frame that the wrapper of Node-API puts around every function.
+/// emptyAnswer(): the same as answer(), but in the frame that node-addon-api puts around every function.
 Napi::Value EmptyAnswer(const Napi::CallbackInfo& info) {
   return Napi::String::New(info.Env(), bench::bareAnswer);
 }
@@ -31,8 +31,8 @@ HANDLE WINAPI NoSnapshot(DWORD, DWORD) {
   return INVALID_HANDLE_VALUE;
 }
 
-/// refuseSnapshots(refuse): whether the module is refused every process snapshot, which leaves nothing of
-/// "enumProcessList" but the way to a worker and back.
+/// refuseSnapshots(refuse): if `refuse` is true, the module gets no process snapshot from now on. Then
+/// "enumProcessList" does nothing but go to a worker and back.
 Napi::Value RefuseSnapshots(const Napi::CallbackInfo& info) {
   static std::unique_ptr<bench::ImportPatch> patch;
   patch.reset();
@@ -65,7 +65,7 @@ Napi::Value BareCapture(const Napi::CallbackInfo& info) {
 
 std::vector<bench::Instance> instances;
 
-/// makeInstances(count): what the two functions below sum.
+/// makeInstances(count): makes the instances that the two functions below sum.
 Napi::Value MakeInstances(const Napi::CallbackInfo& info) {
   instances = bench::MakeInstances(info[0].As<Napi::Number>().Uint32Value());
   return info.Env().Undefined();

@@ -1,4 +1,4 @@
-// The least add-on that Node.js loads: what loading the module is measured against.
+// The smallest add-on that Node.js loads. The load time of the module is compared with its load time.
 
 #include <node_api.h>
 

@@ -43,7 +43,7 @@ bool Dump(const DbgHelpFunctions& dbgHelp, HANDLE process, DWORD processId, DWOR
                                          FILE_ATTRIBUTE_NORMAL, nullptr));
   MINIDUMP_EXCEPTION_INFORMATION stalled{};
   stalled.ThreadId = threadId;
-  // The module's dump type.
+  // The same type as in src/jank/minidump.cc.
   constexpr auto kType = static_cast<MINIDUMP_TYPE>(0x1920);
   return dbgHelp.MiniDumpWriteDump(process, processId, file.Get(), kType, &stalled, nullptr, nullptr) != FALSE;
 }

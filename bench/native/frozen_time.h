@@ -7,7 +7,8 @@
 
 namespace bench {
 
-/// Makes the module note when it suspends and when it has resumed a thread, by its import table. Once.
+/// Patches the module's import table to note when the module suspends a thread and when it has resumed the thread. Call
+/// it once.
 void WatchFrozenTime();
 
 /// How long the module's latest capture kept its thread frozen, in nanoseconds.
@@ -16,12 +17,12 @@ double LatestFrozenTime();
 struct BareCapture {
   /// How long the thread was frozen; 0 when a call failed.
   double nanoseconds = 0;
-  /// How many frames its stack has, to tell that the two sides did the same.
+  /// How many frames its stack has, to check that the two sides did the same.
   size_t frames = 0;
 };
 
 /// Suspends a thread of another process, dumps the process to `path`, enumerates its modules, walks the thread's stack
-/// and resumes it, with nothing around the bare calls but an owner for what they find. Uses the module's own DbgHelp
+/// and resumes it, with nothing around the bare calls but containers for their results. Uses the module's own DbgHelp
 /// table, so the module must be loaded and no capture under way.
 BareCapture CaptureBare(DWORD processId, DWORD threadId, const std::wstring& path);
 

@@ -11,8 +11,8 @@ namespace bench {
 void ForEachImport(HMODULE module, const std::function<void(const char*, void**)>& visit);
 
 /// Makes one loaded module call `replacement` instead of a system function that it imports, until the patch goes out of
-/// scope. The module under test needs no switch for it. A replacement in the patched module reaches the
-/// real function by RealFunction() alone: calling it by name, or an address taken by name, leads back to itself.
+/// scope. The module under test needs no switch for it. The replacement must lie in another module, where the system
+/// function's name still means the real function.
 class ImportPatch {
  public:
   /// Patches the import of `function` in `module`; aborts the program when there is none.

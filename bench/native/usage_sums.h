@@ -12,11 +12,12 @@ struct Instance {
   double value;
 };
 
-/// `count` instances named as the system names them: the engine kinds in turn, a new process every sixteen.
+/// `count` instances named as the system names them: the engine kinds take turns, and every sixteen instances belong to
+/// a new process.
 std::vector<Instance> MakeInstances(size_t count);
 
 struct TimedSums {
-  /// All twelve sums of the last round added up, to tell that the two sides did the same.
+  /// All twelve sums of the last round added up, to check that the two sides did the same.
   double total = 0;
   double nanoseconds = 0;
 };
@@ -24,7 +25,7 @@ struct TimedSums {
 /// Sums `instances` `rounds` times with the module's accumulator.
 TimedSums SumWithAccumulator(const std::vector<Instance>& instances, size_t rounds);
 
-/// The same with nothing but a copy in lower case and a wcsstr for each marker.
+/// The same, with only a copy in lower case and a wcsstr for each marker.
 TimedSums SumBare(const std::vector<Instance>& instances, size_t rounds);
 
 }  // namespace bench

@@ -12,8 +12,8 @@
 
 namespace addon {
 
-/// What distinguishes one asynchronous script function from another, except for its arguments and its work. `Record` is
-/// the type of a worker's result; a default-constructed record means that nothing was found.
+/// Describes one asynchronous script function, except for its arguments and its work. `Record` is the type of a
+/// worker's result; a default-constructed record means that nothing was found.
 template <typename Record>
 struct BackgroundFunction {
   /// The worker's name, 15 characters at most.
@@ -25,7 +25,8 @@ struct BackgroundFunction {
 };
 
 /// One asynchronous call on its way from the script thread to a worker and back. The worker holds one shared pointer to
-/// it until Deliver has returned. `self_` is another one; it belongs to the script environment and is null at the end.
+/// it until Deliver has returned. `self_` is a second one: it keeps the call alive until the callback runs or the
+/// script environment ends, and is null afterwards.
 ///
 /// | State   | Owner of the record                    | Owner of the thread-safe function | Next state             |
 /// |---------|----------------------------------------|-----------------------------------|------------------------|
@@ -37,8 +38,8 @@ struct BackgroundFunction {
 ///
 /// Deliver makes a call queued or refused, OnScriptThread called, OnEnvironmentEnd ended. OnEnvironmentEnd is a
 /// clean-up hook of the environment. Hooks run in the reverse order of their registration, so it runs before Node.js'
-/// own hook for the thread-safe function. That one frees the function, in some releases of Node.js even if a worker has
-/// not released it yet; the worker must not touch it any more then.
+/// own hook for the thread-safe function. Node.js' hook frees the function. Some releases of Node.js free it even if
+/// the worker has not released it yet, so the worker must not use the function after OnEnvironmentEnd.
 template <typename Record>
 class BackgroundCall {
  public:
@@ -61,12 +62,13 @@ class BackgroundCall {
     throw error;
   }
 
-  /// Queues the record to the script thread; null stands for a record that could not be allocated. If the environment
-  /// is closing, or there is no memory for the queue's own item, the record is freed and the callback never runs.
-  /// Worker thread, once.
+  /// Queues the record to the script thread. A null record means that it could not be allocated; the callback then gets
+  /// a default-constructed one. If the environment is closing, or if there is no memory for the queue's own item,
+  /// Deliver frees the record and the callback never runs. Worker thread, once.
   void Deliver(std::unique_ptr<Record> record) noexcept {
-    // The lock must span the queueing and the release: as soon as OnEnvironmentEnd or the callback lets go of the call,
-    // Node.js may free the thread-safe function. Queueing never waits for the script thread, so neither does the lock.
+    // The lock must cover both the queueing and the release: as soon as OnScriptThread or OnEnvironmentEnd has
+    // returned, Node.js may free the thread-safe function. Both wait for this lock on the script thread. That cannot
+    // deadlock, because queueing never waits for the script thread.
     const std::lock_guard lock(mutex_);
     if (!isWorking_) return;
     isWorking_ = false;
@@ -95,7 +97,8 @@ class BackgroundCall {
       const Record nothing{};
       callback.Call(env.Undefined(), {call->toScript_(env, record ? *record : nothing)});
     } catch (const Napi::Error& error) {
-      // As node-addon-api does with an error that gets out of here; but it would not free its queue item then.
+      // node-addon-api does the same with an error that leaves this function, but it would then not free its queue
+      // item.
       error.ThrowAsJavaScriptException();
     }
   }
@@ -119,17 +122,16 @@ class BackgroundCall {
   std::unique_ptr<Record> record_;
 };
 
-/// Runs `work(Record&)` on a worker thread and later, on the script thread, calls `callback` with what
-/// `function.toScript` makes of the record. That is the only argument; the receiver is `undefined`. Calls may overlap;
-/// callbacks come in the order in which the workers finish. An exception that the callback throws is thrown into script
-/// as it leaves the module; Node.js decides what becomes of it.
+/// Runs `work(Record&)` on a worker thread. Later, on the script thread, calls `callback` with one argument: the value
+/// that `function.toScript` makes of the record. The receiver (`this`) is `undefined`. Calls may overlap; callbacks
+/// come in the order in which the workers finish. An exception that the callback throws is passed on to Node.js, which
+/// decides what happens next.
 ///
 /// If `work` throws std::bad_alloc, the record is delivered as `work` left it. Any other exception from `work` ends the
 /// process.
 ///
-/// Returns `undefined`, which the handler returns too. Throws Napi::Error if a Node-API call fails and
-/// std::system_error if the thread cannot be started; that one ends the process, so nothing is undone then. Script
-/// thread.
+/// Returns `undefined`, which the handler returns too. Throws Napi::Error if a Node-API call fails. Throws
+/// std::system_error if the thread cannot be started; this ends the process, so nothing is undone first. Script thread.
 template <typename Record, typename Work>
 Napi::Value RunInBackground(Napi::Env env, Napi::Function callback, const BackgroundFunction<Record>& function,
                             Work work) {
@@ -140,7 +142,7 @@ Napi::Value RunInBackground(Napi::Env env, Napi::Function callback, const Backgr
       record = std::make_unique<Record>();
       work(*record);
     } catch (const std::bad_alloc&) {
-      // Delivered as it is.
+      // The record is delivered as `work` left it.
     }
     call->Deliver(std::move(record));
   });

@@ -19,7 +19,7 @@ struct ScriptFunction {
   Napi::Value (*handler)(const Napi::CallbackInfo& info);
 };
 
-/// The order is the one that script sees.
+/// In the order in which script sees the properties of the export object.
 constexpr ScriptFunction kScriptFunctions[] = {
     {"getGuid", &identity::GetGuid},
     {"getCpuName", &identity::GetCpuName},

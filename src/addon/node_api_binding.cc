@@ -42,7 +42,7 @@ HMODULE FindNodeApi() {
 
 namespace {
 
-/// As the import library spells it.
+/// The name of the imported file, as the import library spells it.
 constexpr char kImportedName[] = "NODE.EXE";
 
 FARPROC WINAPI AnswerDelayLoadHelper(unsigned notification, PDelayLoadInfo info) {
@@ -67,8 +67,8 @@ extern "C" const PfnDliHook __pfnDliNotifyHook2 = &AnswerDelayLoadHelper;
 
 #else
 
-// MinGW-w64's delay-load helper cannot find the table of imports, so its __HrLoadAllImportsForDll does nothing. dlltool
-// names the table after the import library (cmake/NodeApi.cmake).
+// MinGW-w64's delay-load helper cannot find the table of imports: its __HrLoadAllImportsForDll does nothing. So
+// BindNodeApi fills the table itself. dlltool names the table after the import library (cmake/NodeApi.cmake).
 extern "C" const ImgDelayDescr __DELAY_IMPORT_DESCRIPTOR_libnode_api_delay_a;
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 

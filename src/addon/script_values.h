@@ -23,8 +23,8 @@ inline std::wstring ToWide(const Napi::Value& text) {
   return std::wstring(utf16.begin(), utf16.end());
 }
 
-// Each SetIfPresent sets the property `name` if there is a value, and else leaves it out. Throws Napi::Error if a
-// Node-API call fails.
+// Each SetIfPresent sets the property `name` if there is a value; otherwise the object does not get the property.
+// Throws Napi::Error if a Node-API call fails.
 
 /// An empty string is no value.
 inline void SetIfPresent(const Napi::Object& object, const char* name, const std::string& utf8) {
@@ -36,7 +36,7 @@ inline void SetIfPresent(const Napi::Object& object, const char* name, const std
   if (utf8) object.Set(name, Napi::String::New(object.Env(), *utf8));
 }
 
-/// A number of exactly zero is no value. Not-a-number is one.
+/// Exactly 0 is no value. NaN is a value.
 inline void SetIfPresent(const Napi::Object& object, const char* name, double number) {
   if (number != 0.0) object.Set(name, Napi::Number::New(object.Env(), number));
 }

@@ -14,10 +14,10 @@ namespace addon {
 
 namespace {
 
-/// The name is cut after this many characters.
+/// SetThreadDescription gets at most this many characters.
 constexpr size_t kMaxThreadNameLength = 15;
 
-/// MS_VC_EXCEPTION: debuggers take a thread's name from this exception.
+/// MS_VC_EXCEPTION: debuggers read a thread's name from this exception.
 constexpr DWORD kMsVcException = 0x406D1388;
 
 /// THREADNAME_INFO: the record that debuggers expect as the arguments of that exception.
@@ -47,11 +47,12 @@ void RaiseThreadNameException(const char* name) noexcept {
 }  // namespace
 
 void SetCurrentThreadName(const char* name) noexcept {
-  // mbstowcs stops at this count and writes no terminator; the zero fill is the terminator.
+  // mbstowcs stops after this many characters and writes no terminator. The array is filled with zeros, so it is
+  // terminated anyway.
   std::array<wchar_t, kMaxThreadNameLength + 1> wide{};
   std::mbstowcs(wide.data(), name, std::min(std::strlen(name), kMaxThreadNameLength));
 
-  // Not decltype of the function: MinGW-w64's headers do not declare it.
+  // decltype is no use here: MinGW-w64's headers do not declare SetThreadDescription.
   using SetThreadDescriptionFunction = HRESULT(WINAPI*)(HANDLE, PCWSTR);
   const auto setThreadDescription =
       win::GetFunction<SetThreadDescriptionFunction>(GetModuleHandleW(L"Kernel32.dll"), "SetThreadDescription");

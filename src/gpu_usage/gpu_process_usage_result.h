@@ -26,14 +26,14 @@ struct GpuProcessUsageResult {
   double sysCod = 0.0;
 };
 
-/// One engine kind: how an instance of the counter shows it, and its fields with their property names in script.
+/// One engine kind: how the counter names it, its fields, and their property names in script.
 struct EngineKind {
   struct Sum {
     const char* name;
     double GpuProcessUsageResult::*value;
   };
 
-  /// What follows "engtype_" in the name of an instance, in lower case.
+  /// The part of an instance's name that follows "engtype_", in lower case.
   std::wstring_view engine;
   Sum gpuProc;
   Sum nativeProc;
@@ -64,7 +64,7 @@ inline constexpr EngineKind kEngineKinds[] = {
      {"sysDec", &Result::sysDec},
      "hasDec",
      &Result::hasDec},
-    // The system spells this one with a space.
+    // The system spells this engine with a space.
     {L"video codec",
      {"gpuProcCod", &Result::gpuProcCod},
      {"nativeProcCod", &Result::nativeProcCod},

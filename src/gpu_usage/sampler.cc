@@ -20,7 +20,7 @@ namespace {
 constexpr wchar_t kCounterPath[] = L"\\GPU Engine(*)\\Utilization Percentage";
 constexpr auto kMoreData = static_cast<PDH_STATUS>(PDH_MORE_DATA);
 
-/// The functions of PDH that the sampler calls: all of them, or none while PDH has not been loaded.
+/// The functions of PDH that the sampler calls. Before PDH has been loaded, all are null; afterwards none is null.
 struct PdhFunctions {
   decltype(&PdhOpenQueryW) openQuery = nullptr;
   decltype(&PdhAddCounterW) addCounter = nullptr;
@@ -30,12 +30,12 @@ struct PdhFunctions {
   decltype(&PdhCloseQuery) closeQuery = nullptr;
 };
 
-/// Guarded by the sampler's lock, like the handles that these functions give out.
+/// Guarded by the sampler's lock, like the handles that these functions return.
 PdhFunctions pdh;
 
 win::NeverDestroyed<Sampler> shared;
 
-/// Loads pdh.dll in the order in which Windows looks for an import of an add-on: the module's own folder comes first.
+/// Looks for pdh.dll where Windows looks for the imports of an add-on: first in the module's own folder.
 HMODULE LoadPdhLibrary() noexcept {
   constexpr std::wstring_view kName = L"\\pdh.dll";
   HMODULE self = nullptr;
@@ -52,9 +52,9 @@ HMODULE LoadPdhLibrary() noexcept {
   return LoadLibraryW(L"pdh.dll");
 }
 
-/// Loads PDH if it is not loaded yet; false if the system has no such library or the library lacks a function. It is
-/// not an import of the module, because most clients load the module long before they need PDH, and because the rest
-/// of the module must work without it. PDH is never unloaded: its query is never closed either.
+/// Loads PDH if it is not loaded yet; false if the system has no such library or the library lacks a function. PDH is
+/// not an import of the module, because most clients load the module long before they need PDH, and because the rest of
+/// the module must work without PDH. It is never unloaded, because a query may stay open until the process ends.
 bool LoadPdh() noexcept {
   if (pdh.openQuery) return true;
   const HMODULE library = LoadPdhLibrary();
@@ -85,11 +85,12 @@ void Sampler::CounterTraits::Close(Value value) noexcept {
 
 void Sampler::OpenAndPrime() noexcept {
   if (!LoadPdh()) return;
-  // Compatibility: only the handles show success; the client has always had the status codes ignored.
+  // Compatibility: the status codes are ignored; only the handles show success. The client has always got its samples
+  // in this way.
   if (!query_) pdh.openQuery(nullptr, 0, query_.Receive());
   if (!query_) return;
-  // Compatibility: not PdhAddEnglishCounterW. On a Windows whose language has its own name for this counter, the client
-  // has always got empty samples.
+  // Compatibility: not PdhAddEnglishCounterW. On a Windows that has a translated name for this counter, the client has
+  // always got empty samples.
   if (!counter_) pdh.addCounter(query_.Get(), kCounterPath, 0, counter_.Receive());
   if (!counter_) return;
   pdh.collectQueryData(query_.Get());
@@ -123,10 +124,10 @@ void Sampler::Sample(int32_t nativePid, int32_t gpuPid, GpuProcessUsageResult& r
 
   UsageAccumulator accumulator(nativePid, gpuPid);
   for (DWORD index = 0; index < count; ++index) {
-    // Compatibility: an item counts whatever its own status is.
+    // Compatibility: an item counts even if its own status says that it is invalid.
     accumulator.Add(items[index].szName, items[index].FmtValue.doubleValue);
   }
-  // Only now, because half of the sums would look like an idle machine.
+  // Stored only now: if memory runs out before the last item, incomplete sums would look like an idle machine.
   result = accumulator.Result();
 }
 

@@ -12,7 +12,7 @@ namespace {
 constexpr std::wstring_view kProcessPrefix = L"pid_";
 constexpr std::wstring_view kEnginePrefix = L"engtype_";
 
-/// What the name of an instance contains; repeats count once.
+/// Says what the name of an instance contains. A repeated marker counts once.
 struct Markers {
   bool nativeProc = false;
   bool gpuProc = false;

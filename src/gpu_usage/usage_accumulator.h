@@ -14,11 +14,11 @@ class UsageAccumulator {
   /// `nativePid` is the process of the `nativeProc` sums, `gpuPid` that of the `gpuProc` sums; they may be equal.
   UsageAccumulator(int32_t nativePid, int32_t gpuPid);
 
-  /// Adds the value of one instance, unchanged, to the sums of every engine kind and process in its name; upper and
-  /// lower case are the same. An instance of another engine kind (copy, compute) is ignored. Throws std::bad_alloc.
+  /// Adds the value of one instance, unchanged, to the sums of every engine kind and process in its name. Upper and
+  /// lower case do not matter. An instance of another engine kind (copy, compute) is ignored. Throws std::bad_alloc.
   ///
-  /// Compatibility: a process is found by "pid_" and its id anywhere in the name, whatever character follows. So id 12
-  /// also counts the instances of process 123, and the client's figures have always included them.
+  /// Compatibility: a process is found by "pid_" and its id anywhere in the name, no matter which character follows. So
+  /// id 12 also counts the instances of process 123, and the client's figures have always included them.
   void Add(const wchar_t* instanceName, double value);
 
   /// The sums and flags so far.

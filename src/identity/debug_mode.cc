@@ -27,9 +27,9 @@ std::span<const BYTE> FindPeriodEnd(HMODULE module) noexcept {
   return {static_cast<const BYTE*>(data), size};
 }
 
-/// Whether the local time is at most `periodEnd`, which counts milliseconds from 1601-01-01 00:00 in decimal digits.
-/// Compatibility: nothing is validated. A byte that is no digit counts by its distance from '0', and the number wraps
-/// at 64 bits, so "/" (-1) never ends.
+/// Whether the local time is not later than `periodEnd`, a decimal number of milliseconds since 1601-01-01 00:00 local
+/// time. Compatibility: nothing is validated. A byte that is not a digit counts as its code minus the code of '0', and
+/// the number wraps at 64 bits. So a period that ends at "/" (-1, the highest number) never ends.
 bool IsInPeriod(std::span<const BYTE> periodEnd) noexcept {
   uint64_t last = 0;
   for (const BYTE digit : periodEnd)
@@ -46,8 +46,8 @@ bool IsInPeriod(std::span<const BYTE> periodEnd) noexcept {
 }
 
 bool Decide(FileSignature& signature) noexcept {
-  // Compatibility: null when the module's file has another name. The resources and the signature of the host executable
-  // then decide. Hosts that rename the file rely on it.
+  // Compatibility: `module` is null when the module's file has another name. Then the resources and the signature of
+  // the host executable decide. Hosts that rename the file rely on this.
   const HMODULE module = GetModuleHandleW(L"borvanta-util.node");
   const auto periodEnd = FindPeriodEnd(module);
   if (periodEnd.empty() || !IsInPeriod(periodEnd)) return false;

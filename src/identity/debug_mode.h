@@ -7,8 +7,9 @@
 
 namespace identity {
 
-/// Whether this copy of the module runs in debug mode. A debug build carries a resource with the last moment of the
-/// mode. The mode is on until then if the module's file is signed and unchanged. A release build has no such resource.
+/// Whether this copy of the module runs in debug mode. A debug build contains a resource with the end of its debug
+/// period. Until then, debug mode is on if the module's file is signed and unchanged. A release build has no such
+/// resource.
 class DebugMode {
  public:
   /// The process's one instance. It exists as long as the module is loaded.
@@ -19,7 +20,7 @@ class DebugMode {
   /// for the answer.
   bool Query() noexcept;
 
-  /// Frees what the signature check has loaded. The next Query() decides again. Any thread.
+  /// Frees the library that the signature check has loaded. The next Query() decides again. Any thread.
   void Release() noexcept;
 
  private:

@@ -1,7 +1,7 @@
 #include "identity/file_signature.h"
 
 #include <windows.h>
-// Needs windows.h; what follows needs it.
+// Needs windows.h; the headers below need wincrypt.h.
 #include <wincrypt.h>
 
 #include <softpub.h>

@@ -4,12 +4,12 @@
 
 namespace identity {
 
-/// Checks the signature of files with Windows' own function. Keeps the library of that function loaded after the first
-/// check. One thread.
+/// Checks the signature of files with WinVerifyTrust. Keeps the library of that function loaded after the first check.
+/// One thread.
 class FileSignature {
  public:
-  /// Returns true if the file at `path` has not changed since it was signed, by a signer that this machine trusts.
-  /// Shows nothing to the user and does not use the network. Returns false also when the library cannot be loaded.
+  /// Returns true if the file at `path` is signed by a signer that this machine trusts, and has not changed since.
+  /// Shows nothing to the user and does not use the network. Also returns false when the library cannot be loaded.
   /// Blocks.
   bool Verify(const wchar_t* path) noexcept;
 

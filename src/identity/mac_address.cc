@@ -21,7 +21,7 @@ namespace {
 /// Below this key each network adapter has a sub-key that describes it.
 constexpr wchar_t kNetworkClass[] =
     L"SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002bE10318}";
-// Bits of a sub-key's "Characteristics", as the network set-up calls them.
+// Bits of the value "Characteristics" in such a sub-key. The names are those of Windows' network set-up.
 constexpr DWORD kNcfVirtual = 0x1;
 constexpr DWORD kNcfPhysical = 0x4;
 
@@ -60,7 +60,7 @@ std::wstring AddressOf(const IP_ADAPTER_INFO& adapter) {
 
 /// Whether the sub-key `key` describes the adapter `name`.
 bool DescribesAdapter(const win::RegistryKey& key, const std::wstring& name) {
-  std::array<wchar_t, 261> id{};  // 520 bytes, and a terminator for a value that has none.
+  std::array<wchar_t, 261> id{};  // Room for 520 bytes and for a terminator, which the value may lack.
   return key.ReadData(L"NetCfgInstanceId", id.data(), 520) && _wcsicmp(id.data(), name.c_str()) == 0;
 }
 

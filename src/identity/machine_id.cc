@@ -14,15 +14,15 @@ namespace identity {
 
 namespace {
 
-/// Compatibility: a colon in this string would add the drive letter before it to the probes and so change existing
-/// identifiers.
+/// Compatibility: the letter before the first colon in this string is probed as a drive too. The string has no colon,
+/// so only drive C is probed. A colon would change existing identifiers.
 constexpr std::wstring_view kDriveAnchor = L"tessaron";
 
 constexpr size_t kMaxDiskLength = 40;
 constexpr size_t kMaxEscapedInput = 2048;
 
-/// The drives that are probed: C, and the letter before the first colon in `anchor` if it is another one. 0 stands for
-/// no drive.
+/// The drives that are probed: C, and the letter before the first colon in `anchor` if it is another one. 0 means no
+/// drive.
 std::array<wchar_t, 2> DriveLetters(std::wstring_view anchor) {
   std::array<wchar_t, 2> letters = {L'C', 0};
   const size_t colon = anchor.find(L':');
@@ -32,7 +32,8 @@ std::array<wchar_t, 2> DriveLetters(std::wstring_view anchor) {
   return letters;
 }
 
-/// Runs `probe` for each drive until it succeeds, and returns the field that it fills in.
+/// Runs `probe` for one drive after the other until it succeeds. Returns the field that `probe` filled in, or an empty
+/// field if it never succeeded.
 std::wstring ProbeDrives(bool (*probe)(wchar_t letter, std::wstring& field)) {
   std::wstring field;
   for (const wchar_t letter : DriveLetters(kDriveAnchor)) {
@@ -51,8 +52,8 @@ bool IsKept(wchar_t character) {
          (character >= L'A' && character <= L'Z') || character == L'_' || (character >= L'a' && character <= L'z');
 }
 
-/// Replaces each character that is not kept by its UTF-16 code unit in lower-case hex digits, at least two, without a
-/// mark. Takes at most 2,048 characters and drops the rest.
+/// Replaces each character that is not kept by its UTF-16 code unit in lower-case hex, for example "." by "2e": two
+/// digits or more, with no mark around them. Reads at most 2,048 characters and drops the rest.
 std::wstring Escape(const std::wstring& raw) {
   std::wstring escaped;
   for (const wchar_t character : raw.substr(0, kMaxEscapedInput)) {
@@ -72,7 +73,7 @@ std::string BuildMachineId() {
   const std::wstring disk = WithoutSpaces(NormalizeDiskSerial(ProbeDrives(&ProbeDiskSerial))).substr(0, kMaxDiskLength);
   const std::wstring volume = WithoutSpaces(ProbeDrives(&ProbeVolumeSerial));
   std::wstring mac;
-  // An adapter that is not wired gives its address too, although the probe then returns false.
+  // The result is ignored: for an adapter that is not wired, the probe stores the address too, but returns false.
   ProbeMacAddress(mac);
   return win::WideToThreadAnsi(
       Escape(L"C_" + processor + L"-D_" + disk + L"-M_" + WithoutSpaces(mac) + L"-V_" + volume));

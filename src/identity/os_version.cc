@@ -26,7 +26,7 @@ constexpr std::array<GenerationName, 19> kGenerationNames = {{
     {OsGeneration::kServer, L"Server"},
 }};
 
-// The fields that VerifyVersionInfoW can compare and that are used here.
+// Of the fields that VerifyVersionInfoW can compare, those that are used here.
 constexpr std::array<DWORD, 5> kVersionFields = {VER_MAJORVERSION, VER_MINORVERSION, VER_BUILDNUMBER,
                                                  VER_SERVICEPACKMAJOR, VER_PRODUCT_TYPE};
 
@@ -63,7 +63,7 @@ bool IsServer() {
 }
 
 std::string FeatureUpdateLabel(const char* valueName) {
-  // The 64-bit view, even in a 32-bit host.
+  // KEY_WOW64_64KEY names the 64-bit view, which a 64-bit process gets without it too.
   return win::RegistryKey::OpenAnsi(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion",
                                     KEY_WOW64_64KEY | KEY_QUERY_VALUE)
       .ReadAnsiText(valueName);
@@ -94,7 +94,8 @@ OsGeneration ClassifyOsGeneration() {
   if (IsVersionOrGreater(6, 1, 0)) return OsGeneration::k7;
   if (IsVersionOrGreater(6, 0, 0)) return OsGeneration::kVista;
   if (IsVersionOrGreater(5, 1, 0)) return OsGeneration::kXp;
-  // Compatibility: this test is the last one. The client expects servers to be named by their version.
+  // Compatibility: the test for a server is the last one, so a server is normally named by its version. The client
+  // expects that.
   return IsServer() ? OsGeneration::kServer : OsGeneration::kUnknown;
 }
 

@@ -32,8 +32,8 @@ enum class OsGeneration : int32_t {
 /// The short name of a generation, for instance "10". "unknown" for a number that has no name. Any thread.
 std::wstring OsGenerationName(OsGeneration generation);
 
-/// The generation of the running system. Windows answers only as far as the manifest of the host executable allows:
-/// without declared support for Windows 10, every later system is reported as an older one. Any thread.
+/// The generation of the running system. The answer depends on the manifest of the host executable: if it does not
+/// declare support for Windows 10, Windows 10 and later are reported as an older generation. Any thread.
 OsGeneration ClassifyOsGeneration();
 
 /// The generation's name and, if the system has one, a space and the label of its feature update: "10 22H2", "10 1909"

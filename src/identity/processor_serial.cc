@@ -47,7 +47,8 @@ void ExecuteCpuid(void* argument) {
 std::wstring ProcessorField() {
   CpuidLeaf version{.leaf = 1};
   CpuidLeaf serial{.leaf = 3};
-  // A hypervisor or an operating system can forbid the instruction. After a fault, all that was not read stays 0.
+  // A hypervisor or an operating system can forbid the instruction. After a fault, the registers that were not read
+  // stay 0.
   if (win::CallUnderFaultGuard(&ExecuteCpuid, &version)) win::CallUnderFaultGuard(&ExecuteCpuid, &serial);
   if (!(version.edx & kSerialNumberFeature)) return L"0";
   // Compatibility: existing identifiers have the signature (EAX) last, although it is the number's highest part.

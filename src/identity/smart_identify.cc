@@ -26,7 +26,7 @@ constexpr uint16_t kFixedDevice = 0x40;
 constexpr uint16_t kRemovableMedia = 0x80;
 constexpr DWORD kMaxOutputLength = 545;
 
-/// In what the two probes differ.
+/// The differences between the two probes.
 struct Variant {
   DWORD shareMode;
   bool needsIdeDevice;
@@ -39,7 +39,7 @@ SENDCMDINPARAMS InputA(unsigned drive, BYTE ideDeviceMap) {
   SENDCMDINPARAMS input{};
   input.cBufferSize = 512;
   input.irDriveRegs.bSectorCountReg = 1;
-  // Drives with an even number are the first ones of their channel, the others the second ones.
+  // Each IDE channel has two drives. The first one has an even number, the second one an odd number.
   input.irDriveRegs.bDriveHeadReg = drive % 2 == 0 ? 0xA0 : 0xB0;
   const bool isPacketDevice = ((ideDeviceMap >> drive) & 0x10) != 0;
   input.irDriveRegs.bCommandReg = isPacketDevice ? ATAPI_ID_CMD : ID_CMD;
@@ -92,13 +92,13 @@ bool Probe(const Variant& variant, unsigned drive, DiskRecord& record) {
   return true;
 }
 
-/// The white space of the C locale, for every value of a char.
+/// Like isspace in the C locale, but defined for every value of a char, negative ones too.
 bool IsWhiteSpace(char character) {
   return character == ' ' || (character >= '\t' && character <= '\r');
 }
 
 /// The string in words `first` to `last`, up to its first NUL. The high byte of a word is its first character. White
-/// space at the end of the words is removed, but never their first character.
+/// space at the end of the words is removed, except for their first character.
 std::string StringInWords(IdentifyData words, size_t first, size_t last) {
   std::string string;
   for (const uint16_t word : words.subspan(first, last - first + 1)) {

@@ -40,7 +40,8 @@ std::wstring HandleValueAsString(HANDLE handle) {
   return win::ThreadAnsiToWide(std::string(bytes.data(), strnlen(bytes.data(), bytes.size())));
 }
 
-/// Copies an enumeration's value that a driver has given, which may be none that the enumeration can have.
+/// Copies an enumeration's value that a driver has reported. Copies its bytes, because the value may be outside the
+/// enumeration.
 template <typename Enum>
 void CopyNumber(const Enum& value, uint32_t& number) {
   static_assert(sizeof(value) == sizeof(number));

@@ -7,7 +7,7 @@
 
 namespace identity {
 
-/// `value` in upper-case hex digits, with leading zeros up to `width` digits, which is at most 8. Any thread.
+/// `value` in upper-case hex, with leading zeros if it has fewer than `width` digits. `width` is at most 8. Any thread.
 inline std::wstring UpperHex(uint32_t value, int width) {
   std::array<wchar_t, 9> digits{};
   std::swprintf(digits.data(), digits.size(), L"%0*X", width, value);

@@ -24,9 +24,9 @@ static_assert(PROCESS_ALL_ACCESS == 0x1FFFFF && THREAD_ALL_ACCESS == 0x1FFFFF);
 
 win::NeverDestroyed<DumpNameState> dumpNames;
 
-/// What the frozen time works with and leaves behind. Made before the freeze. Freed only after the call lock has been
-/// left: a thread that could not be resumed may hold the heap's lock for ever, and freeing under the call lock would
-/// then block every later capture too.
+/// The memory and the results of the work that is done while the thread is frozen. Allocated before the freeze. Freed
+/// only after the DbgHelp call lock has been left: a thread that could not be resumed may hold the heap's lock for
+/// ever, and a capture that waits for the heap with the call lock held would block every later capture too.
 struct FrozenWork {
   std::wstring dumpPath;
   WalkMemory walkMemory;
@@ -38,8 +38,9 @@ struct FrozenWork {
   bool resumed = false;
 };
 
-/// Suspends the thread, dumps, walks and resumes. Returns false if the thread cannot be suspended, with nothing done.
-/// All memory is at hand before the thread is suspended. The caller holds the DbgHelp call lock.
+/// Suspends the thread, writes the dump, walks the stack and resumes the thread. Returns false if the thread cannot be
+/// suspended; then nothing has been written. Takes nothing from the process heap itself while the thread is suspended.
+/// The caller holds the DbgHelp call lock.
 bool WorkFrozen(const CaptureJankArgs& args, HANDLE process, HANDLE thread, const DumpNameChoice& choice,
                 FrozenWork& frozen) {
   frozen.dumpPath = args.janksDir + win::AnsiToWide(choice.name.characters.data());
@@ -60,7 +61,7 @@ bool WorkFrozen(const CaptureJankArgs& args, HANDLE process, HANDLE thread, cons
 void CaptureThread(const DbgHelpFunctions& dbgHelp, const CaptureJankArgs& args, HANDLE process,
                    CaptureJankResult& result) {
   const win::UniqueHandle thread(OpenThread(THREAD_ALL_ACCESS, FALSE, args.threadId));
-  // Windows opens a thread of any process by its id.
+  // OpenThread opens a thread of any process, so the thread's process must be checked.
   if (!thread || GetProcessIdOfThread(thread.Get()) != GetProcessId(process)) {
     result.errorText = "Failed open thread";
     return;
@@ -94,7 +95,7 @@ void CaptureThread(const DbgHelpFunctions& dbgHelp, const CaptureJankArgs& args,
 }  // namespace
 
 void RunCapture(const CaptureJankArgs& args, CaptureJankResult& result) {
-  // So that giving an error its text cannot fail later on.
+  // Reserved now, so that setting an error text cannot fail for lack of memory later.
   constexpr size_t kLongestErrorText = 32;
   for (std::string* const text :
        {&result.errorText, &result.dumpJankResult.errorText, &result.captureStackResult.errorText}) {

@@ -5,8 +5,8 @@
 namespace jank {
 
 /// Runs one capture: freezes the stalled thread, writes a minidump of its process (or shares the dump of a capture that
-/// overlaps), walks the thread's stack, lets the thread run again, and writes the report beside the dump. The outcome
-/// is in `result`, a fresh record.
+/// overlaps), walks the thread's stack, resumes the thread, and writes the report beside the dump. Stores the outcome
+/// in `result`, which the caller passes fresh.
 ///
 /// The thread is frozen only for the dump, the module enumeration and the walk. It is resumed on every path. While it
 /// is frozen, this module itself takes nothing from the process heap, because the thread may belong to this very

@@ -39,8 +39,8 @@ struct CaptureStackResult {
   std::string errorText;
 };
 
-/// The outcome of a capture. A fresh record is that of a capture that failed at its first step, except for the error
-/// text.
+/// The outcome of a capture. A fresh record describes a capture that failed at its first step; only the error text is
+/// missing.
 struct CaptureJankResult {
   /// The report's file name without its directory; empty if no report was written.
   std::string jsonFilename;

@@ -4,8 +4,8 @@
 
 #include "jank/dbghelp_functions.h"
 
-// What a capture holds for a time and must undo on every path. The functions, the process and the thread that a scope
-// is given must outlive it. For one thread.
+// Each of these objects starts something that a capture must undo on every path; its destructor undoes it. The
+// functions, the process and the thread that are passed to its constructor must outlive it. One thread.
 
 namespace jank {
 

@@ -8,13 +8,13 @@
 
 namespace {
 
-/// How often SymInitialize is tried when the list of modules changes under it.
+/// How many times SymInitialize is tried if the list of modules changes while it runs.
 constexpr unsigned kSymInitializeAttempts = 3;
 
 /// STATUS_INFO_LENGTH_MISMATCH, as GetLastError reports it.
 constexpr DWORD kModuleListChanged = 0xC0000004;
 
-// All of this lives as long as the module. DbgHelp is never unloaded, its symbol handler for this process is never
+// These objects live as long as the module. DbgHelp is never unloaded, its symbol handler for this process is never
 // stopped, and the locks are never deleted, because other native code may use them until the process ends.
 DbgHelpFunctions table;
 CRITICAL_SECTION callLock;
@@ -45,11 +45,13 @@ void LeaveCallLock() {
   LeaveCriticalSection(&callLock);
 }
 
-/// Loads DbgHelp and fills the table. The field of a function that it lacks stays null, which is no error here.
+/// Loads DbgHelp and fills the table. If DbgHelp lacks a function, the function's field stays null, which is no error
+/// here.
 bool LoadDbgHelp() {
   library = LoadLibraryW(L"DbgHelp");
   if (!library) return false;
-  // The loading has led back here: the table is filled already, and its lock may be held.
+  // While DbgHelp was loading, foreign code called GetDbgHelpFunctions: the table is filled already, and its lock may
+  // be held.
   if (table.Lock) return true;
   const auto resolve = [](auto& field, const char* name) {
     field = win::GetFunction<std::remove_reference_t<decltype(field)>>(library, name);
@@ -69,7 +71,7 @@ bool LoadDbgHelp() {
   return true;
 }
 
-/// Starts the symbol handler, again at once while the list of modules changes under it.
+/// Starts the symbol handler. Tries again at once if the list of modules has changed meanwhile.
 bool StartSymbolsRetrying(HANDLE process) {
   for (unsigned attempt = 0; attempt < kSymInitializeAttempts; ++attempt) {
     if (table.SymInitialize(process, nullptr, /*fInvadeProcess=*/TRUE)) {
@@ -85,7 +87,7 @@ bool StartSymbolsRetrying(HANDLE process) {
 bool StartOwnSymbols() {
   const HANDLE process = GetCurrentProcess();
   if (StartSymbolsRetrying(process)) return true;
-  // DbgHelp's error if somebody has started the handler for this process already.
+  // DbgHelp reports this error if other code has started the handler for this process already.
   if (lastSymbolError != ERROR_INVALID_PARAMETER) return false;
   table.SymCleanup(process);
   return StartSymbolsRetrying(process);

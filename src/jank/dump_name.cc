@@ -8,21 +8,21 @@ namespace jank {
 DumpName MakeDumpFileName() noexcept {
   const std::time_t now = std::time(nullptr);
   std::tm local{};
-  // A clock outside the calendar's range leaves fields that strftime must not see.
+  // If the clock is outside the calendar's range, localtime_s stores fields that strftime does not accept.
   if (localtime_s(&local, &now) != 0) {
     local = std::tm{};
     local.tm_mday = 1;
     local.tm_year = 70;
   }
-  // Not std::put_time: some standard libraries switch the process's locale for it. For numbers the two write the same.
-  // The calendar ends with the year 3000, so the name always fits.
+  // Not std::put_time, for which some standard libraries switch the process's locale. Both write numbers in the same
+  // way. The calendar ends with the year 3000, so the name always fits.
   DumpName name;
   std::strftime(name.characters.data(), name.characters.size(), "%Y-%m-%d %H-%M-%S.dmp", &local);
   return name;
 }
 
 DumpNameChoice DumpNameState::FirstLook() noexcept {
-  // The name is made before the lock is taken: the conversion of the time may take memory.
+  // The name is made before the lock is taken: the conversion of the time may allocate memory.
   const DumpName fresh = MakeDumpFileName();
   const std::lock_guard lock(lock_);
   if (!pendingDumpName_.IsEmpty()) return {.name = pendingDumpName_, .reuse = true};

@@ -10,7 +10,7 @@ namespace jank {
 /// The file name of a dump, without its directory: 23 characters, or none in a fresh value. Takes nothing from the
 /// heap.
 struct DumpName {
-  /// Ends with a zero.
+  /// NUL-terminated.
   std::array<char, sizeof("2024-03-05 14-07-09.dmp")> characters{};
 
   bool IsEmpty() const noexcept { return characters[0] == '\0'; }
@@ -24,31 +24,32 @@ DumpName MakeDumpFileName() noexcept;
 /// The dump file that a capture works with.
 struct DumpNameChoice {
   DumpName name;
-  /// True if another capture writes that file, or has written it, and this capture only names it.
+  /// True if another capture writes that file, or has written it, and this capture only refers to it.
   bool reuse = false;
 };
 
-/// Lets captures that overlap share one dump: a minidump holds every thread of the process anyway. One instance serves
-/// all captures of the process. Any thread. Lock order: the DbgHelp call lock is taken before this object's lock, never
-/// after it.
+/// Lets captures that overlap share one dump, because a minidump holds every thread of the process anyway. Captures of
+/// different processes share one too (docs/jank-report.md). One instance serves all captures of the process. Any
+/// thread. Lock order: the DbgHelp call lock is taken before this object's lock, never after it.
 ///
 /// While one capture has a thread frozen, another one may be in FirstLook. So nothing is taken from the heap or given
 /// back to it under this object's lock: the frozen thread may hold the heap's own lock, and the two captures would then
-/// wait for ever.
+/// wait for each other for ever.
 ///
 /// A capture that fails before it publishes leaves its name pending. That does no harm: the next capture finds that the
 /// name was never published, and chooses a new one.
 class DumpNameState {
  public:
-  /// Before the DbgHelp call lock is taken: returns the name of the dump that is being written, or else a new one.
+  /// Called before the DbgHelp call lock is taken. Returns the name of the dump that is being written, or else a new
+  /// name.
   DumpNameChoice FirstLook() noexcept;
 
-  /// With the DbgHelp call lock held, so that a capture that was writing has published. Confirms a reused name, or
-  /// replaces it by a new one, whose dump this capture must write itself.
+  /// Called with the DbgHelp call lock held: a capture that was writing a dump has published it by then. Confirms a
+  /// reused name or replaces it by a new one. A new name means that this capture must write the dump itself.
   void SecondLook(DumpNameChoice& choice) noexcept;
 
-  /// After a capture wrote its own dump, or failed to: lets other captures share it, or not. Not for a capture that
-  /// reuses a dump.
+  /// Called after a capture has tried to write its own dump. If that succeeded, other captures may share the dump. Not
+  /// called by a capture that reuses a dump.
   void Publish(const DumpName& name, bool succeeded) noexcept;
 
  private:

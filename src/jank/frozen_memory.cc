@@ -6,7 +6,8 @@ namespace jank {
 
 namespace {
 
-/// Address space costs next to nothing until it is committed, so there is plenty of it: a trace of millions of frames.
+/// Address space costs almost nothing until it is committed. So a lot is reserved, enough for a trace of millions of
+/// frames.
 constexpr size_t kReserved = size_t{1} << 28;
 constexpr size_t kFirstCommit = size_t{1} << 16;
 
@@ -28,7 +29,7 @@ std::byte* FrozenMemory::Extend(size_t bytes) noexcept {
 bool FrozenMemory::Commit(size_t bytes) noexcept {
   if (!base_) return false;
   if (bytes <= committed_) return true;
-  // In steps that double, so that there are few of them.
+  // The committed size at least doubles, so that few steps are needed.
   const size_t wanted = std::min(kReserved, std::max(bytes, 2 * committed_));
   if (!VirtualAlloc(base_.Get(), wanted, MEM_COMMIT, PAGE_READWRITE)) return false;
   committed_ = wanted;

@@ -18,7 +18,7 @@ class FrozenMemory {
   FrozenMemory() noexcept;
   explicit operator bool() const noexcept { return committed_ > 0; }
 
-  /// Returns `bytes` more bytes, directly behind those of the call before, or null if there is no memory for them.
+  /// Returns `bytes` more bytes, directly after those of the previous call, or null if there is no memory for them.
   std::byte* Extend(size_t bytes) noexcept;
 
   const std::byte* Begin() const noexcept { return base_.Get(); }

@@ -41,7 +41,7 @@ struct Property {
   void (*read)(const Napi::Value& value, CaptureJankArgs& args);
 };
 
-/// In the order in which script sees them read.
+/// In the order in which they are read, which script can see by getters.
 constexpr Property kProperties[] = {
     {"processId", napi_number, &ReadField<&CaptureJankArgs::processId>},
     {"threadId", napi_number, &ReadField<&CaptureJankArgs::threadId>},
@@ -74,8 +74,8 @@ CaptureJankArgs ReadArgs(const Napi::Object& object) {
   return args;
 }
 
-/// A capture ends with a report or with an error text. If there is neither, memory ran out, before the thread was
-/// suspended or after it was resumed. The text is then that of the step that could not be done.
+/// A capture ends with a report or with an error text. If there is neither, memory ran out before the thread was
+/// suspended or after it was resumed. The error text then names the step that could not be done.
 std::string ErrorTextOf(const CaptureJankResult& result) {
   if (!result.errorText.empty() || !result.jsonFilename.empty()) return result.errorText;
   const bool wasFrozen = result.dumpJankResult.succ || !result.dumpJankResult.errorText.empty();

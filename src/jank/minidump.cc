@@ -7,7 +7,7 @@ namespace jank {
 
 namespace {
 
-/// Neither full memory nor data segments: the dump stays small.
+/// Without full memory and data segments, so that the dump stays small.
 constexpr auto kDumpType = static_cast<MINIDUMP_TYPE>(MiniDumpWithUnloadedModules | MiniDumpWithProcessThreadData |
                                                       MiniDumpWithFullMemoryInfo | MiniDumpWithThreadInfo);
 

@@ -37,10 +37,10 @@ struct WalkMemory {
 /// enumeration goes on. A module for which there is no memory is left out.
 BOOL CALLBACK OnLoadedModule(PCWSTR moduleName, DWORD64 moduleBase, ULONG moduleSize, PVOID moduleList);
 
-/// Returns the stack of a thread, innermost frame first: a line for each frame, of the module's name, "!0x", the offset
-/// in that module in lower-case hexadecimal, CR and LF. For an address outside all modules the name is "<unknown>" and
-/// the number is the address itself. There is no limit on the number of frames; if memory runs out, the trace ends with
-/// the last line that fitted. The result lives in `memory`, which must be true and fresh.
+/// Returns the stack of a thread, innermost frame first. Each frame is a line like "ntdll.dll!0x9f4a4": the module's
+/// name, "!0x", the offset in that module in lower-case hexadecimal, CR and LF. For an address outside all modules the
+/// name is "<unknown>" and the number is the address itself. There is no limit on the number of frames; if memory runs
+/// out, the trace ends with the last line that fitted. The result lives in `memory`, which must be true and fresh.
 ///
 /// If the stack cannot be walked, the result is empty and `errorText` says why. A walk that ends early is no error.
 ///

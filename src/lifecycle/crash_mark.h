@@ -15,8 +15,8 @@ inline constexpr uint32_t kHardwareCapabilityMark = 1;
 inline constexpr uint32_t kStartupMark = 3;
 inline constexpr uint32_t kReservedMark = 4;
 
-/// A store of crash marks. No operation throws because the store cannot be read or written; it then returns false. Each
-/// throws std::bad_alloc when memory runs out. An object is not locked: one thread at a time.
+/// A store of crash marks. If the store cannot be read or written, an operation returns false and does not throw. Each
+/// throws std::bad_alloc when memory runs out. One thread.
 class CrashMarkProcessor {
  public:
   virtual ~CrashMarkProcessor() = default;
@@ -24,15 +24,15 @@ class CrashMarkProcessor {
   /// Sets the mark. Returns true when it is set now. A mark that was set before keeps its time.
   virtual bool setMark(uint32_t type, std::string argument) = 0;
 
-  /// Clears the mark. Returns true when it was known and has been removed from the store.
+  /// Clears the mark. Returns true when this object knew the mark and has removed it from the store.
   virtual bool clearMark(uint32_t type, std::string argument) = 0;
 
   /// Returns true when the mark is set and still counts.
   virtual bool hasMark(uint32_t type, std::string argument) = 0;
 };
 
-/// The same operations on the process's one store. It is created at the first use and destroyed when the module is
-/// unloaded. Each returns false when there is no store. Any thread; a lock keeps the calls apart.
+/// The same operations on the process's one store. The store is created at the first use and destroyed when the module
+/// is unloaded. Each operation returns false when there is no store. Any thread; a lock lets one call run at a time.
 namespace crash_marks {
 
 bool setMark(uint32_t type, const std::string& argument);
@@ -41,8 +41,8 @@ bool hasMark(uint32_t type, const std::string& argument);
 
 }  // namespace crash_marks
 
-/// Holds a mark of the process's store around a block of native code. The process ends if memory runs out at the end of
-/// the block. Any thread.
+/// For a block of native code that may crash: the constructor sets a mark in the process's store, the destructor clears
+/// it. The process ends if memory runs out in the destructor. Any thread.
 class ScopedCrashMark {
  public:
   ScopedCrashMark(uint32_t type, std::string argument);

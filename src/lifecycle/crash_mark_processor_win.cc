@@ -47,15 +47,16 @@ bool IsFresh(int64_t stored, int64_t now) noexcept {
 
 enum class MarkState { kAbsent, kFresh, kStale };
 
-/// Compatibility: the value's type does not matter, and data shorter than a time is the time's low bytes. Longer data
-/// is no mark.
+/// Compatibility: the value's type does not matter, and data shorter than 8 bytes gives the low bytes of the time.
+/// Longer data is no mark.
 MarkState ReadMark(const win::RegistryKey& key, const std::wstring& valueName) noexcept {
   int64_t stored = 0;
   if (!key.ReadData(valueName.c_str(), &stored, sizeof(stored))) return MarkState::kAbsent;
   return IsFresh(stored, UnixMillisecondsNow()) ? MarkState::kFresh : MarkState::kStale;
 }
 
-/// Whether the mark `name` counts. Removes one that does not count: it is too old, or a wrong clock wrote it.
+/// Whether the mark `name` counts. Removes a mark that does not count, because it is too old or was set by a wrong
+/// clock.
 bool CheckMark(const win::RegistryKey& key, const std::string& name) {
   const std::wstring valueName = win::AnsiToWide(name);
   const MarkState state = ReadMark(key, valueName);

@@ -9,24 +9,25 @@
 namespace lifecycle {
 
 /// Keeps crash marks in the registry: one REG_QWORD for each, which holds the time at which it was set. All users and
-/// all processes of the client share the key. Reading a mark that no longer counts removes it. What has been read is
-/// cached in memory; the registry decides.
+/// all processes of the client share the key. Reading a mark that no longer counts removes it. Marks that have been
+/// read are also cached in memory; see hasMark.
 class CrashMarkProcessorWin : public CrashMarkProcessor {
  public:
   /// Reads the marks that have no argument.
   CrashMarkProcessorWin();
 
   /// Creates the key where it is missing, even for a mark without a name. After writing a new mark it waits until the
-  /// clock shows a later millisecond, because a mark does not count in the millisecond in which it was set. That takes
-  /// a millisecond, and at most five where the clock stands still or goes back.
+  /// clock shows a later millisecond, because a mark does not count in the millisecond in which it was set. The wait
+  /// takes about one millisecond, and at most five milliseconds if the clock stands still or goes back.
   bool setMark(uint32_t type, std::string argument) override;
 
-  /// Clears only what this object has read or set before: for a mark that it does not know it returns false and leaves
-  /// the registry alone. Afterwards it does not know the mark, even if the registry could not be written.
+  /// Clears only a mark that this object has read or set before. For any other mark, returns false and leaves the
+  /// registry unchanged. Afterwards this object does not know the mark any more, even if the registry could not be
+  /// written.
   bool clearMark(uint32_t type, std::string argument) override;
 
-  /// Reads the registry only when there is an argument. Without one, and when the key cannot be opened, it returns what
-  /// is cached.
+  /// Reads the registry only when there is an argument. Without an argument, or when the key cannot be opened, returns
+  /// the cached state.
   bool hasMark(uint32_t type, std::string argument) override;
 
  private:

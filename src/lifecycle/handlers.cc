@@ -27,7 +27,7 @@ Napi::Value EnterStartupMask(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value LeaveStartupMask(const Napi::CallbackInfo& info) {
-  // First, so that the mark is cleared even when the answer cannot be made.
+  // Done first, so that the mark is cleared even when the answer cannot be made.
   ClearStartupMark();
   const auto result = Napi::Object::New(info.Env());
   const StartupRecord record = RecordStartup();
@@ -40,7 +40,7 @@ Napi::Value LeaveStartupMask(const Napi::CallbackInfo& info) {
 
 Napi::Value RemoveOldVersion(const Napi::CallbackInfo& info) {
   const Napi::Env env = info.Env();
-  // Made first: if one cannot be made, nothing has been removed.
+  // These objects are made first: if one cannot be made, nothing has been removed yet.
   const auto result = Napi::Object::New(env);
   const auto gpuResult = Napi::Object::New(env);
   const auto firewallResult = Napi::Object::New(env);

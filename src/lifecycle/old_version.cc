@@ -23,7 +23,8 @@ std::string ErrorText(const char* step, HRESULT code) {
 
 std::optional<std::string> RemoveGpuPreference(const std::wstring& path) {
   // Compatibility: the key is opened for query only, so Windows refuses the removal, and the client expects that
-  // answer. There is no view flag, unlike with the client's own keys: this is a key of Windows.
+  // answer. Unlike for the client's own keys, there is no flag for the 32-bit view, because this key belongs to
+  // Windows.
   const auto preferences =
       win::RegistryKey::Open(HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\DirectX\\UserGpuPreferences", KEY_QUERY_VALUE);
   if (!preferences) return "Failed to open key";
@@ -35,7 +36,7 @@ std::optional<std::string> RemoveFirewallRule(const std::wstring& name) {
   win::UniqueCom<INetFwPolicy2> policy;
   HRESULT status = CoCreateInstance(kNetFwPolicy2, nullptr, CLSCTX_INPROC_SERVER, kINetFwPolicy2,
                                     reinterpret_cast<void**>(policy.Receive()));
-  // Compatibility: the text names another function than the one that failed, and the client looks for this text.
+  // Compatibility: the error text names a function that was not called, and the client looks for this text.
   if (FAILED(status)) return ErrorText("Fail to CoInitializeEx", status);
   win::UniqueCom<INetFwRules> rules;
   status = policy.Get()->get_Rules(rules.Receive());

@@ -14,9 +14,9 @@ namespace {
 /// Guards `claim` between script workers.
 win::SrwLock claimLock;
 
-/// The handle of the last claim; null when there is none. Compatibility: this is no owner that closes. A second claim
-/// overwrites the handle of the first without closing it, so the mutex stays until the process ends. The client relies
-/// on that.
+/// The handle of the last claim; null when there is none. Compatibility: this is a plain HANDLE, which closes nothing
+/// by itself. A second claim overwrites the handle of the first one without closing it, so the mutex stays until the
+/// process ends. The client relies on that.
 HANDLE claim = nullptr;
 
 }  // namespace
@@ -26,13 +26,15 @@ bool ClaimSingleInstance() noexcept {
   // The name has no namespace prefix, so it belongs to the terminal session and other sessions do not see it.
   claim = CreateMutexA(nullptr, TRUE, "__MUTEX_TESSARON_LIVE_EXE__");
   if (GetLastError() == ERROR_ALREADY_EXISTS) return true;
-  // Compatibility: a mutex that another user's rights protect counts as another instance. Any other failure does not.
+  // Compatibility: a mutex that exists but that this user may not open counts as another instance. Any other failure
+  // does not.
   return GetLastError() == ERROR_ACCESS_DENIED;
 }
 
 void GiveUpSingleInstance() noexcept {
   const std::lock_guard guard(claimLock);
-  // Without ReleaseMutex: nobody waits for the mutex, and closing the last handle of an owned mutex abandons it.
+  // ReleaseMutex is not needed: nobody waits for the mutex, and closing its last handle abandons the mutex if it is
+  // still owned.
   if (claim) CloseHandle(std::exchange(claim, nullptr));
 }
 

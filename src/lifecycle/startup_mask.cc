@@ -18,7 +18,8 @@ namespace {
 
 constexpr wchar_t kLatestBootableVersion[] = L"LatestBootableVersion";
 
-/// Makes looking for the mark and changing it one step, so that of several script workers only one is the first.
+/// Held while the mark is looked for and changed. So if several script workers enter at once, only one of them finds no
+/// mark.
 win::SrwLock startupLock;
 
 /// An install directory that ends with a backslash gives two backslashes in the path.
@@ -26,19 +27,20 @@ std::string ExecutableOfThisBuild(const std::string& installDirectory) {
   return installDirectory + "\\bin\\" + kBuildVersion + "\\borvanta.exe";
 }
 
-/// Compatibility: compares all attributes at once, so a directory with any further attribute passes for the file.
+/// Compatibility: compares all attributes at once, so a directory with any further attribute counts as a file.
 bool IsFile(const std::string& path) {
   const DWORD attributes = GetFileAttributesA(path.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && attributes != FILE_ATTRIBUTE_DIRECTORY;
 }
 
-/// Records a path, which is in the ANSI code page. False when there is no such file or the registry cannot be written.
+/// Records `executable`, a path in the ANSI code page. Returns false when there is no such file or the registry cannot
+/// be written.
 bool RecordBootable(const std::string& executable) {
   if (!IsFile(executable)) return false;
   return OpenClientKey(kInstallKey, KEY_SET_VALUE).WriteText(kLatestBootableVersion, win::AnsiToWide(executable));
 }
 
-/// The installer's note in the value `name`, when it is about this version.
+/// The installer's note in the value `name`, when it names this version.
 std::optional<std::string> TakeInstallNote(const win::RegistryKey& notes, const wchar_t* name) {
   std::string version = win::WideToUtf8(notes.ReadText(name));
   if (version != kBuildVersion) return std::nullopt;

@@ -5,18 +5,18 @@
 
 namespace lifecycle {
 
-/// The start-up of this build. The client's launcher must notice when it crashes. All strings are UTF-8. A failure of
-/// the registry or the file system leaves out its part of the answer and is never thrown; std::bad_alloc is, when
-/// memory runs out. Any thread.
+/// These functions record the start-ups of this build, so that the client's launcher notices when one has crashed. All
+/// strings are UTF-8. When the registry or the file system fails, the answer lacks the part that needed it, and nothing
+/// is thrown. Each function throws std::bad_alloc when memory runs out. Any thread.
 
 struct StartupEntry {
-  /// True when the mark of an earlier start-up was found that never finished.
+  /// True when a mark was found: an earlier start-up has not finished.
   bool hasMask = false;
-  /// The executable of the latest build that finished its start-up. It is looked for only with `hasMask`.
+  /// The executable of the latest build that finished its start-up. Looked for only if `hasMask` is true.
   std::optional<std::string> lastVersion;
 };
 
-/// Sets this version's start-up mark. Leaves it as it is when it is still set.
+/// Sets this version's start-up mark. A mark that is still set stays unchanged.
 StartupEntry EnterStartup();
 
 /// Clears this version's start-up mark.
@@ -28,7 +28,7 @@ struct StartupRecord {
   /// This version, when the installer has noted a normal or a silent install of it.
   std::optional<std::string> installVersion;
   std::optional<std::string> silentVersion;
-  /// The folder of installed builds. Absent, like all the rest, when the install key cannot be opened.
+  /// The folder of installed builds. Absent, like all the other fields, when the install key cannot be opened.
   std::optional<std::string> deleteFolderPath;
 };
 

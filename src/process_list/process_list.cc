@@ -20,7 +20,7 @@ void ListProcesses(ProcessList& processes) {
   for (BOOL more = Process32FirstW(snapshot.Get(), &entry); more; more = Process32NextW(snapshot.Get(), &entry)) {
     found.emplace_back(entry.th32ProcessID, win::WideToUtf8(entry.szExeFile));
   }
-  // Only now, because half of a list would look like a whole one.
+  // Stored only now: if memory runs out before the last process, an incomplete list would look complete.
   processes = std::move(found);
 }
 

@@ -11,8 +11,8 @@ namespace process_list {
 using ProcessList = std::vector<std::pair<unsigned long, std::string>>;
 
 /// Puts every running process into `processes`, which the caller passes empty; the idle process (id 0) is one of them.
-/// `processes` stays empty if the system gives no snapshot or no first entry. Throws std::bad_alloc, also with
-/// `processes` empty. Any thread.
+/// `processes` stays empty if the system gives no snapshot or no first entry. Throws std::bad_alloc; `processes` is
+/// empty then too. Any thread.
 void ListProcesses(ProcessList& processes);
 
 }  // namespace process_list

@@ -18,7 +18,8 @@ struct ComTraits {
   static void Close(Value value) noexcept { value->Release(); }
 };
 
-/// A reference to a COM object, released by its destructor, in the apartment in which it was obtained.
+/// A reference to a COM object. Its destructor releases it, and must run in the apartment in which the reference was
+/// obtained.
 template <typename Interface>
 using UniqueCom = UniqueResource<ComTraits<Interface>>;
 

@@ -15,10 +15,11 @@ static int BorvantaCallUnderFaultGuard(void (*function)(void*), void* argument) 
 
 #else
 
-// GCC has no __try, but its assembler can describe the same: a frame whose exceptions go to the handler of the C
-// runtime, with a table of one entry that says "for every exception in the call, continue at the label". So the system
-// itself unwinds the stack, in the builds of both compilers. Jumping out of a vectored handler instead would leave the
-// system's list of handlers in use, and a processor with shadow stacks would refuse the jump.
+// GCC has no __try, but its assembler can describe the same thing. The exceptions of this frame go to the C runtime's
+// handler, __C_specific_handler. The handler's table has one entry: after any exception between .LguardBegin and
+// .LguardEnd, continue at .LguardFaulted. So the system itself unwinds the stack, as it does for __try. A jump out of a
+// vectored handler would be worse: Windows would go on treating its list of handlers as in use, and a processor with
+// shadow stacks would refuse the jump.
 extern "C" int BorvantaCallUnderFaultGuard(void (*function)(void*), void* argument) noexcept;
 
 asm(R"(

@@ -4,9 +4,8 @@
 
 namespace win {
 
-/// An object of the process that is there until the process ends: no destructor runs. At that end, and when the module
-/// is unloaded, there is no good moment for system calls, and a thread may have been stopped with the object's lock in
-/// its hands.
+/// A process-wide object whose destructor never runs. While the process ends or the module is unloaded, system calls
+/// are not safe, and a thread may have been stopped while it held the object's lock.
 template <typename Object>
 union NeverDestroyed {
   template <typename... Arguments>

@@ -10,8 +10,8 @@
 namespace win {
 
 /// An open registry key, closed by its destructor. Reads and writes values in the few ways that this module needs. On a
-/// key that could not be opened every operation fails. What is not noexcept throws std::bad_alloc when memory runs out.
-/// One thread.
+/// key that could not be opened every operation fails. Functions that are not noexcept throw std::bad_alloc when memory
+/// runs out. One thread.
 class RegistryKey {
  public:
   /// Opens an existing key. The result is false when the key is missing or access is refused. `access` is the whole
@@ -37,7 +37,7 @@ class RegistryKey {
   std::wstring ReadText(const wchar_t* valueName) const;
 
   /// Reads a value's data into `buffer`, whose size is `size` bytes. The value's type does not matter. Returns false
-  /// when the value is missing or longer. Shorter data leaves the rest of the buffer unchanged.
+  /// when the value is missing or longer than `size`. Shorter data leaves the rest of the buffer unchanged.
   bool ReadData(const wchar_t* valueName, void* buffer, DWORD size) const noexcept;
 
   /// The name of the sub-key at `index`, counted from 0. Empty after the last one and after any failure.

@@ -4,8 +4,8 @@
 
 namespace win {
 
-/// A lock for std::lock_guard that cannot fail and takes no memory; std::mutex may throw, and some standard libraries
-/// give it its memory at the first use. Not re-entrant. Any thread.
+/// A lock for std::lock_guard that cannot fail and allocates no memory. std::mutex may throw, and some standard
+/// libraries allocate memory for it at its first use. Not re-entrant. Any thread.
 class SrwLock {
  public:
   constexpr SrwLock() noexcept = default;

@@ -4,7 +4,8 @@ namespace win {
 
 namespace {
 
-/// As a length: the system converts up to the first NUL, and the size that it returns includes the NUL.
+/// Passed as the length of a string: the system converts up to the first NUL, and the size that it returns includes the
+/// NUL.
 constexpr int kUpToTerminator = -1;
 
 }  // namespace

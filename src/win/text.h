@@ -30,8 +30,8 @@ inline std::wstring AnsiToWide(const std::string& text) {
   return NarrowToWide(CP_ACP, text);
 }
 
-/// UTF-16 to the ANSI code page of the calling thread. Compatibility: script gets the strings of src/identity in these
-/// bytes, read as UTF-8. The client has always read them so.
+/// UTF-16 to the ANSI code page of the calling thread. Compatibility: the strings of src/identity are in this code
+/// page, but are passed to script as if they were UTF-8. The client has always got them in this way.
 inline std::string WideToThreadAnsi(const std::wstring& text) {
   return WideToNarrow(CP_THREAD_ACP, text);
 }

@@ -6,11 +6,12 @@
 
 namespace win {
 
-/// Owns one resource of a C interface and gives it back in its destructor. Movable, not copyable, not thread-safe.
+/// Owns one resource of a C interface and frees it in its destructor. Movable, not copyable, not thread-safe.
 ///
 /// `Traits` names the resource's `Value` type, its `Invalid()` value, and `Close(Value)`, which is never called with
-/// the invalid value. Kinds differ in their invalid value (null for kernel objects, INVALID_HANDLE_VALUE for files and
-/// snapshots), so each kind is a type of its own and one cannot be tested with the other's value by mistake.
+/// the invalid value. The invalid value depends on the kind of resource: it is null for kernel objects, but
+/// INVALID_HANDLE_VALUE for files and snapshots. So each kind is a separate type, and no resource can be tested against
+/// the wrong value by mistake.
 template <typename Traits>
 class UniqueResource {
  public:
@@ -34,19 +35,20 @@ class UniqueResource {
   /// The resource, still owned by this object.
   Value Get() const noexcept { return value_; }
 
-  /// Closes what is held and gives the place where an out-parameter may store a new resource.
+  /// Closes the current resource. Returns the address for an out-parameter, through which a function stores a new
+  /// resource.
   Value* Receive() noexcept {
     Reset();
     return &value_;
   }
 
-  /// Closes what is held and takes `value` instead.
+  /// Closes the current resource and owns `value` instead.
   void Reset(Value value = Traits::Invalid()) noexcept {
     if (value_ != Traits::Invalid()) Traits::Close(value_);
     value_ = value;
   }
 
-  /// Gives the resource away: from here on the caller closes it.
+  /// Returns the resource and no longer owns it: the caller must close it.
   [[nodiscard]] Value Release() noexcept { return std::exchange(value_, Traits::Invalid()); }
 
  private:
