@@ -113,9 +113,9 @@ export async function runInWine(program, args, { lane, stdout, stderr, env, ...o
 /**
  * Opens the Wine desktop of a lane and keeps it open until stopWine(), or for an hour. Resolves when it is open.
  *
- * Otherwise the desktop's process ends a second after the last program, and the next program starts it again. If that
- * is a child process of a test, the desktop inherits its output pipe, and the test waits for ever for the pipe to
- * close.
+ * Without this, the desktop's process ends a second after the last program, and the next program starts it again. If
+ * that program is a child process of a test, the desktop inherits the child's output pipe, and the test waits in vain
+ * for the pipe to close.
  */
 export async function holdDesktop(lane, node) {
   const script = `const { load } = require('./tools/windows-node/node_modules/koffi');
