@@ -10,8 +10,8 @@ const failure = (result) => Object.assign(new Error(`A capture failed: ${result.
 
 /**
  * Runs a capture up to the freeze, so that DbgHelp and the files that it reads are in memory when a stall comes. The
- * capture stops there because the process has no thread with the id 0. If it fails earlier, every capture would:
- * rejects.
+ * capture stops there because the process has no thread with the id 0. Rejects if it fails earlier, because every other
+ * capture would then fail too.
  */
 exports.warmUp = async (settings) => {
   const result = await captureNativeJank({ ...settings, threadId: 0, living: true, uptime: 0, duration: 0 });
