@@ -18,7 +18,7 @@ exports.captureProperties = {
   duration: 'number',
 };
 
-/** A value in the words of Node.js' own messages. */
+/** Describes a value in the same words as Node.js' own error messages. */
 function describe(value) {
   if (value === null || value === undefined) return `${value}`;
   if (typeof value === 'function') return `function ${value.name || '(anonymous)'}`;
@@ -28,9 +28,9 @@ function describe(value) {
 }
 
 /**
- * Throws the TypeError that Node.js' own functions throw, unless `value` is of `type`: a result of typeof, except that a
- * function is an "object" too and null is none. `name` is the name of a parameter ("nativePid") or of a property with the
- * parameter before it ("args.processId").
+ * Throws the same TypeError as Node.js' own functions, unless `value` is of `type`. A type is a result of typeof,
+ * except that a function also counts as an "object" and null does not. `name` is the name of a parameter ("nativePid"),
+ * or of a property behind the name of its parameter ("args.processId").
  */
 exports.checkType = (name, value, type) => {
   if (type === 'object' ? Object(value) === value : typeof value === type) return;
@@ -39,8 +39,10 @@ exports.checkType = (name, value, type) => {
     { code: 'ERR_INVALID_ARG_TYPE' });
 };
 
-/** checkType() for an object's properties: `types` has the type of each required one. */
+/** Calls checkType() for the required properties of an object; `types` has the type of each. */
 exports.checkProperties = (name, object, types) => {
   exports.checkType(name, object, 'object');
-  for (const [property, type] of Object.entries(types)) exports.checkType(`${name}.${property}`, object[property], type);
+  for (const [property, type] of Object.entries(types)) {
+    exports.checkType(`${name}.${property}`, object[property], type);
+  }
 };

@@ -1,9 +1,9 @@
 /**
- * What takes the result of a function that works on a thread of its own. It is called once, later, on the script thread of
- * the caller. Until then the call keeps the event loop alive. It is never called if the script environment ends first, or
- * if memory runs out for the very delivery of the result.
+ * Gets the result of a function that works on a background thread. The callback is called once, later, on the script
+ * thread of the caller. Until then the call keeps the event loop alive. The callback is never called if the script
+ * environment ends first, or if there is no memory left to deliver the result.
  *
- * If it throws, Node.js prints the warning DEP0168 and the process goes on; with the option
+ * If the callback throws, Node.js prints the warning DEP0168 and the process goes on; with the option
  * `--force-node-api-uncaught-exceptions-policy` the exception is an uncaught one.
  */
 export type ResultCallback<Result> = (result: Result) => void;
@@ -16,20 +16,20 @@ export interface ProcessEntry {
   name: string;
 }
 
-/** What {@link enumProcessList} calls back with. */
+/** The result of {@link enumProcessList}. */
 export interface ProcessListResult {
-  /** Every running process, in the order of the system's snapshot; empty if the system gives none or memory runs out. */
+  /** Every running process, in the order of Windows' snapshot; empty if Windows gives none or memory runs out. */
   list: ProcessEntry[];
 }
 
 /**
- * A string that identifies the machine and stays the same. It has the serial number of the processor, that of the disk
- * behind drive C, the address of a physical network adapter and the serial number of volume C, for instance
- * "C_0-D_S3Z9NB0K-M_001122334455-V_1A2B3C4D". It is plain ASCII: characters other than "-", "=", "_", letters and
- * digits are written as hex digits. It is not a hash; treat it as personal data.
+ * A string that identifies the machine and stays the same, for instance "C_0-D_S3Z9NB0K-M_001122334455-V_1A2B3C4D". Its
+ * four fields are the serial number of the processor, the serial number of the disk behind drive C, the address of a
+ * physical network adapter, and the serial number of volume C. It is plain ASCII: characters other than "-", "=", "_",
+ * letters and digits are written as hex digits. It is not a hash; treat it as personal data.
  *
- * @returns the string. What cannot be found out is an empty field ("0" for the processor). It is built once in a
- *   process: the first call may wait for devices for a while, later calls return at once. Never throws.
+ * @returns the string. A field is empty ("0" for the processor) if its number cannot be found. The string is built once
+ *   in a process: the first call may wait for devices for a while, later calls return at once. Never throws.
  */
 export function getGuid(): string;
 
@@ -42,24 +42,23 @@ export function getCpuName(): string;
 
 /**
  * A short name of the Windows generation and, if Windows has one, a space and the label of its feature update: for
- * instance "11 23H2", "10 1909" or "10". Windows answers only as far as the manifest of the host executable allows:
- * without declared support for Windows 10, every later system is reported as an older one. Node.js' own executable
- * declares it.
+ * instance "11 23H2", "10 1909" or "10". If the manifest of the host executable does not declare support for Windows
+ * 10, Windows reports itself as an older one. The manifest of Node.js' own executable declares it.
  *
- * @returns the string, never empty ("unknown" at least). It is built once in a process. Never throws.
+ * @returns the string, never empty: "unknown" if nothing else is known. It is built once in a process. Never throws.
  */
 export function getOsVersionWithReleaseId(): string;
 
 /** What {@link enterStartupMask} returns. */
 export interface StartupEntry {
   /**
-   * True when an earlier start-up of this version never finished. When false, the mark of this start-up has been set, if
-   * the registry could be written.
+   * True when an earlier start-up of this version never finished. When it is false, the mark of this start-up is now
+   * set, if the registry could be written.
    */
   hasMask: boolean;
   /**
-   * The full path of the executable of the latest build that finished its start-up, to fall back to. Left out when
-   * `hasMask` is false and when no such build is recorded.
+   * The build to fall back to: the full path of the executable of the latest build that finished its start-up. Left out
+   * when `hasMask` is false and when no such build is recorded.
    */
   lastVersion?: string;
 }
@@ -73,9 +72,9 @@ export interface StartupRecord {
   /** This version, when the installer has noted a silent install of it. */
   silentVersion?: string;
   /**
-   * The folder of installed builds, without a trailing backslash. Left out when the client's key cannot be opened. Check
-   * it before you use it: it is only "\bin" when that key has no install directory, and setting a start-up mark creates
-   * the key.
+   * The folder of installed builds, without a trailing backslash. Left out when the client's key cannot be opened.
+   * Check it before you use it: it is only "\bin" when that key has no install directory, and setting a start-up mark
+   * creates the key.
    */
   deleteFolderPath?: string;
 }
@@ -93,7 +92,7 @@ export interface OldVersionRemoval {
     /** "BorvantaFirewall_" and the version. */
     firewallName: string;
     delSuccess: boolean;
-    /** Empty on success. Otherwise the step that failed, directly followed by its HRESULT as a signed decimal number. */
+    /** Empty on success. Otherwise the failed step, directly followed by its HRESULT as a signed decimal number. */
     errorText: string;
   };
 }
@@ -102,23 +101,24 @@ export interface OldVersionRemoval {
  * Claims the mutex that lets the client run once in a user session. The claim lasts until {@link destroyDuplicateMutex}
  * or the end of the process.
  *
- * @returns true when another instance holds the mutex, or this process already does. False when this is the first
- *   instance, and also when the mutex cannot be created for any other reason than another user's rights. Never throws.
+ * @returns true when another instance or this process itself already holds the mutex, or when the mutex belongs to
+ *   another user and access to it is denied. False when this is the first instance, and also when the mutex cannot be
+ *   created for any other reason. Never throws.
  */
 export function createDuplicateMutex(): boolean;
 
 /**
- * Gives up what the last {@link createDuplicateMutex} claimed. What earlier calls in this process claimed stays
- * claimed.
+ * Releases the claim of the last {@link createDuplicateMutex}. Claims of earlier calls last until the process ends.
  *
- * @returns true, even when there was nothing to give up. Never throws.
+ * @returns true, even when there was nothing to release. Never throws.
  */
 export function destroyDuplicateMutex(): true;
 
 /**
- * Call it when start-up begins. It says whether an earlier start-up of this version crashed, and sets a mark that lets
- * the next start-up detect a crash of this one. A mark counts for 60 days. Setting it needs write access to the client's
- * keys below HKEY_LOCAL_MACHINE; without that access no mark is set. Setting it takes a millisecond, at most five.
+ * Call it when start-up begins. It says whether an earlier start-up of this version crashed. If not, it sets a mark,
+ * from which the next start-up sees whether this one crashed. A mark counts for 60 days. Setting a mark needs write
+ * access to the client's keys below HKEY_LOCAL_MACHINE; without that access no mark is set. Setting it takes one to
+ * five milliseconds.
  *
  * @returns what was found. Never throws.
  */
@@ -134,15 +134,15 @@ export function leaveStartupMask(): StartupRecord;
 
 /**
  * Removes what an old build left in machine-wide Windows settings: its GPU preference and its firewall rule, each
- * independently of the other. It deletes no files. Removing the firewall rule needs an administrator's rights and a
- * calling thread in a COM apartment, which this function does not enter. The GPU preference's key is opened for query
- * only, so Windows refuses its removal.
+ * independently of the other. It deletes no files. To remove the firewall rule, the process needs an administrator's
+ * rights, and the calling thread must be in a COM apartment, which this function does not enter. The key of the GPU
+ * preferences is opened for query only, so Windows refuses to remove the preference.
  *
  * @param path the full path of the old build's executable.
  * @param version the old build's version.
- * @returns the result of each of the two; their failures are reported here, never thrown.
- * @throws TypeError "Invalid path" when `path` is not a string, else "Invalid version" when `version` is not a string;
- *   nothing is removed then.
+ * @returns the result of each removal. Failures are in these results, never thrown.
+ * @throws TypeError "Invalid path" when `path` is not a string, else "Invalid version" when `version` is not a string.
+ *   Nothing has been removed then.
  */
 export function removeOldVersion(path: string, version: string): OldVersionRemoval;
 
@@ -179,8 +179,8 @@ export interface CaptureJankResult {
   jsonFilename?: string;
   dumpJankResult: {
     /**
-     * Whether there is a dump: written by this capture, or shared with a capture that overlapped it, which may have
-     * been of another process.
+     * Whether there is a dump: written by this capture, or by a capture that overlapped it. That one may have been of
+     * another process.
      */
     succ: boolean;
     /** Why the dump failed; left out if it did not. */
@@ -198,38 +198,38 @@ export interface CaptureJankResult {
 
 /**
  * Captures a stalled thread: freezes it, writes a minidump of its process, walks its stack, lets it run again, and
- * writes a JSON report beside the dump. A new thread does this, and the call returns at once.
+ * writes a JSON report into the same directory. A background thread does this, and the call returns at once.
  *
- * Capture from another process, for instance a small helper process. A thread of the calling process may be frozen
- * while it holds a lock that Windows needs for the dump. The capture then never ends, the captured thread never runs
- * again, and no later capture by this process ends either.
+ * Capture from another process, for instance a small helper process. A thread of the calling process may hold a lock
+ * that Windows needs for the dump. If it is frozen then, the capture never ends, the captured thread never runs again,
+ * and no later capture by this process ends.
  *
  * Do not end the capturing process before the callback has run: the captured thread would stay frozen.
  *
- * Captures that overlap share a dump, even if they are of different processes. So start the capture of another process
- * only when the callback of the previous one has run. The calling process ends if the system cannot start a thread.
+ * Captures that overlap share a dump, even if they are of different processes. So before you capture another process,
+ * wait for the callback of the previous capture. The calling process ends if Windows cannot start the thread.
  *
- * @param callback gets the result. Failures are in it, in the words that docs/jank-report.md lists.
+ * @param callback gets the result. Failures are in the result, with the texts that docs/jank-report.md lists.
  * @throws TypeError "Invalid arg" if a property is missing or of another type, or if `callback` is not a function.
- *   Nothing has been started then. An exception of a getter of `args` is passed on, and a getter that changes a property's
- *   type between two reads causes a TypeError with another message.
+ *   Nothing has been started then. An exception of a getter of `args` is passed on. A property whose type changes
+ *   between two reads, because it has a getter, causes a TypeError with another message.
  */
 export function captureNativeJank(args: CaptureJankArgs, callback: ResultCallback<CaptureJankResult>): void;
 
 /**
  * Whether this copy of the module runs in debug mode: it is a debug build, its debug period is not over, and Windows
- * accepts the signature of its file. A thread that asks while another one decides waits for the answer.
+ * accepts the signature of its file. This is decided once in a process, by the first call. Calls from other threads
+ * wait meanwhile.
  *
- * @returns true in debug mode. False in every release build, and whenever a check fails. It is decided once in a
- *   process. Never throws.
+ * @returns true in debug mode. False in every release build, and whenever a check fails. Never throws.
  */
 export function isDebugMode(): boolean;
 
 /**
- * What {@link getGpuUsage} calls back with. A number is a percentage of one engine's time since the previous sample. A
- * number of exactly 0 is left out. All properties of an engine kind are left out if no process uses such an engine. The
- * object is empty if there is no GPU counter under its English name, or no PDH library to read it with, if memory runs
- * out, and for the sample that only opens the counter.
+ * The result of {@link getGpuUsage}. A number is a percentage of one engine's time since the previous sample. A number
+ * of exactly 0 is left out. All properties of an engine kind are left out if no process uses such an engine. The object
+ * is empty in four cases: there is no GPU counter under its English name; there is no PDH library to read it with;
+ * memory has run out; or the sample only opened the counter.
  */
 export interface GpuUsage {
   /** 3D: the GPU process. */
@@ -267,31 +267,33 @@ export interface GpuUsage {
 }
 
 /**
- * Opens the GPU counter, or opens it again, on a thread of its own. The next {@link getGpuUsage} measures from that moment,
- * unless it comes first: this function returns before the counter is open. Reports nothing, not even a failure. Without
- * it, the first {@link getGpuUsage} opens the counter and delivers an empty object. The process ends if the system cannot
- * start the thread.
+ * Opens the GPU counter, or opens it again, on a background thread. This function returns before the counter is open.
+ * The next {@link getGpuUsage} measures from the opening, unless it runs before that. A failure is not reported.
+ * Without this function, the first {@link getGpuUsage} opens the counter and gives an empty object. The process ends if
+ * Windows cannot start the thread.
  *
  * @returns nothing. Never throws.
  */
 export function initGpuUsage(): void;
 
 /**
- * Samples the GPU's engines on a thread of its own. All callers in the process share one counter: each sample measures the
- * time since the previous one, whoever took it. The process ends if the system cannot start the thread.
+ * Samples the GPU's engines on a background thread. All callers in the process share one counter: each sample measures
+ * the time since the previous sample, even if another caller took that one. The process ends if Windows cannot start
+ * the thread.
  *
  * @param nativePid the native process's id, read as a signed 32-bit integer. An id also counts the processes whose ids
  *   begin with its digits: 12 also counts 123.
- * @param gpuPid the GPU process's id, read in the same way; may be the same.
+ * @param gpuPid the GPU process's id, read in the same way; may be the same as `nativePid`.
  * @param callback gets the sample.
- * @throws TypeError "Invalid arg" if an id is not a number or `callback` is not a function; nothing is started then.
+ * @throws TypeError "Invalid arg" if an id is not a number or `callback` is not a function. Nothing has been started
+ *   then.
  */
 export function getGpuUsage(nativePid: number, gpuPid: number, callback: ResultCallback<GpuUsage>): void;
 
 /**
- * Lists the running processes on a thread of its own. The process ends if the system cannot start the thread.
+ * Lists the running processes on a background thread. The process ends if Windows cannot start the thread.
  *
  * @param callback gets the list.
- * @throws TypeError "Invalid arg" if `callback` is not a function; nothing is started then.
+ * @throws TypeError "Invalid arg" if `callback` is not a function. Nothing has been started then.
  */
 export function enumProcessList(callback: ResultCallback<ProcessListResult>): void;

@@ -8,13 +8,14 @@ if (process.platform !== 'win32' || process.arch !== 'x64') {
   throw new Error(`${name} runs on 64-bit Windows only, not on ${process.platform} ${process.arch}`);
 }
 
-// Each module file has its own state: the mutex that it holds, its GPU counters, its locks. So all copies of this version
-// use the file of the copy that was loaded first, in this thread and in the workers that are started after that.
+// Each module file has its own state: the mutex that it holds, its GPU counters, its locks. So all copies of this
+// version use the file of the copy that was loaded first, in this thread and in the workers that are started after
+// that.
 const key = `${name}@${version}`;
 const file = getEnvironmentData(key) ?? path.join(__dirname, '..', 'prebuilds', 'win32-x64', 'borvanta-util.node');
 
 try {
-  // As a literal too, since bundlers look for one.
+  // Bundlers look for a require() of a string literal, so the usual path is written as one.
   module.exports = getEnvironmentData(key) ? require(file) : require('../prebuilds/win32-x64/borvanta-util.node');
 } catch (cause) {
   throw Object.assign(new Error(`${name} could not load ${file}. The file must exist, be complete and have this name. `
@@ -23,7 +24,7 @@ try {
 }
 setEnvironmentData(key, file);
 
-// This never runs: Node.js reads from it which names an ES module can import.
+// This never runs. Node.js reads in it which names an ES module can import.
 0 && (module.exports = {
   getGuid, getCpuName, getOsVersionWithReleaseId, isDebugMode, createDuplicateMutex, destroyDuplicateMutex,
   enterStartupMask, leaveStartupMask, removeOldVersion, captureNativeJank, initGpuUsage, getGpuUsage, enumProcessList,

@@ -3,8 +3,8 @@
 const util = require('./index.js');
 const { captureProperties, checkProperties, checkType } = require('./check_arguments.js');
 
-// A bad argument is a rejection that names it; the module itself would only say "Invalid arg". Further arguments are
-// dropped, so that each function can be given to then() or map().
+// A promise rejects with an error that names the bad argument; the module itself would only say "Invalid arg". Further
+// arguments are dropped, so that each function can be given to then() or map().
 
 exports.captureNativeJank = (args) => new Promise((resolve) => {
   checkProperties('args', args, captureProperties);

@@ -1,5 +1,5 @@
-// npm run bench -- [--chart]: builds the module and what it is measured against, and measures in Node.js for Windows. With
-// --chart the chart of the documentation, docs/bench.svg, is drawn again.
+// npm run bench -- [--chart]: builds the module and the code that it is compared with, and measures both in Node.js for
+// Windows. With --chart it also draws docs/bench.svg, the chart of the documentation.
 import path from 'node:path';
 import { buildBench } from './lib/build.mjs';
 import { ensureTools } from './lib/setup.mjs';

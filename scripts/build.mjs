@@ -1,4 +1,4 @@
-// npm run build: leaves the module at prebuilds/win32-x64/borvanta-util.node, its debug information beside it.
+// npm run build: builds prebuilds/win32-x64/borvanta-util.node. The debug information goes into the same folder.
 import { build } from './lib/build.mjs';
 import { ensureTools } from './lib/setup.mjs';
 import { readArguments, runMain, say } from './lib/shell.mjs';

@@ -1,5 +1,5 @@
-// npm run endurance -- [OPTIONS]: the long form of tests/endurance/, a few minutes; the options stand there. Repeat a
-// failure with the seed that it printed.
+// npm run endurance -- [OPTIONS]: the long form of tests/endurance/, which describes the options. Takes a few minutes.
+// To repeat a failure, give the seed that it printed.
 import path from 'node:path';
 import { build } from './lib/build.mjs';
 import { ensureTools } from './lib/setup.mjs';

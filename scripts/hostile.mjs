@@ -1,5 +1,5 @@
-// npm run hostile -- [--count=N] [--seed=N]: random answers for the code that reads disks and counters (tests/hostile/), as
-// many as wanted. Repeat a failure with the seed that it printed.
+// npm run hostile -- [--count=N] [--seed=N]: gives N random answers to the code that reads disks and counters
+// (tests/hostile/). To repeat a failure, give the seed that it printed.
 import path from 'node:path';
 import { buildFolder, buildWithClang } from './lib/build.mjs';
 import { ensureTools } from './lib/setup.mjs';

@@ -1,5 +1,5 @@
 // npm run --silent symbolise -- REPORT.json [FOLDER...]: prints the stack trace of a jank report with functions and
-// source lines. It knows those of the modules whose debug information is in one of the folders, by default the build's.
+// source lines, for the modules whose debug information is in one of the folders (by default the folders of the build).
 // Runs on Debian and reads the debug information of GCC. docs/jank-report.md says what to use for a build by MSVC.
 import { readFileSync } from 'node:fs';
 import path from 'node:path';
@@ -22,7 +22,7 @@ function readTrace(file) {
 }
 
 await runMain(() => {
-  // The tools are Debian's, and debug information of MSVC needs others.
+  // The tools are Debian's. They cannot read the debug information of MSVC.
   if (onWindows) {
     throw new SetupError('This command runs on Debian only. On Windows, use llvm-symbolizer: see docs/jank-report.md.');
   }
@@ -35,7 +35,7 @@ await runMain(() => {
   for (const [index, line] of readTrace(fromCaller(report)).split('\r\n').filter(Boolean).entries()) {
     const [, module, hex] = line.match(/^(.*)!0x([0-9a-f]+)$/) ?? [];
     const file = module && findDebugFile(module, folders);
-    // Each address but the innermost is where a call returns to, which may already belong to the next source line.
+    // Each address but the innermost is a return address, which may already belong to the next source line.
     const functions = file ? describeAddress(file, BigInt(`0x${hex}`) - (index === 0 ? 0n : 1n)) : [];
     console.log([line, functions.join('\n    inlined into ')].filter(Boolean).join('  '));
   }

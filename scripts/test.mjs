@@ -1,5 +1,5 @@
-// npm test: builds, checks the style, runs all tests in Node.js for Windows, and closes with one line of how many passed
-// and failed.
+// npm test: builds, checks the source files, and runs all tests in Node.js for Windows. The last line says how many
+// passed and failed.
 import { readdirSync } from 'node:fs';
 import path from 'node:path';
 import { build, buildWithClang } from './lib/build.mjs';
@@ -11,14 +11,16 @@ import { runTestFile } from './lib/test_file.mjs';
 import { windowsNode } from './lib/windows.mjs';
 import { holdDesktop, stopWine, winePrefix } from './lib/wine.mjs';
 
-const usage = `npm test -- [--node=${nodeVersions.join('|')}] [--build=shipped|clang] [--name=PATTERN] [--output] [PATH...]
-  PATH      only tests whose path contains it, or one of several, and no style checks
+const usage =
+  `npm test -- [--node=${nodeVersions.join('|')}] [--build=shipped|clang] [--name=PATTERN] [--output] [PATH...]
+  PATH      only test files whose path contains PATH (or one of several)
   --node    only in this release of Node.js for Windows
   --build   only with the module that ships, or with the one that Clang built
   --name    only tests whose name matches this regular expression
-  --output  shows what passing tests print, too`;
+  --output  shows also what passing tests print
+Without any of these, it also checks types, format, includes and common mistakes.`;
 
-// Two lanes for two cores. Each has a Wine prefix, and so a registry, of its own.
+// Two lanes for two cores. Each lane has its own Wine prefix, and so its own registry.
 const lanes = onWindows ? [0] : [0, 1];
 
 function testFiles(ending) {
@@ -27,8 +29,9 @@ function testFiles(ending) {
 }
 
 /**
- * The runs of all script tests: { name, file, version, build }. Clang's module is tested in the last release, without the
- * tests of what is written in script. A test with ".once" in its name runs in the last release only.
+ * The runs of all tests in Node.js for Windows: { name, file, version, build }. Clang's module is tested in the last
+ * release only, without the tests of the package's scripts. A file with ".once" in its name runs in the last release
+ * only.
  */
 function scriptRuns() {
   const last = nodeVersions.at(-1);
@@ -37,12 +40,14 @@ function scriptRuns() {
   return builds.flatMap(({ version, build }) => testFiles('.test.js')
     .filter((file) => version === last || !file.endsWith('.once.test.js'))
     .filter((file) => build === 'shipped' || !/^tests\/(package|watchdog)\//.test(file))
-    .map((file) => ({ name: `${file} in Node.js ${version}${build === 'clang' ? ', built by Clang' : ''}`, file, version, build })));
+    .map((file) => ({
+      name: `${file} in Node.js ${version}${build === 'clang' ? ', built by Clang' : ''}`, file, version, build })));
 }
 
-/** Tests of what only Debian can do: running Windows programs in Wine, reading dumps with another debugger. */
+/** The runs of tests that need Debian, to run Windows programs in Wine or to read dumps with another debugger. */
 function hostRuns() {
-  return onWindows ? [] : testFiles('.host.test.mjs').map((file) => ({ name: `${file} on the host`, file, build: 'shipped' }));
+  if (onWindows) return [];
+  return testFiles('.host.test.mjs').map((file) => ({ name: `${file} on the host`, file, build: 'shipped' }));
 }
 
 await runMain(async () => {
@@ -58,7 +63,8 @@ await runMain(async () => {
   const prefixes = onWindows ? [] : lanes.map((lane) => winePrefix(lane));
   await Promise.all([build({ tests: true }), ...prefixes]);
   for (const version of nodeVersions) windowsNode(version);
-  // Beside the tests, which wait for much and compute little; heard when they are needed.
+  // The Clang build and the checks run at the same time as the tests, which mostly wait. Their errors are thrown later,
+  // where their results are awaited.
   const checksToo = paths.length === 0 && Object.keys(only).length === 0;
   const clang = queue.some((run) => run.build === 'clang') ? buildWithClang() : Promise.resolve();
   const checks = checksToo ? checkAll(clang) : Promise.resolve([]);
@@ -67,7 +73,8 @@ await runMain(async () => {
   async function runOne({ name, file, version, build: built }, lane) {
     if (built === 'clang') await clang;
     const result = await runTestFile(version ? windowsNode(version) : process.execPath, file, {
-      lane, host: onWindows || !version, pattern: only.name, env: built === 'clang' ? { BORVANTA_BUILD: 'clang' } : {} });
+      lane, host: onWindows || !version, pattern: only.name,
+      env: built === 'clang' ? { BORVANTA_BUILD: 'clang' } : {} });
     report({ name, ...result }, only.output);
   }
   try {
@@ -76,7 +83,7 @@ await runMain(async () => {
       for (let next = queue.shift(); next; next = queue.shift()) await runOne(next, lane);
     }));
   } finally {
-    // Where one lane has failed, the other is to begin nothing more in a prefix that is being stopped.
+    // If one lane has thrown, the other one must not start another test in a prefix that is being stopped.
     queue.length = 0;
     for (const prefix of await Promise.all(prefixes)) stopWine(prefix);
   }

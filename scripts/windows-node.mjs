@@ -1,5 +1,5 @@
-// npm run --silent windows-node -- [--node=18|20|22] SCRIPT.js [ARGS]: runs a script in Node.js for Windows, prints what
-// it prints and ends with its exit code. Options for Node.js itself may stand before the script.
+// npm run --silent windows-node -- [--node=18|20|22] SCRIPT.js [ARGS]: runs a script in Node.js for Windows, prints the
+// script's output and ends with its exit code. Options for Node.js itself may precede the script.
 import { ensureTools, nodeVersions } from './lib/setup.mjs';
 import { runMain, SetupError } from './lib/shell.mjs';
 import { runScript } from './lib/windows.mjs';
@@ -7,7 +7,7 @@ import { runScript } from './lib/windows.mjs';
 const usage = `Usage:
   npm run --silent windows-node -- [--node=${nodeVersions.join('|')}] SCRIPT.js [ARGS]
   npm --prefix CHECKOUT run --silent windows-node -- SCRIPT.js    (from any other folder)
---node=... must stand after the "--": before it, npm keeps the option to itself.`;
+Write --node=... after the "--": before it, npm takes the option for its own.`;
 
 await runMain(() => {
   const args = process.argv.slice(2);

@@ -3,14 +3,14 @@ const { getGpuUsage } = require('borvanta-util/promises');
 
 const kinds = [['3D', '3d'], ['encode', 'Enc'], ['decode', 'Dec'], ['codec', 'Cod']];
 
-/** A sum of several engines can exceed 100; the bar ends there, the number does not. */
+/** A bar and the number. The sum of several engines can exceed 100: the bar then ends at 100, the number does not. */
 function bar(percent) {
   const width = 10;
   const full = Math.max(0, Math.min(width, Math.round((percent / 100) * width)));
   return `[${'#'.repeat(full)}${'.'.repeat(width - full)}] ${percent.toFixed(1).padStart(5)} %`;
 }
 
-/** One line: a bar for each engine kind that the machine has at work. */
+/** One line with a bar for each engine kind that a process uses. */
 function describe(usage) {
   return kinds.filter(([, key]) => usage[`has${key}`])
     .map(([label, key]) => `${label} ${bar(usage[`sys${key}`] ?? 0)}`).join('  ');

@@ -8,7 +8,7 @@ exports.tour = async (util, print) => {
   print(`Windows:            ${util.getOsVersionWithReleaseId()}`);
   print(`Debug mode:         ${util.isDebugMode() ? 'on' : 'off, as in every release build'}`);
 
-  // The fields are tagged, so the identifier tells what it is made of.
+  // Each field has a tag, so the identifier shows which facts it has.
   const [, processor, disk, mac, volume] = id.match(/^C_(.*)-D_(.*)-M_(.*)-V_(.*)$/);
   const missing = [
     processor === '0' && 'a processor serial number (hardly any processor has one)',
@@ -16,5 +16,5 @@ exports.tour = async (util, print) => {
     !mac && 'the address of a physical network adapter',
     !volume && 'the serial number of volume C',
   ].filter(Boolean);
-  print(missing.length ? `This machine does not tell ${missing.join(', ')}.` : 'This machine tells all four facts.');
+  print(missing.length ? `This machine does not report ${missing.join(', ')}.` : 'This machine reports all four.');
 };

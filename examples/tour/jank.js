@@ -1,5 +1,5 @@
 'use strict';
-// Stalls a process of its own, captures it, and shows what came of it.
+// Starts a process that stalls on purpose, captures it, and shows the report.
 const { spawn } = require('node:child_process');
 const { once } = require('node:events');
 const fs = require('node:fs');
@@ -7,7 +7,7 @@ const path = require('node:path');
 const readline = require('node:readline');
 const { captureNativeJank } = require('borvanta-util/promises');
 
-/** The stalled process: one of the test targets, which says which of its threads stalls. Rejects when there is none. */
+/** Starts a test program that stalls and resolves to it and the ids that it prints. Rejects if it does not start. */
 async function startStalledProcess() {
   const build = path.join(__dirname, '..', '..', 'build');
   const program = ['mingw', 'msvc'].map((preset) => path.join(build, preset, 'targets', 'stall_target.exe'))
@@ -21,7 +21,7 @@ async function startStalledProcess() {
     return { child, ...JSON.parse(line) };
   } catch {
     child.kill();
-    throw new Error('it did not say within ten seconds that it stalls');
+    throw new Error('it did not report within ten seconds that it stalls');
   }
 }
 
@@ -33,7 +33,7 @@ exports.tour = async function tour(util, print) {
     print(`There is no stalled process to capture: ${error.message}.`);
     return;
   }
-  // Kept until the next tour, for the next command.
+  // Kept until the next tour, so that the user can run the command that is printed last.
   const folder = path.join(__dirname, '..', '..', 'build', 'tour');
   fs.rmSync(folder, { recursive: true, force: true });
   fs.mkdirSync(folder, { recursive: true });
@@ -46,7 +46,7 @@ exports.tour = async function tour(util, print) {
       uptime: process.uptime(), duration: 1500,
     });
     child.kill();
-    if (result.errorText) print(`The capture says: ${result.errorText}`);
+    if (result.errorText) print(`The capture reports an error: ${result.errorText}`);
     const report = result.jsonFilename && JSON.parse(fs.readFileSync(path.join(folder, result.jsonFilename), 'utf8'));
     if (!report) return;
     print(`Report ${result.jsonFilename}:`);
@@ -59,7 +59,7 @@ exports.tour = async function tour(util, print) {
       print(`Dump ${report.dmp_file}: ${Math.ceil(fs.statSync(path.join(folder, report.dmp_file)).size / 1024)} KiB`);
     }
     fs.copyFileSync(path.join(folder, result.jsonFilename), path.join(folder, 'report.json'));
-    print('Its function names: npm run --silent symbolise -- build/tour/report.json');
+    print('To see function names: npm run --silent symbolise -- build/tour/report.json');
   } finally {
     stalled.child.kill();
   }

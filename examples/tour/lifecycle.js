@@ -1,6 +1,6 @@
 'use strict';
-// One instance at a time, a start-up that succeeds and one that does not, and what an old build leaves behind. The
-// client's registry keys are left as they were found.
+// Shows the check for a second instance, a start-up that succeeds and one that does not, and the removal of an old
+// build. Restores the client's registry keys at the end.
 const { execFileSync, spawn } = require('node:child_process');
 const { once } = require('node:events');
 const fs = require('node:fs');
@@ -22,11 +22,11 @@ function reg(...args) {
   }
 }
 
-/** Exports the client's keys to a file and returns what it says, in an order of its own; undefined without a client. */
+/** Exports the client's keys to a file and returns its lines, sorted; undefined if the client is not installed. */
 function exportKeys(file) {
   if (!reg('query', clientKey)) return undefined;
-  if (!reg('export', clientKey, file, '/y')) throw new Error(`cannot save ${clientKey}`);
-  // A value that comes back may stand in another place than before.
+  if (!reg('export', clientKey, file, '/y')) throw new Error(`The registry key ${clientKey} cannot be saved`);
+  // Sorted, because a value that is put back may come in another place than before.
   return fs.readFileSync(file, 'utf16le').split('\r\n').sort().join('\n');
 }
 
@@ -39,7 +39,7 @@ async function keepingRegistry(work) {
   try {
     await work(before !== undefined);
   } finally {
-    // A key that was there is emptied and not deleted: it keeps its permissions.
+    // If the key existed before, only its values are deleted, so that it keeps its permissions.
     if (hadMarks) reg('delete', markKey, '/va', '/f');
     else reg('delete', markKey, '/f');
     if (before === undefined) reg('delete', clientKey, '/f');
@@ -47,9 +47,11 @@ async function keepingRegistry(work) {
       reg('delete', clientKey, '/v', 'LatestBootableVersion', '/f');
       reg('import', backup);
     }
-    // Each of these fails where this account may not write to the keys, and then nothing has changed.
+    // Without write access, each of these commands fails. But then the tour has not changed the keys either.
     if (exportKeys(path.join(folder, 'after.reg')) !== before) {
-      throw new Error(before === undefined ? `delete ${clientKey}` : `put ${clientKey} back from ${backup}`);
+      throw new Error(before === undefined
+        ? `The tour could not delete the registry key ${clientKey}: delete it yourself`
+        : `The tour could not restore the registry key ${clientKey}: import ${backup} yourself`);
     }
     fs.rmSync(folder, { recursive: true, force: true });
   }
@@ -84,14 +86,14 @@ async function showSingleInstance(util, print) {
 }
 
 async function showStartups(print, hadClient) {
-  if (!hadClient) print('No client is installed on this machine (no install key): there is no build to fall back to.');
+  if (!hadClient) print('The client is not installed on this machine, so there is no build to fall back to.');
   const good = await start('[util.enterStartupMask(), util.leaveStartupMask()]');
   await kill(good.child);
   const [entry, record] = good.value.map((value) => JSON.stringify(value));
   print(`A start-up that succeeds finds ${entry}, and at its end ${record}`);
   const bad = await start('util.enterStartupMask()');
   await kill(bad.child);
-  print(`A start-up that is killed on its way finds ${JSON.stringify(bad.value)}`);
+  print(`A start-up that is killed before its end finds ${JSON.stringify(bad.value)}`);
   const next = await start('util.enterStartupMask()');
   await kill(next.child);
   print(`The next one finds ${JSON.stringify(next.value)}`);
@@ -100,11 +102,11 @@ async function showStartups(print, hadClient) {
 
 function showRemoval(util, print) {
   const { gpuPreferencesDelResult, firewallDelResult } = util.removeOldVersion('C:\\nowhere\\borvanta.exe', '0.0.0.0');
-  print('Removing what a build 0.0.0.0 that never was would have left in Windows:');
+  print('Removing what an old build 0.0.0.0, which never existed, would have left in Windows:');
   print(`  GPU preference: ${JSON.stringify(gpuPreferencesDelResult)}`);
   print(`  firewall rule: ${JSON.stringify(firewallDelResult)}`);
   if (firewallDelResult.errorText.startsWith('Fail to CoInitializeEx')) {
-    print('  (The rule is out of reach: Node.js enters no COM apartment on this thread.)');
+    print('  (The rule cannot be removed here: Node.js enters no COM apartment on this thread.)');
   }
 }
 

@@ -1,12 +1,12 @@
 'use strict';
 const { enumProcessList } = require('borvanta-util/promises');
 
-/** The running processes, as many as a person wants to read. */
+/** Lists the running processes, but at most forty. */
 exports.tour = async (_util, print) => {
   const longest = 40;
   const { list } = await enumProcessList();
   if (list.length === 0) {
-    print('Windows gives no list of the processes here.');
+    print('Windows gives no list of processes.');
     return;
   }
   print(`${list.length} processes run, in the order in which Windows lists them:`);
@@ -14,5 +14,7 @@ exports.tour = async (_util, print) => {
     print(`${String(pid).padStart(8)}  ${name || '(no name)'}${pid === process.pid ? '  <- this one' : ''}`);
   }
   if (list.length > longest) print(`          ... and ${list.length - longest} more`);
-  if (!list.some(({ pid }) => pid === 0)) print('There is no idle process (Wine has none); on Windows it heads the list as process 0.');
+  if (!list.some(({ pid }) => pid === 0)) {
+    print('There is no idle process: Wine has none. On Windows it is process 0, the first of the list.');
+  }
 };

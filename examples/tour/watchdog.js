@@ -1,5 +1,5 @@
 'use strict';
-// Lets the event loop of this very process stand still, and shows what the watchdog makes of it.
+// Lets the event loop of this process stand still, and shows the watchdog's report.
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
@@ -7,7 +7,7 @@ const { watchForJank } = require('borvanta-util/watchdog');
 
 const longestMs = 30_000;
 
-/** Blocks the event loop until there is a report; returns for how many seconds. */
+/** Blocks the event loop until there is a report, and returns how many seconds that took. */
 function standStill(folder) {
   const start = Date.now();
   const isReported = () => fs.readdirSync(folder).some((file) => file.endsWith('.json'));

@@ -9,8 +9,9 @@ const failure = (result) => Object.assign(new Error(`A capture failed: ${result.
   { code: 'ERR_CAPTURE_FAILED', result });
 
 /**
- * Does all of a capture that comes before the freeze. So DbgHelp and the files that it reads are in memory when a stall
- * comes. No process has a thread 0. Rejects with what would keep captures from succeeding.
+ * Runs a capture up to the freeze, so that DbgHelp and the files that it reads are in memory when a stall comes. The
+ * capture stops there because the process has no thread with the id 0. Rejects if it fails earlier, because every other
+ * capture would then fail too.
  */
 exports.warmUp = async (settings) => {
   const result = await captureNativeJank({ ...settings, threadId: 0, living: true, uptime: 0, duration: 0 });
@@ -18,8 +19,8 @@ exports.warmUp = async (settings) => {
 };
 
 /**
- * Captures a loop that has stood still for `stalledMs` and resolves to what onJank gets. `turnedAt` returns when the
- * loop turned after that, as Date.now() there, or undefined.
+ * Captures a loop that has stood still for `stalledMs` and resolves to the argument of onJank. `turnedAt` returns the
+ * time at which the loop turned again, as Date.now() of the watched process, or undefined if it has not.
  */
 exports.captureStall = async (settings, { stalledMs, uptime, living, turnedAt }) => {
   const calledAt = Date.now();

@@ -1,6 +1,6 @@
 'use strict';
 
-/** Finds out from heartbeats how long another process's event loop has stood still. All times are in milliseconds. */
+/** Computes from heartbeats how long another process's event loop has stood still. All times are in milliseconds. */
 exports.LoopClock = class LoopClock {
   #thresholdMs;
   #beatMs;
@@ -14,25 +14,25 @@ exports.LoopClock = class LoopClock {
     this.#beatMs = beatMs;
   }
 
-  /** A heartbeat has come. If a debugger may pause the process, no stall is found until the next heartbeat. */
+  /** To be called for each heartbeat. With `mayPause` (a debugger), no stall is found until the next heartbeat. */
   beat(now, mayPause) {
     this.#lastBeat = now;
     this.#armed = !mayPause;
   }
 
   /**
-   * To be called every `beatMs`. Returns for how long, at least, the loop has stood still, when that is to be captured;
-   * else 0. The loop has turned until the next heartbeat was due, so the stall is counted from there.
+   * To be called every `beatMs`. If a stall is to be captured now, returns the least time for which the loop has stood
+   * still; else 0. The time counts from the first heartbeat that did not come.
    */
   tick(now) {
-    // If this process has not run either, the machine has slept or was too busy for everybody: count afresh.
+    // If this process has not run either, the machine was asleep or too busy for all processes: count from now.
     if (now - this.#lastTick > this.#thresholdMs / 2) this.#lastBeat = now;
     this.#lastTick = now;
     const stalledMs = now - this.#lastBeat - this.#beatMs;
     return this.#armed && stalledMs >= this.#thresholdMs ? stalledMs : 0;
   }
 
-  /** This stall has been dealt with: no stall is found until the next heartbeat. */
+  /** To be called when a stall is captured: no stall is found until the next heartbeat. */
   disarm() {
     this.#armed = false;
   }

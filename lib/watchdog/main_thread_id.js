@@ -3,7 +3,7 @@
 const { Session } = require('node:inspector');
 const { isMainThread } = require('node:worker_threads');
 
-/** Throws, as Node.js' own functions do, in a worker. `name` is the function that was called. */
+/** Throws in a worker, with the code that Node.js uses for this. `name` is the function that was called. */
 exports.checkMainThread = (name) => {
   if (isMainThread) return;
   throw Object.assign(new Error(`${name}() is for the main thread of the process, not for workers`),
@@ -11,8 +11,8 @@ exports.checkMainThread = (name) => {
 };
 
 /**
- * Lets Node.js trace for a moment and resolves to the events. Each session has its own events: what other sessions or
- * --trace-event-categories trace goes on, and only gets the events about the process once more.
+ * Lets Node.js trace for a moment and resolves to the events. Other traces, by other sessions or by
+ * --trace-event-categories, go on. They only get the events about the process once more.
  */
 function traceBriefly(session) {
   return new Promise((resolve, reject) => {

@@ -4,7 +4,7 @@ const path = require('node:path');
 const { getOsVersionWithReleaseId } = require('../index.js');
 const { checkType } = require('../check_arguments.js');
 
-/** A default also says which type an option has. */
+/** The defaults of the optional options. The type of a default is also the type that the option must have. */
 const defaults = () => ({
   onError: ({ message, code }) => process.emitWarning(message, { type: 'JankWarning', code }),
   thresholdMs: 1000,
@@ -33,7 +33,7 @@ exports.readOptions = (options) => {
   const { janksDir, onJank } = options;
   checkType('options.janksDir', janksDir, 'string');
   checkType('options.onJank', onJank, 'function');
-  // captureNativeJank puts the names of its files right behind it.
+  // captureNativeJank appends file names without a separator, so the directory must end with one.
   const read = { onJank, janksDir: path.join(path.resolve(janksDir), path.sep) };
   for (const [name, value] of Object.entries(defaults())) {
     read[name] = options[name] === undefined ? value : options[name];

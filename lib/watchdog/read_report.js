@@ -18,7 +18,7 @@ const members = {
   version: 'string',
 };
 
-/** The frames of a trace: each line is ended by CR and LF. */
+/** The frames of a trace. Each of its lines ends with CR and LF. */
 function parseTrace(trace) {
   const lines = trace.split('\r\n');
   const rest = lines.pop();

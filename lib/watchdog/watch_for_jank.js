@@ -10,7 +10,7 @@ const restartsPerHour = 5;
 
 exports.watchForJank = (options) => {
   checkMainThread('watchForJank');
-  // Not above: the other functions of the watchdog work without the module, which is for Windows only.
+  // Not at the top of the file: they load the module, which is for Windows only. readReport() works on every system.
   const { readOptions } = require('./options.js');
   const { checkNotWatcher, startWatcher } = require('./watcher_process.js');
   checkNotWatcher();
@@ -43,7 +43,7 @@ exports.watchForJank = (options) => {
     }
     const again = mayRestart();
     if (again) restart = setTimeout(start, restartDelayMs).unref();
-    const then = again ? 'it is started again' : 'that was too often, and jank is no longer watched for';
+    const then = again ? 'it is started again' : 'it has ended too often and is not started again';
     onError(Object.assign(new Error(`The watcher has ended (${reason}): ${then}`), { code: 'ERR_WATCHER_ENDED' }));
   }
 

@@ -1,11 +1,12 @@
 'use strict';
-// The watcher's process. watcher_process.js starts it and sends it its settings, then heartbeats. It ends when the
-// channel to the watched process closes, never by process.exit(): a capture that is under way must let its thread run.
+// The script of the watcher's process. watcher_process.js starts it and sends it the settings, then heartbeats. It ends
+// by itself when the channel to the watched process closes. It never calls process.exit(): a capture that is under way
+// must first let its thread run again.
 
 const send = (message, sent = () => {}) => process.send(message, sent);
 const sendError = ({ message, code, result }, sent) => send({ error: { message, code, result } }, sent);
 
-// Before the rest is loaded, which can fail too.
+// Set before the modules below are loaded, because loading them can fail too.
 process.once('uncaughtException', (error) => {
   process.exitCode = 1;
   sendError(error, () => process.disconnect());
@@ -15,7 +16,7 @@ const { atMostPerHour } = require('./at_most_per_hour.js');
 const { captureStall, warmUp } = require('./capture_stall.js');
 const { LoopClock } = require('./loop_clock.js');
 
-/** Dumps are named by the second: a capture must not replace the files of the one before. */
+/** Names of dumps have a resolution of one second: a capture must not replace the files of the previous one. */
 const pauseMs = 1000;
 
 function watch(settings) {

@@ -4,10 +4,13 @@ const { fork } = require('node:child_process');
 const inspector = require('node:inspector');
 const path = require('node:path');
 
-/** Options of Node.js are not meant for the watcher. Captures need no symbols, which may come over the network. */
+/**
+ * Environment variables that the watcher does not get: options of Node.js, which are meant for the client, and paths of
+ * symbols, which captures do not need and for which DbgHelp may use the network.
+ */
 const notForWatcher = { NODE_OPTIONS: undefined, _NT_SYMBOL_PATH: undefined, _NT_ALTERNATE_SYMBOL_PATH: undefined };
 
-/** Marks the watcher's process. */
+/** The environment variable that marks the watcher's process. */
 const mark = 'BORVANTA_JANK_WATCHER';
 
 exports.checkNotWatcher = () => {
@@ -17,8 +20,9 @@ exports.checkNotWatcher = () => {
 };
 
 /**
- * Starts a process that watches this one, and sends it heartbeats. Calls `onMessage` with what it sends, and `onEnd`
- * once, with the reason, when it has ended or could not be started. Nothing of this keeps this process alive.
+ * Starts the watcher, a process that watches this one, and sends it heartbeats. Calls `onMessage` with each message of
+ * the watcher. Calls `onEnd` once, with the reason, when the watcher has ended or could not be started. None of this
+ * keeps this process alive.
  *
  * Returns the ChildProcess. To end it, disconnect it: if a watcher is killed during a capture, the thread stays frozen.
  */
@@ -32,7 +36,7 @@ exports.startWatcher = ({ execPath, env, living, ...settings }, onMessage, onEnd
   });
   let written = true;
   function beat() {
-    // A watcher that is suspended reads nothing: do not fill the memory with messages for it.
+    // A suspended watcher reads no messages: do not fill the memory with them.
     if (!written) return;
     written = false;
     child.send({ at: Date.now(), uptime: process.uptime(), living: !!living(), mayPause: !!inspector.url() },

@@ -4,16 +4,19 @@ import { onWindows, root, runBeside, say } from './shell.mjs';
 
 const preset = onWindows ? 'msvc' : 'mingw';
 
-/** The folder that CMake builds a preset into, by default that of the module that ships. */
+/** The folder into which CMake builds a preset; by default the preset of the module that ships. */
 export const buildFolder = (name = preset) => path.join(root, 'build', name);
 
-/** CMake refuses to build in a checkout that was copied or moved: its cache names the old folder. */
+/**
+ * Deletes a build folder that was copied or moved with its checkout: CMake refuses to build there, because the cache
+ * names the old folder.
+ */
 function forgetOtherFolder(name) {
   const cache = path.join(buildFolder(name), 'CMakeCache.txt');
   if (!existsSync(cache)) return;
   const folder = readFileSync(cache, 'utf8').match(/^CMAKE_CACHEFILE_DIR:INTERNAL=(.*)$/m)?.[1];
   if (folder && path.resolve(folder) === buildFolder(name)) return;
-  say(`Building afresh: build/${name} comes from ${folder}`);
+  say(`Deleting build/${name} and building it again: it was made in ${folder}`);
   rmSync(buildFolder(name), { recursive: true });
 }
 
@@ -27,19 +30,19 @@ async function buildPreset(name, targets, before = []) {
   await cmake('--build', '--preset', name, ...(targets.length > 0 ? ['--target', ...targets] : []));
 }
 
-/** Builds the module into prebuilds/, and with `tests` what the tests need beside it. */
+/** Builds the module into prebuilds/. With `tests`, builds also the programs that the tests need. */
 export async function build({ tests = false } = {}) {
   say(tests ? 'Building the module and what its tests need' : 'Building the module');
   await buildPreset(preset, tests ? [] : ['borvanta_util', 'runtime']);
 }
 
-/** Builds with Clang, into build/clang, and leaves most of the time to what runs beside. */
+/** Builds with Clang, into build/clang, at a low priority, because tests run at the same time. */
 export async function buildWithClang() {
   await buildPreset('clang', [], ['nice']);
 }
 
-/** Builds the module and what `npm run bench` measures it against. */
+/** Builds the module and the code that `npm run bench` compares it with. */
 export async function buildBench() {
-  say('Building the module and what it is measured against');
+  say('Building the module and the code that it is compared with');
   await buildPreset(preset, ['bench']);
 }

@@ -9,8 +9,9 @@ import { onWindows, root, run, say } from './shell.mjs';
 
 const formatter = 'clang-format-14';
 
-const sourceFiles = (...folders) => folders.flatMap((folder) => readdirSync(path.join(root, folder), { recursive: true })
-  .filter((file) => /\.(cc|h)$/.test(file)).map((file) => `${folder}/${file.replaceAll('\\', '/')}`)).sort();
+const sourceFiles = (...folders) => folders
+  .flatMap((folder) => readdirSync(path.join(root, folder), { recursive: true })
+    .filter((file) => /\.(cc|h)$/.test(file)).map((file) => `${folder}/${file.replaceAll('\\', '/')}`)).sort();
 const formatted = () => sourceFiles('src', 'tests', 'bench');
 
 /** Formats the C++ files in place. */
@@ -18,7 +19,7 @@ export function format() {
   run(formatter, ['-i', ...formatted()]);
 }
 
-/** What a command complains of; empty if it succeeds. The tests that run beside it come first. */
+/** What a failing command prints; empty if it succeeds. Runs at a low priority, because tests run at the same time. */
 async function complaints(...command) {
   const [program, ...args] = onWindows ? command : ['nice', ...command];
   return promisify(execFile)(program, args, { cwd: root, maxBuffer: 1 << 28 })
@@ -26,14 +27,15 @@ async function complaints(...command) {
 }
 
 /** The package's types, and the scripts in tests/package/ that use them. */
-const checkTypes = () => complaints(process.execPath, 'node_modules/typescript/bin/tsc', '-p', 'tests/package/tsconfig.json');
+const checkTypes = () => complaints(process.execPath, 'node_modules/typescript/bin/tsc',
+  '-p', 'tests/package/tsconfig.json');
 
 async function checkFormat() {
   const output = await complaints(formatter, '--dry-run', '-Werror', ...formatted());
   return output && `${output}\nTo format the files: npm run format`;
 }
 
-/** Node-API belongs to src/addon/ and to the handlers of the other folders; the rest knows nothing of script. */
+/** Only src/addon/ and the handlers of the other folders may use Node-API. */
 function checkIncludes() {
   const wrong = sourceFiles('src').filter((file) => !/^src\/addon\/|\/handlers\.(cc|h)$/.test(file)
     && /^#include <(napi|node_api|js_native_api)\b/m.test(readFileSync(path.join(root, file), 'utf8')));
@@ -41,9 +43,10 @@ function checkIncludes() {
 }
 
 /**
- * clang-tidy over src/, by the commands of the build with Clang, which must be configured. That build compiles the sources
- * of a target as one file, because most of clang-tidy's time goes into the headers of libraries. A target in which nothing
- * was found is not looked at again until a file in src/, a compiler argument or a setting changes.
+ * Runs clang-tidy over src/ with the compiler commands of the Clang build, which must be configured. That build
+ * compiles all sources of a target as one file, because clang-tidy spends most of its time in the headers of libraries.
+ * If clang-tidy finds nothing in a target, that target is not checked again until a file in src/, a compiler argument
+ * or a setting changes.
  */
 async function checkTidy() {
   const read = (file) => readFileSync(path.resolve(root, file), 'utf8');
@@ -66,12 +69,14 @@ async function checkTidy() {
 }
 
 /**
- * The results of all checks by name, as runTestFile() gives them. `builtWithClang` resolves when that build is there. On
- * Windows, where Clang's tools are not required, CI on Debian does without them.
+ * The results of all checks, each with its name, in the form of runTestFile(). `builtWithClang` resolves when the Clang
+ * build is ready. On Windows the checks that need Clang's tools are left out: CI runs them on Debian.
  */
 export async function checkAll(builtWithClang) {
   const checks = { types: checkTypes(), includes: checkIncludes() };
-  if (!onWindows) Object.assign(checks, { 'clang-format': checkFormat(), 'clang-tidy': builtWithClang.then(checkTidy) });
+  if (!onWindows) {
+    Object.assign(checks, { 'clang-format': checkFormat(), 'clang-tidy': builtWithClang.then(checkTidy) });
+  }
   return Promise.all(Object.entries(checks).map(async ([name, complaint]) => {
     const output = await complaint;
     return { name, passed: output ? 0 : 1, failed: output ? 1 : 0, output };

@@ -1,5 +1,5 @@
-// Finds the function and the source line of an address in a module, from the debug information that GCC and Clang write for
-// MinGW-w64. The tools are Debian's.
+// Finds the function and the source line of an address in a module, from the debug information of GCC and Clang for
+// MinGW-w64. Uses Debian's tools.
 import { existsSync } from 'node:fs';
 import path from 'node:path';
 import { root, run } from './shell.mjs';
@@ -12,14 +12,14 @@ export function findDebugFile(module, folders) {
   return folders.flatMap((folder) => names.map((name) => path.join(folder, name))).find((file) => existsSync(file));
 }
 
-/** The address at which the linker placed the module: addresses in debug information start there. */
+/** The address for which the linker made the module: addresses in debug information count from there. */
 function imageBase(file) {
   return BigInt(`0x${run(tool('objdump'), ['-p', file]).match(/^ImageBase\s+([0-9a-f]+)/m)[1]}`);
 }
 
 /**
- * "function at file:line" and the functions that it was inlined into, innermost first; empty if nothing is known.
- * Headers of the compiler are left out if functions of the project remain.
+ * Returns an array: "function at file:line", then the functions that it was inlined into, innermost first. Empty if
+ * nothing is known. Functions in headers of the compiler are left out if functions of the project remain.
  */
 export function describeAddress(file, offset) {
   const address = `0x${(imageBase(file) + offset).toString(16)}`;

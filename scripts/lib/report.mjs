@@ -1,8 +1,8 @@
-// What test runs and checks have come to: a line for each, and one at the end.
+// Prints the results of test runs and checks: a line for each, and a last line with the totals.
 
 const totals = { passed: 0, failed: 0 };
 
-/** Adds one result to the totals and shows it; the output of a failed run is shown whole, and so is any with `showOutput`. */
+/** Adds one result to the totals and shows it. Shows also the whole output if the run failed, or with `showOutput`. */
 export function report({ name, passed, failed, skipped = 0, output, seconds }, showOutput = false) {
   totals.passed += passed;
   totals.failed += failed;

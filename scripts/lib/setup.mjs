@@ -1,12 +1,13 @@
-// What the project needs on a machine, installed when it is missing: Debian packages and npm packages.
-// Everything here is quick when there is nothing to do.
+// Installs the Debian packages and npm packages that the project needs and the machine lacks. Takes almost no time if
+// all are installed.
 import { spawnSync } from 'node:child_process';
 import { createHash } from 'node:crypto';
 import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import { onWindows, root, run, say, SetupError, succeeds } from './shell.mjs';
 
-// Each Debian package with a file of it, by which it is known to be there where there is no dpkg to ask.
+// Each Debian package with one of its files. On a system without dpkg, a package counts as installed if its file
+// exists.
 const buildPackages = {
   cmake: '/usr/bin/cmake',
   'ninja-build': '/usr/bin/ninja',
@@ -23,7 +24,10 @@ const testPackages = {
   osslsigncode: '/usr/bin/osslsigncode',
 };
 
-/** Sees to the tools that building and running need; with `forTests` to those of the tests too. */
+/**
+ * Installs the tools for building and running; with `forTests` also those for the tests. Throws a SetupError if the
+ * user must do something first.
+ */
 export function ensureTools({ forTests = false } = {}) {
   if (onWindows && forTests) ensureNoClient();
   if (onWindows) ensureMsvc();
@@ -39,13 +43,13 @@ function ensureMsvc() {
   }
 }
 
-/** In Wine the tests have a registry of their own. */
+/** Refuses to run tests on a Windows that has the client's registry keys: the tests would delete them. */
 function ensureNoClient() {
   for (const key of ['HKLM\\SOFTWARE\\Borvanta', 'HKLM\\SOFTWARE\\Microsoft\\DirectX\\UserGpuPreferences']) {
     for (const view of ['/reg:32', '/reg:64']) {
       if (!succeeds('reg', ['query', key, view])) continue;
-      throw new SetupError(`The tests would delete ${key}, which exists here. Run them on a machine without the client, or `
-        + `delete it yourself if it is what tests that were broken off have left: reg delete ${key} ${view}`);
+      throw new SetupError(`The tests would delete the registry key ${key}. Run them on a machine without the client. `
+        + `If interrupted tests have left the key, delete it yourself: reg delete ${key} ${view}`);
     }
   }
 }
@@ -60,8 +64,12 @@ function ensureDebianPackages(packages) {
     : names.filter((name) => existsSync(packages[name])));
   const missing = names.filter((name) => !installed.has(name)).join(' ');
   if (!missing) return;
-  if (!onDebian) throw new SetupError(`Install what these Debian packages hold, in the same places: ${missing}`);
-  if (process.getuid() !== 0) throw new SetupError(`Install as root: apt-get install --no-install-recommends ${missing}`);
+  if (!onDebian) {
+    throw new SetupError(`Install the tools of these Debian packages, in the same folders as on Debian: ${missing}`);
+  }
+  if (process.getuid() !== 0) {
+    throw new SetupError(`Install as root: apt-get install --no-install-recommends ${missing}`);
+  }
   say(`Installing Debian packages (a minute or two): ${missing}`);
   const env = { DEBIAN_FRONTEND: 'noninteractive' };
   try {
@@ -72,7 +80,7 @@ function ensureDebianPackages(packages) {
   }
 }
 
-/** Installs a folder's npm packages when its lock file has changed since the last time, or a wanted file is gone. */
+/** Installs a folder's npm packages if its lock file has changed since the last time, or a wanted file is missing. */
 function ensureNpmPackages(folder, wanted = []) {
   const stamp = path.join(folder, 'node_modules', '.installed-lock');
   const lock = createHash('sha256').update(readFileSync(path.join(folder, 'package-lock.json'))).digest('hex');
@@ -82,16 +90,18 @@ function ensureNpmPackages(folder, wanted = []) {
   run('npm', ['ci', '--no-audit', '--no-fund'], { cwd: folder, shell: onWindows });
   // npm keeps silent when it cannot get an optional package.
   const missing = wanted.filter(isMissing);
-  if (missing.length > 0) throw new SetupError(`npm could not install ${missing.join(', ')}; is the registry reachable?`);
+  if (missing.length > 0) {
+    throw new SetupError(`npm could not install ${missing.join(', ')}; is the registry of npm reachable?`);
+  }
   writeFileSync(stamp, lock);
 }
 
-/** The releases of Node.js that the module is tested in, the one that runs by default last. */
+/** The releases of Node.js in which the module is tested. The last one is the default. */
 export const nodeVersions = ['18', '20', '22'];
 
 const windowsNodeFolder = path.join(root, 'tools', 'windows-node');
 
-/** A release's node.exe as npm installs it. */
+/** The path of a release's node.exe, where npm installs it. */
 export function windowsNodeFile(version) {
   return path.join(windowsNodeFolder, 'node_modules', `node${version}`, 'bin', 'node.exe');
 }

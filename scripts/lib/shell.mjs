@@ -1,5 +1,5 @@
-// Running commands and talking to the person in front of the terminal. All talk goes to stderr: stdout belongs to what
-// is run.
+// Runs commands and prints messages for the user. All messages go to stderr: stdout belongs to the programs that are
+// run.
 import { execFile, spawnSync } from 'node:child_process';
 import path from 'node:path';
 import { fileURLToPath } from 'node:url';
@@ -10,12 +10,12 @@ export const root = path.resolve(path.dirname(fileURLToPath(import.meta.url)), '
 
 export const onWindows = process.platform === 'win32';
 
-/** Says what a step that may take a while is doing. */
+/** Prints a message on stderr, for instance before a step that takes a while. */
 export function say(text) {
   process.stderr.write(`${text}\n`);
 }
 
-/** An error that is the user's to mend: shown as it is, without a stack. */
+/** An error that the user can fix: its message is shown without a stack. */
 export class SetupError extends Error {}
 
 /** Runs `main` and ends the process with its exit code; shows a SetupError without its stack. */
@@ -29,8 +29,8 @@ export async function runMain(main) {
 }
 
 /**
- * This command's options and its other arguments (none, unless `allowPositionals`), as util.parseArgs returns them. For an
- * option that the command does not have, throws a SetupError that shows how the command is used.
+ * Returns the options and the other arguments of this command, in the form of util.parseArgs(). Throws a SetupError
+ * with `usage` for an unknown option, and for other arguments unless `allowPositionals`.
  */
 export function readArguments(usage, { options = {}, allowPositionals = false } = {}) {
   try {
@@ -40,7 +40,7 @@ export function readArguments(usage, { options = {}, allowPositionals = false } 
   }
 }
 
-/** What a failed command printed, and a SetupError that names it. */
+/** Prints what a failed command printed, and returns a SetupError that names the command. */
 function commandError(command, args, { stdout, stderr, error }) {
   say(`${stdout ?? ''}${stderr ?? ''}`.trim());
   return new SetupError(`Failed: ${[command, ...args].join(' ')}${error ? ` (${error.message})` : ''}`);
@@ -50,24 +50,26 @@ const settings = (options) => ({
   cwd: root, encoding: 'utf8', maxBuffer: 1 << 28, ...options, env: { ...process.env, ...options.env },
 });
 
-/** Runs a command to its end; its output is shown only when it fails, and then a SetupError is thrown. */
+/** Runs a command to its end and returns its stdout. If it fails, shows its output and throws a SetupError. */
 export function run(command, args, options = {}) {
   const result = spawnSync(command, args, { stdio: ['ignore', 'pipe', 'pipe'], ...settings(options) });
   if (result.error || result.status !== 0) throw commandError(command, args, result);
   return result.stdout;
 }
 
-/** run() that other work can go on beside. */
+/** Like run(), but asynchronous: resolves to the stdout. */
 export function runBeside(command, args, options = {}) {
   return new Promise((resolve, reject) => {
     execFile(command, args, settings(options), (error, stdout, stderr) => {
-      if (error) reject(commandError(command, args, { stdout, stderr, error: typeof error.code === 'number' ? undefined : error }));
-      else resolve(stdout);
+      if (error) {
+        reject(commandError(command, args,
+          { stdout, stderr, error: typeof error.code === 'number' ? undefined : error }));
+      } else resolve(stdout);
     }).stdin.end();
   });
 }
 
-/** Resolves to a child process's exit code, and to 1 when a signal ended it. */
+/** Resolves to a child process's exit code, or to 1 if a signal ended the process. */
 export function exitCode(child) {
   return new Promise((resolve, reject) => {
     child.on('error', (error) => { if (error.name !== 'AbortError') reject(error); });
@@ -75,7 +77,7 @@ export function exitCode(child) {
   });
 }
 
-/** True when the command exists and succeeds; shows nothing. */
+/** Returns true if the command exists and succeeds. Shows nothing. */
 export function succeeds(command, args) {
   return spawnSync(command, args, { stdio: 'ignore' }).status === 0;
 }

@@ -7,7 +7,7 @@ import { runProgram } from './windows.mjs';
 
 const timeout = 300_000;
 
-/** Puts the function behind each trap that tests/support/trap_report.cc has reported. */
+/** Adds the function and source line to each trap that tests/support/trap_report.cc has reported in the output. */
 function nameTraps(output) {
   const folders = ['module', 'targets'].map((name) => path.join(buildFolder('clang'), name));
   return output.replace(/^TRAP in (\S+) at 0x([0-9a-f]+)/gm, (line, module, hex) => {
@@ -17,8 +17,9 @@ function nameTraps(output) {
 }
 
 /**
- * Runs a test file with a Node.js and resolves to { passed, failed, skipped, output, seconds }. An end without a count, or
- * with a failure code, is a failure. Tests are selected by `pattern`, if there is one.
+ * Runs a test file with the Node.js `program` and resolves to { passed, failed, skipped, output, seconds }. The file
+ * also counts as failed if it ends without a count of its tests or with an exit code other than 0. With `pattern`, runs
+ * only the tests whose names match it.
  */
 export async function runTestFile(program, file, { pattern, ...options }) {
   const chunks = [];

@@ -8,8 +8,8 @@ import { exitCode, onWindows, root } from './shell.mjs';
 import { runInWine } from './wine.mjs';
 
 /**
- * The node.exe of a release, in a folder together with the test platform's DLLs, which Windows programs load in preference
- * to the system's when they stand beside the executable.
+ * The path of a release's node.exe, in a folder together with the DLLs of tests/stand_ins/. A Windows program prefers
+ * the DLLs of its own folder to those of the system.
  */
 export function windowsNode(version = nodeVersions.at(-1)) {
   const source = windowsNodeFile(version);
@@ -32,21 +32,22 @@ function copyIfNewer(from, to) {
 }
 
 /**
- * Runs a Windows program, or with `host` one of this system, to its end and resolves to its exit code (see runInWine).
- * `stdout` and `stderr` are called with what it prints as it comes; its own input is empty. A program that takes longer than
- * `timeout` milliseconds is killed, and so is one whose `signal` is aborted.
+ * Runs a Windows program, or with `host` a program of this system, to its end. Resolves to its exit code (see
+ * runInWine). `stdout` and `stderr` are called with each piece of output, at once. The program's standard input is
+ * empty. The program is killed if it takes longer than `timeout` milliseconds, or if `signal` is aborted.
  */
 export async function runProgram(program, args, { lane = 0, host = onWindows, stdout, stderr, env, ...options }) {
   if (!host) return runInWine(program, args, { lane, stdout, stderr, env, ...options });
-  const child = spawn(program, args, { ...options, env: { ...process.env, ...env }, stdio: ['ignore', 'pipe', 'pipe'] });
+  const child = spawn(program, args,
+    { ...options, env: { ...process.env, ...env }, stdio: ['ignore', 'pipe', 'pipe'] });
   child.stdout.on('data', stdout);
   child.stderr.on('data', stderr);
   return exitCode(child);
 }
 
 /**
- * Runs a Windows program as if this process were it: in the folder that npm was called in, with its output on this
- * process's own. It ends with this process, and when nobody reads its output any more.
+ * Runs a Windows program in place of this process: in the folder in which npm was called, with its output on this
+ * process's stdout and stderr. The program ends with this process, and when nobody reads its output any more.
  */
 export async function runHere(program, args) {
   const ended = new AbortController();
@@ -59,5 +60,5 @@ export async function runHere(program, args) {
     stderr: write(process.stderr), signal: ended.signal });
 }
 
-/** Runs a script in a release of Node.js for Windows as if this process were it. */
+/** Like runHere(), for a script in a release of Node.js for Windows. */
 export const runScript = (args, version) => runHere(windowsNode(version), args);

@@ -1,27 +1,28 @@
-// Everything about Wine, in which Windows programs run on Debian: its prefixes, its environment, running a program.
+// Runs Windows programs in Wine on Debian: makes Wine prefixes, sets the environment, passes the output on.
 import { spawn, spawnSync } from 'node:child_process';
 import { closeSync, cpSync, existsSync, mkdirSync, mkdtempSync, openSync, readSync, renameSync, rmSync } from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
 import { exitCode, root, runBeside, say, SetupError } from './shell.mjs';
 
-// The 64-bit loader and server themselves: the wrapper scripts in /usr/bin ask for a 32-bit Wine that nothing here needs.
+// The 64-bit loader and server themselves: the wrapper scripts in /usr/bin need a 32-bit Wine.
 const wine = '/usr/lib/wine/wine64';
 const wineServer = '/usr/lib/wine/wineserver64';
 
-/** What a Windows program in the prefix is started with. The locale decides how Wine reads arguments and file names. */
+/** The environment variables of Windows programs. The locale decides how Wine reads arguments and file names. */
 const wineEnvironment = (prefix) => ({
   WINEPREFIX: prefix, WINEARCH: 'win64', WINEDEBUG: '-all', LC_ALL: 'C.UTF-8',
-  // The test platform's DbgHelp stands beside the executable. Without mscoree and mshtml, a new prefix does not offer in a
-  // window to download what they need; without winedbg, a program that crashes ends at once.
+  // Our DbgHelp is in the executable's folder (windowsNode()). mscoree and mshtml are disabled, because otherwise a new
+  // prefix opens a window and offers a download for them. winedbg is disabled so that a program that crashes ends at
+  // once.
   WINEDLLOVERRIDES: 'dbghelp=n,b;mscoree,mshtml,winedbg.exe=',
 });
 
 const makers = new Map();
 
 /**
- * The Wine prefix of a lane, made if it is missing. Programs in different lanes share no registry, so tests in them can run
- * side by side.
+ * Resolves to the Wine prefix of a lane, and makes it if it is missing. Each lane has its own prefix and so its own
+ * registry, so tests in different lanes can run at the same time.
  */
 export function winePrefix(lane = 0) {
   if (!makers.has(lane)) makers.set(lane, makePrefix(lane));
@@ -31,14 +32,14 @@ export function winePrefix(lane = 0) {
 async function makePrefix(lane) {
   const prefix = path.join(root, 'build', 'wine', `lane-${lane}`);
   if (existsSync(prefix)) return prefix;
-  // Made under another name: what is interrupted is never taken for a prefix, and of two makers one wins.
+  // Made under another name and then renamed: so an unfinished prefix is never used, and of two processes one wins.
   mkdirSync(path.dirname(prefix), { recursive: true });
   const draft = mkdtempSync(`${prefix}.`);
   if (lane === 0) {
     say('Making the Wine prefix (about ten seconds)');
     const env = wineEnvironment(draft);
     await runBeside(wine, ['wineboot', '-i'], { env });
-    // A fresh prefix claims Windows 7, on which Node.js refuses to start.
+    // A new prefix reports Windows 7, on which Node.js refuses to start.
     await runBeside(wine, ['winecfg', '-v', 'win10'], { env });
     stopWine(draft);
   } else {
@@ -63,7 +64,7 @@ export function stopWine(prefix) {
   spawnSync(wineServer, ['-w'], { env, stdio: 'ignore' });
 }
 
-/** Hands on what is appended to a file, until stop() has handed on the rest. */
+/** Passes everything that is appended to a file to `sink`, until stop() has passed on the rest. */
 class FileFollower {
   constructor(file, sink) {
     this.fd = openSync(file, 'r');
@@ -88,13 +89,13 @@ class FileFollower {
 }
 
 /**
- * Runs a Windows program in a lane and resolves to the low eight bits of its exit code, and to 1 if only they are 0. `stdout`
- * and `stderr` are called with what it prints as it comes; its own input is empty. The other options are those of
- * child_process.spawn.
+ * Runs a Windows program in a lane. Resolves to the low eight bits of its exit code, or to 1 if the code is not 0 but
+ * these bits are. `stdout` and `stderr` are called with each piece of output, at once. The program's standard input is
+ * empty. The other options are those of child_process.spawn.
  */
 export async function runInWine(program, args, { lane, stdout, stderr, env, ...options }) {
   const prefix = await winePrefix(lane);
-  // Windows programs in Wine cannot write to a Unix pipe, so they write to files, and these are followed.
+  // Windows programs in Wine cannot write to a Unix pipe. So they write to files, which this process reads meanwhile.
   const folder = mkdtempSync(path.join(os.tmpdir(), 'borvanta-run-'));
   const files = ['stdout', 'stderr'].map((name) => path.join(folder, name));
   const fds = files.map((file) => openSync(file, 'a'));
@@ -110,9 +111,11 @@ export async function runInWine(program, args, { lane, stdout, stderr, env, ...o
 }
 
 /**
- * Opens a lane's desktop and keeps it open until stopWine(), at most for an hour; resolves when it is open. Without it the
- * desktop closes a second after the last program, and a test's child that opens it again gives its output pipe to it: the
- * test then waits in vain for that pipe to close.
+ * Opens the Wine desktop of a lane and keeps it open until stopWine(), or for an hour. Resolves when it is open.
+ *
+ * Without this, the desktop's process ends a second after the last program, and the next program starts it again. If
+ * that program is a child process of a test, the desktop inherits the child's output pipe, and the test waits in vain
+ * for the pipe to close.
  */
 export async function holdDesktop(lane, node) {
   const script = `const { load } = require('./tools/windows-node/node_modules/koffi');
@@ -121,7 +124,8 @@ export async function holdDesktop(lane, node) {
   const printed = [];
   let late;
   await new Promise((resolve, reject) => {
-    const fail = (reason) => reject(new SetupError(`Wine's desktop in lane ${lane} did not open: ${reason}\n${printed.join('')}`));
+    const fail = (reason) => reject(
+      new SetupError(`Wine's desktop in lane ${lane} did not open: ${reason}\n${printed.join('')}`));
     late = setTimeout(() => fail('not within a minute'), 60_000);
     runInWine(node, ['-e', script], { lane, cwd: root, stdout: resolve, stderr: (chunk) => printed.push(chunk) })
       .then((code) => fail(`exit code ${code}`), fail);
