@@ -6,7 +6,7 @@ const path = require('node:path');
 const { buildFolder, captureArgs, modulePath, startStallTarget } = require('../tests/support/windows.js');
 const { drawChart } = require('./lib/chart.js');
 const { calls, callbacks, compare, time } = require('./lib/measure.js');
-const { end, startProcesses } = require('./lib/processes.js');
+const { startProcesses } = require('./lib/processes.js');
 
 const root = path.resolve(__dirname, '..');
 const programs = path.join(buildFolder, 'bench');
@@ -88,7 +88,7 @@ async function measureProcessList(util, baseline) {
 }
 
 async function measureFrozenTime(util, baseline, folder, depth) {
-  const { kill, processId, threadId } = await startStallTarget(...(depth ? ['deep', String(depth)] : ['chain']));
+  const { kill, processId, threadId } = await startStallTarget(depth || 1);
   const args = captureArgs({ processId, threadId, janksDir: `${folder}${path.sep}` });
   const empty = () => {
     for (const name of fs.readdirSync(folder)) fs.rmSync(path.join(folder, name));

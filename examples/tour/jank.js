@@ -13,7 +13,7 @@ async function startStalledProcess() {
   const program = ['mingw', 'msvc'].map((preset) => path.join(build, preset, 'targets', 'stall_target.exe'))
     .find((file) => fs.existsSync(file));
   if (!program) throw new Error('it is not built; "npm run build" does that');
-  const child = spawn(program, ['chain'], { stdio: ['ignore', 'pipe', 'ignore'] });
+  const child = spawn(program, { stdio: ['ignore', 'pipe', 'ignore'] });
   await once(child, 'spawn');
   try {
     const lines = readline.createInterface({ input: child.stdout });

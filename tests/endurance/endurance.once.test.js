@@ -5,7 +5,8 @@
 const { once } = require('node:events');
 const { Worker, isMainThread, workerData } = require('node:worker_threads');
 const {
-  assert, call, captureArgs, load, openHandles, randomNumbers, RegistryKey, sleep, startStallTarget, temporaryFolder, test,
+  assert, call, captureArgs, load, openHandles, randomNumbers, RegistryKey, sleep, startStallTarget, temporaryFolder,
+  test,
 } = require('../support');
 
 /** An option's number; of several the last. */
@@ -67,7 +68,7 @@ async function callMany(count) {
 /** Captures a process several times while it ends. Resolves to what the captures said. */
 async function captureEnding(janksDir) {
   const lifetime = 100 + random(900);
-  const target = await startStallTarget('exit-after', String(lifetime)).catch(() => undefined);
+  const target = await startStallTarget(1, lifetime).catch(() => undefined);
   if (!target) return captureEnding(janksDir); // It ended too early.
   return Promise.all(Array.from({ length: 5 }, async () => {
     await sleep(random(lifetime));

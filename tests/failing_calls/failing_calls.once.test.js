@@ -39,7 +39,7 @@ test('failing calls', async (t) => {
   const client = new RegistryKey('SOFTWARE\\Borvanta', 32);
   client.set('', 'D:\\Apps');
   t.after(() => client.remove());
-  const target = { ...await startStallTarget('chain'), janksDir: `${temporaryFolder(test)}\\` };
+  const target = { ...await startStallTarget(), janksDir: `${temporaryFolder(test)}\\` };
   t.after(target.kill);
   const newMachine = () => new Machine(t, target);
   const intact = newMachine();

@@ -1,6 +1,5 @@
 'use strict';
-const { Worker } = require('node:worker_threads');
-const { assert, koffi, memoryAt, scriptedSystem, sleep, test, until } = require('../support');
+const { assert, koffi, memoryAt, scriptedSystem, test } = require('../support');
 
 const now = [2024, 2, 4, 29, 23, 59, 59, 500];
 /** The same moment in milliseconds since 1601. */
@@ -60,23 +59,4 @@ test('the file whose resources decide is checked quietly and offline, by the lib
     // WTD_UI_NONE, WTD_REVOKE_NONE, no revocation check and nothing but the cache; verify, then close.
     assert.deepEqual(checks, [['C:\\a.node', 2, 0, 0x1010, 1], ['C:\\a.node', 2, 0, 0x1010, 2]]);
   }
-});
-
-test('a script thread that asks while another one decides waits for the same answer', async (t) => {
-  const system = debugBuild(t, '/');
-  system.hold('SystemTimeToFileTime');
-  const source = `const { parentPort, workerData } = require('node:worker_threads');
-    const copy = { exports: {} };
-    process.dlopen(copy, workerData);
-    parentPort.postMessage('asks');
-    parentPort.postMessage(copy.exports.isDebugMode());`;
-  const said = [];
-  for (const options of Array(2).fill({ eval: true, workerData: system.file })) {
-    new Worker(source, options).on('message', (message) => said.push(message));
-  }
-  await until(() => said.length === 2);
-  await sleep(100);
-  system.mend('SystemTimeToFileTime');
-  await until(() => said.length === 4);
-  assert.deepEqual(said, ['asks', 'asks', true, true]);
 });

@@ -1,9 +1,10 @@
 'use strict';
 const {
-  assert, koffi, makeWritable, memoryAt, RegistryKey, scriptedSystem, system: windows, test, useLocale,
+  assert, koffi, makeWritable, memoryAt, RegistryKey, scriptedSystem, system: windows, test,
 } = require('../support');
 
 const classKey = 'SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002bE10318}';
+const setThreadLocale = windows('kernel32', 'int SetThreadLocale(uint32)');
 const scratch = new RegistryKey('SOFTWARE\\BorvantaTest');
 test.after(() => scratch.remove());
 
@@ -157,7 +158,7 @@ test('a serial number in hex digits is decoded, and its characters are swapped w
 });
 
 test('a disk\'s field has 40 characters, no spaces, and all but letters, digits, "-", "=" and "_" in hex', (t) => {
-  useLocale(t, 0x0411); // Japanese: the code page of the thread counts.
+  setThreadLocale(0x0411); // Japanese: the code page of the thread counts.
   const kept = '0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ-=_';
   check(t, 'disk', [
     [`${kept}2e`, withSerial(` ${kept} .z`)], ['abcdefghijklmnopqrstuvwxyz', withSerial('abcdefghijklmnopqrstuvwxyz')],
@@ -188,7 +189,7 @@ test('an adapter is what the first class key with its name says, in any case of 
 });
 
 test('names and addresses of adapters are read within their fields', (t) => {
-  useLocale(t, 0x0419); // Russian: the code page of the thread counts.
+  setThreadLocale(0x0419); // Russian: the code page of the thread counts.
   const adapters = [[`${'\xC6'.repeat(260)}description`, wired, '0102030405060708', 300]];
   const id = Buffer.from('Ж'.repeat(260), 'utf16le');
   check(t, 'mac', [['0102030405060708', { adapters, keys: [[id, physical]] }],

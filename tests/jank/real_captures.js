@@ -5,9 +5,9 @@ const { call, captureArgs, load, startStallTarget } = require('../support');
 
 (async () => {
   const captured = [];
-  for (const args of [['chain'], ['deep', '500']]) {
-    const { kill, ...target } = await startStallTarget(...args);
-    const janksDir = `${process.argv[2]}\\${args[0]} `;
+  for (const [depth, name] of [[1, 'chain'], [500, 'deep']]) {
+    const { kill, ...target } = await startStallTarget(depth);
+    const janksDir = `${process.argv[2]}\\${name} `;
     captured.push({ ...target, ...await call(load().captureNativeJank, captureArgs({ ...target, janksDir })) });
     await kill();
   }

@@ -118,7 +118,9 @@ exports.ScriptedCapture = class ScriptedCapture {
   /** Captures and resolves to what the callback gets. */
   run(args, view = (object) => object) {
     const hasTable = this.getTable() !== null;
-    for (const name of hasTable ? fields : []) this.field(name, this.answers[name] === null ? 0n : this.addresses.get(name));
+    for (const name of hasTable ? fields : []) {
+      this.field(name, this.answers[name] === null ? 0n : this.addresses.get(name));
+    }
     this.steps.length = 0;
     return call(this.system.util.captureNativeJank, view(captureArgs({ processId: 5, threadId: 6, ...args })));
   }

@@ -50,7 +50,6 @@ const source = `
   int WriteFile(void*, void*, uint32, void*, void*)
   int64 _time64(void*)
   // addon, gpu_usage and process_list
-  void RaiseException(uint32, uint32, uint32, void*)
   int SetThreadDescription(void*, str16)
   int PdhOpenQueryW(void*, size_t, void*)
   int PdhAddCounterW(void*, str16, size_t, void*)

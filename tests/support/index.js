@@ -6,7 +6,6 @@ module.exports = {
   path: require('node:path'),
   sleep: require('node:timers/promises').setTimeout,
   test: require('node:test'),
-  ...require('./random_numbers.js'),
   ...require('./scripted_system.js'),
   ...require('./windows_api.js'),
   ...require('./windows.js'),

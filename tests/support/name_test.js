@@ -1,6 +1,6 @@
 'use strict';
-// Loaded before each test file: says on stderr which test is running, for the report of one that never ends or that ends
-// the process. Workers and forked processes load it too, and are no test files.
+// Loaded before each test file: prints on stderr which test runs, so that the report can name a test that hangs or ends the
+// process. Workers and forked processes load it too, but are no test files.
 const fs = require('node:fs');
 const { isMainThread } = require('node:worker_threads');
 

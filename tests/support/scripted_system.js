@@ -11,8 +11,7 @@ const os = require('node:os');
 const path = require('node:path');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { declarations } = require('./declarations.js');
-const { readExecutable } = require('./executable.js');
-const { executableMemory, koffi, makeWritable, memoryAt, system } = require('./windows_api.js');
+const { executableMemory, koffi, makeWritable, memoryAt, readExecutable, system } = require('./windows_api.js');
 const { modulePath } = require('./windows.js');
 
 const getModuleHandle = system('kernel32', 'void* GetModuleHandleW(str16)');
@@ -222,8 +221,8 @@ class ScriptedSystem {
   }
 
   /**
-   * Lets an import fail: it answers `value` with `error` as the last error. `nth` says which call, counted from now (every
-   * call when left out); with `late` the call does its work before.
+   * Lets an import fail: it returns `value` with `error` as the last error. `nth` selects one call, counted from now;
+   * by default all calls fail. With `late` the call does its work first.
    */
   fail(name, { nth, value = 0, error = 5, late = false } = {}) {
     const stub = this.#stubOf(name);
@@ -273,8 +272,8 @@ class ScriptedSystem {
 }
 
 /**
- * A scripted system over a fresh copy of the module, until the test `t` has ended; it then has all imports back, and the
- * test fails with what a script function has thrown.
+ * A scripted system over a fresh copy of the module, for the time of the test `t`. At its end all imports are
+ * restored, and the test fails if a script function has thrown.
  */
 exports.scriptedSystem = (t) => {
   const file = path.join(fs.mkdtempSync(path.join(os.tmpdir(), prefix)), 'borvanta-util.node');

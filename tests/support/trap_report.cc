@@ -8,17 +8,14 @@
 #include <cstdio>
 #include <cstring>
 
-extern "C" IMAGE_DOS_HEADER __ImageBase;
-
 namespace {
 
 LONG CALLBACK ReportTrap(EXCEPTION_POINTERS* exception) {
   const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
+  if (record.ExceptionCode != EXCEPTION_ILLEGAL_INSTRUCTION) return EXCEPTION_CONTINUE_SEARCH;
   HMODULE module = nullptr;
   GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                      static_cast<const wchar_t*>(record.ExceptionAddress), &module);
-  const bool isOurs = module == reinterpret_cast<HMODULE>(&__ImageBase);
-  if (record.ExceptionCode != EXCEPTION_ILLEGAL_INSTRUCTION || !isOurs) return EXCEPTION_CONTINUE_SEARCH;
   std::array<char, MAX_PATH> path{};
   GetModuleFileNameA(module, path.data(), path.size());
   std::fprintf(stderr, "\nTRAP in %s at 0x%llx\n", std::strrchr(path.data(), '\\') + 1,

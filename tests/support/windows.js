@@ -17,8 +17,8 @@ exports.buildFolder = [build ?? 'mingw', 'msvc'].map((name) => path.join(root, '
   .find((folder) => fs.existsSync(folder));
 
 /** The built module. */
-exports.modulePath = path.join(build ? path.join(exports.buildFolder, 'module') : path.join(root, 'prebuilds', 'win32-x64'),
-  'borvanta-util.node');
+const folder = build ? path.join(exports.buildFolder, 'module') : path.join(root, 'prebuilds', 'win32-x64');
+exports.modulePath = path.join(folder, 'borvanta-util.node');
 exports.load = () => require(exports.modulePath);
 
 /** Calls a function whose last parameter is a callback and resolves to the callback's argument. */
@@ -32,7 +32,8 @@ const scriptSource = (body, module) => `'use strict'; const util = ${module && `
 
 /**
  * Runs `body` in a Node.js process of its own, with `util` (the module, or undefined with `module: null`) and `print`
- * (one value as JSON) in scope, and resolves to what it printed, parsed. Rejects with the `code` of a process that fails.
+ * (one value as JSON) in scope, and resolves to the values that it printed. Rejects with the exit code as `code` if
+ * that is not 0.
  */
 exports.runScript = async (body, { execPath = process.execPath, module = exports.modulePath } = {}) => {
   const { stdout } = await promisify(execFile)(execPath, ['-e', scriptSource(body, module)]);
@@ -40,8 +41,8 @@ exports.runScript = async (body, { execPath = process.execPath, module = exports
 };
 
 /**
- * Starts a program and leaves it running: next() resolves to the next value that it prints as a line of JSON, kill() ends
- * it as a crash would and resolves when it is gone.
+ * Starts a program and lets it run: next() resolves to the next value that it prints as a line of JSON, kill() ends
+ * it as a crash would and resolves when it has ended.
  */
 const startProgram = (program, args) => {
   const child = spawn(program, args, { stdio: ['ignore', 'pipe', 'inherit'] });
@@ -56,9 +57,13 @@ const startProgram = (program, args) => {
 /** Starts `body` like runScript and leaves it running (see startProgram). */
 exports.startScript = (body) => startProgram(process.execPath, ['-e', scriptSource(body, exports.modulePath)]);
 
-/** Starts a process that stalls as `args` say. Resolves when it has, to the ids of it and of its threads, and its kill(). */
-exports.startStallTarget = async (...args) => {
-  const { next, kill } = startProgram(path.join(exports.buildFolder, 'targets', 'stall_target.exe'), args);
+/**
+ * Starts a process that stalls `depth` calls deep and ends after `lifetime` milliseconds. Resolves when it stalls, to
+ * { processId, threadId, otherThreadId, kill }.
+ */
+exports.startStallTarget = async (depth = 1, lifetime = 600_000) => {
+  const { next, kill } = startProgram(path.join(exports.buildFolder, 'targets', 'stall_target.exe'),
+    [depth, lifetime].map(String));
   return { ...await next(), kill };
 };
 
@@ -72,6 +77,15 @@ exports.temporaryFolder = (t) => {
 /** Resolves when `condition` is true. */
 exports.until = async (condition) => {
   while (!await condition()) await sleep(5);
+};
+
+/** A function random(end), which gives whole numbers below `end`: the same ones in the same order for the same seed. */
+exports.randomNumbers = (seed) => {
+  let state = seed;
+  return (end) => {
+    state = (Math.imul(state, 1664525) + 1013904223) >>> 0;
+    return Math.floor((state / 2 ** 32) * end);
+  };
 };
 
 /** Arguments for captureNativeJank that pass every check. */

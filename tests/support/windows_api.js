@@ -1,5 +1,6 @@
 'use strict';
-// Windows itself for tests: any system function by its declaration, native memory, and registry values as bytes.
+// Windows itself for tests: any system function by its declaration, native memory, registry values as bytes, and the
+// headers of executables.
 const koffi = require('../../tools/windows-node/node_modules/koffi');
 
 exports.koffi = koffi;
@@ -18,81 +19,51 @@ exports.memoryAt = (address, size) => Buffer.from(koffi.view(address, size));
 const virtualAlloc = system('kernel32', 'void* VirtualAlloc(void*, size_t, uint32, uint32)');
 const virtualProtect = system('kernel32', 'int VirtualProtect(void*, size_t, uint32, _Out_ uint32*)');
 
-const chunkSize = 0x10000;
-let [chunk, used] = [0n, chunkSize];
-
-/** Fresh memory that code can run in; it is never freed. */
-exports.executableMemory = (size) => {
-  if (used + size > chunkSize) {
-    chunk = koffi.address(virtualAlloc(null, chunkSize, 0x3000 /* MEM_COMMIT | MEM_RESERVE */, 0x40));
-    used = 0;
-  }
-  used += size;
-  return chunk + BigInt(used - size);
-};
+/** Fresh memory (MEM_COMMIT, MEM_RESERVE) in which code can run. It is never freed. */
+exports.executableMemory = (size) => koffi.address(virtualAlloc(null, size, 0x3000, 0x40));
 exports.makeWritable = (address, size) => virtualProtect(address, size, 0x40 /* PAGE_EXECUTE_READWRITE */, [0]);
 
 const openKey = system('advapi32', 'int RegOpenKeyExW(size_t, str16, uint32, uint32, _Out_ size_t*)');
-const createKey = system('advapi32',
-  'int RegCreateKeyExW(size_t, str16, uint32, void*, uint32, uint32, void*, _Out_ size_t*, void*)');
-const closeKey = system('advapi32', 'int RegCloseKey(size_t)');
-const setValue = system('advapi32', 'int RegSetValueExW(size_t, str16, uint32, uint32, void*, uint32)');
-const queryValue = system('advapi32',
-  'int RegQueryValueExW(size_t, str16, void*, _Out_ uint32*, void*, _Inout_ uint32*)');
+const setKeyValue = system('advapi32', 'int RegSetKeyValueW(size_t, str16, str16, uint32, void*, uint32)');
+const getValue = system('advapi32',
+  'int RegGetValueW(size_t, str16, str16, uint32, _Out_ uint32*, void*, _Inout_ uint32*)');
 const deleteTree = system('advapi32', 'int RegDeleteTreeW(size_t, str16)');
 
-const localMachine = 0x80000002;
-const view = { 32: 0x200, 64: 0x100 };
-const allAccess = 0xF003F;
+/** HKEY_LOCAL_MACHINE\SOFTWARE in the view that `access` asks for, with all rights. */
+const openSoftware = (access) => {
+  const key = [0];
+  openKey(0x80000002, 'SOFTWARE', 0, 0xF003F | access, key);
+  return key[0];
+};
+const views = { 32: openSoftware(0x200 /* KEY_WOW64_32KEY */), 64: openSoftware(0x100 /* KEY_WOW64_64KEY */) };
 
 /**
- * A key below HKEY_LOCAL_MACHINE in the 32- or the 64-bit view, which values are put into and taken from past the module.
- * Value names are as Windows has them: '' is the default value.
+ * A key below HKEY_LOCAL_MACHINE\SOFTWARE in the 32- or the 64-bit view, read and written without the module. The
+ * default value is named ''.
  */
 exports.RegistryKey = class RegistryKey {
   constructor(path, bits = 64) {
     this.path = path;
-    this.access = allAccess | view[bits];
+    this.place = [views[bits], path.replace('SOFTWARE\\', '')];
   }
-
-  /** Runs `use(handle)` on the open key and returns what it returns; undefined when there is no key. */
-  #use(use, open = (key) => openKey(localMachine, this.path, 0, this.access, key)) {
-    const key = [0];
-    if (open(key) !== 0) return undefined;
-    try {
-      return use(key[0]);
-    } finally {
-      closeKey(key[0]);
-    }
-  }
-
-  get exists() { return this.#use(() => true) ?? false; }
-
-  create() { this.#use(() => {}, (key) => createKey(localMachine, this.path, 0, null, 0, this.access, null, key, null)); }
 
   /** Sets a value: a string as REG_SZ with its terminator, a BigInt as REG_QWORD, a number as REG_DWORD, or bytes. */
   set(name, value, type) {
     const [bytes, usual] = typeof value === 'string' ? [Buffer.from(`${value}\0`, 'utf16le'), 1]
       : typeof value === 'bigint' ? [Buffer.from(BigInt64Array.of(value).buffer), 11]
         : typeof value === 'number' ? [Buffer.from(Uint32Array.of(value).buffer), 4] : [value, 3];
-    this.create();
-    this.#use((key) => setValue(key, name, 0, type ?? usual, bytes, bytes.length));
+    setKeyValue(...this.place, name, type ?? usual, bytes, bytes.length);
   }
 
-  /** A value's type and bytes; undefined when it is not there. */
+  /** A value's type and bytes; undefined when it is not there. A string has a terminator in any case. */
   get(name) {
-    return this.#use((key) => {
-      const [type, size, bytes] = [[0], [1 << 16], Buffer.alloc(1 << 16)];
-      if (queryValue(key, name, null, type, bytes, size) !== 0) return undefined;
-      return { type: type[0], bytes: bytes.subarray(0, size[0]) };
-    });
+    const [type, size, bytes] = [[0], [1 << 16], Buffer.alloc(1 << 16)];
+    const failed = getValue(...this.place, name, 0xFFFF /* RRF_RT_ANY */, type, bytes, size);
+    return failed ? undefined : { type: type[0], bytes: bytes.subarray(0, size[0]) };
   }
 
   /** Deletes the key and all below it. */
-  remove() {
-    const [, parent, name] = this.path.match(/^(.*)\\(.*)$/);
-    this.#use((key) => deleteTree(key, name), (key) => openKey(localMachine, parent, 0, this.access, key));
-  }
+  remove() { deleteTree(...this.place); }
 };
 
 const getHandleInformation = system('kernel32', 'int GetHandleInformation(size_t, _Out_ uint32*)');
@@ -110,12 +81,28 @@ exports.openHandles = () => {
   return open;
 };
 
-const setThreadLocale = system('kernel32', 'int SetThreadLocale(uint32)');
-const getThreadLocale = system('kernel32', 'uint32 GetThreadLocale()');
+/**
+ * Reads the headers of a 64-bit executable or DLL in `image`, which is laid out as in memory: its
+ * `dllCharacteristics`, the names that it `exports`, and its `imports`
+ * ({ library, name, slot }), of which `slot` is the offset of the function's address.
+ */
+exports.readExecutable = (image) => {
+  const text = (at) => image.toString('latin1', at, image.indexOf(0, at));
+  const header = image.readUInt32LE(0x3c);
+  const optional = header + 24;
+  if (text(header) !== 'PE' || image.readUInt16LE(optional) !== 0x20b) throw new Error('no 64-bit executable');
+  const directory = (index) => image.readUInt32LE(optional + 112 + index * 8);
 
-/** Gives the script thread the locale (0x0419: Russian, code page 1251) until the test has ended. */
-exports.useLocale = (t, locale) => {
-  const before = getThreadLocale();
-  setThreadLocale(locale);
-  t.after(() => setThreadLocale(before));
+  const imports = [];
+  for (let at = directory(1); image.readUInt32LE(at + 12) !== 0; at += 20) {
+    const library = text(image.readUInt32LE(at + 12));
+    const [names, slots] = [image.readUInt32LE(at), image.readUInt32LE(at + 16)];
+    for (let offset = 0; image.readBigUInt64LE(names + offset) !== 0n; offset += 8) {
+      imports.push({ library, name: text(Number(image.readBigUInt64LE(names + offset)) + 2), slot: slots + offset });
+    }
+  }
+  const names = image.readUInt32LE(directory(0) + 32);
+  const exports = Array.from({ length: image.readUInt32LE(directory(0) + 24) },
+    (_, index) => text(image.readUInt32LE(names + index * 4)));
+  return { dllCharacteristics: image.readUInt16LE(optional + 70), exports, imports };
 };

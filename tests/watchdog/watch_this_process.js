@@ -20,7 +20,7 @@ exports.watchThisProcess = (t, options) => {
 
 const never = new Int32Array(new SharedArrayBuffer(4));
 
-/** Blocks the event loop until `condition(elapsedMs)` is true; returns when that began. With a pause of 0 it is busy. */
+/** Blocks the event loop until `condition(elapsedMs)` is true. A `pause` of 0 makes a busy loop. Returns when it began. */
 exports.block = (condition, pause = 20) => {
   const start = Date.now();
   while (!condition(Date.now() - start)) Atomics.wait(never, 0, 0, pause);

@@ -1,7 +1,5 @@
 'use strict';
-const { once } = require('node:events');
 const { Session } = require('node:inspector');
-const { Worker } = require('node:worker_threads');
 const { mainThreadId, readReport, watchForJank } = require('borvanta-util/watchdog');
 const { assert, fs, path, runScript, startScript, system, test, until } = require('../support');
 const { block, isRunning, watchThisProcess } = require('./watch_this_process.js');
@@ -18,16 +16,6 @@ test('mainThreadId is what GetCurrentThreadId returns, and the host can trace me
   fs.accessSync('.');
   host.post('NodeTracing.stop');
   assert.equal(events.filter(({ name, ph }) => name === 'fs.sync.access' && ph === 'B').length, 2);
-});
-
-test('mainThreadId and watchForJank refuse workers', async () => {
-  const worker = new Worker(`const { mainThreadId, watchForJank } = require('borvanta-util/watchdog');
-    const { parentPort } = require('node:worker_threads');
-    mainThreadId().catch(({ code }) => {
-      try { watchForJank({}); } catch (error) { parentPort.postMessage([code, error.code]); }
-    });`, { eval: true });
-  const [codes] = await once(worker, 'message');
-  assert.deepEqual(codes, ['ERR_WORKER_UNSUPPORTED_OPERATION', 'ERR_WORKER_UNSUPPORTED_OPERATION']);
 });
 
 test('watchForJank names the option that is wrong before anything starts', () => {

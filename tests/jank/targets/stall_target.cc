@@ -1,11 +1,11 @@
-// A process that stalls on purpose: stall_target chain | deep COUNT | exit-after MILLISECONDS.
-// Prints its ids as one line of JSON and stalls until it is killed, or for ten minutes.
+// A process that stalls on purpose: stall_target [DEPTH [MILLISECONDS]].
+// Prints its ids as one line of JSON and stalls, DEPTH calls deep, until it is killed or that time is over (ten
+// minutes).
 
 #include <windows.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 
 namespace {
 
@@ -42,9 +42,7 @@ void Outer(int depth) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::string kind = argc > 1 ? argv[1] : "chain";
-  const int number = argc > 2 ? std::atoi(argv[2]) : 0;
-  if (kind == "exit-after") lifetime = static_cast<DWORD>(number);
-  outer(kind == "deep" ? number : 1);
+  if (argc > 2) lifetime = static_cast<DWORD>(std::atoi(argv[2]));
+  outer(argc > 1 ? std::atoi(argv[1]) : 1);
   return 0;
 }

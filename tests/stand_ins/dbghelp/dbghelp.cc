@@ -21,18 +21,9 @@ BOOL WINAPI ReadMemory(HANDLE process, const void* from, void* to, SIZE_T size, 
   return !(dumping && size == kUnwindHeaderSize) && ReadProcessMemory(process, from, to, size, read);
 }
 
-void ReplaceImport(HMODULE module, FARPROC function, FARPROC replacement) {
-  const auto base = reinterpret_cast<unsigned char*>(module);
-  const auto& headers =
-      *reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
-  const auto& table = headers.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IAT];
-  const auto slots = reinterpret_cast<FARPROC*>(base + table.VirtualAddress);
-  DWORD protection = 0;
-  VirtualProtect(slots, table.Size, PAGE_READWRITE, &protection);
-  for (DWORD i = 0; i < table.Size / sizeof(FARPROC); ++i) {
-    if (slots[i] == function) slots[i] = replacement;
-  }
-  VirtualProtect(slots, table.Size, protection, &protection);
+template <typename Function>
+Function* Find(HMODULE module, const char* name) {
+  return reinterpret_cast<Function*>(GetProcAddress(module, name));
 }
 
 }  // namespace
@@ -62,10 +53,16 @@ BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
   if (reason != DLL_PROCESS_ATTACH) return TRUE;
   const HMODULE real = LoadLibraryW(L"C:\\windows\\system32\\dbghelp.dll");
   if (!real) return FALSE;
-  realMiniDumpWriteDump = reinterpret_cast<decltype(realMiniDumpWriteDump)>(GetProcAddress(real, "MiniDumpWriteDump"));
-  ReplaceImport(real, GetProcAddress(GetModuleHandleW(L"kernel32"), "ReadProcessMemory"),
-                reinterpret_cast<FARPROC>(&ReadMemory));
-  const auto setOptions = reinterpret_cast<decltype(&SymSetOptions)>(GetProcAddress(real, "SymSetOptions"));
-  setOptions(SYMOPT_DEFERRED_LOADS);
+  realMiniDumpWriteDump = Find<decltype(MiniDumpWriteDump)>(real, "MiniDumpWriteDump");
+  Find<decltype(SymSetOptions)>(real, "SymSetOptions")(SYMOPT_DEFERRED_LOADS);
+  const auto importsOf = Find<decltype(ImageDirectoryEntryToData)>(real, "ImageDirectoryEntryToData");
+  const auto read = Find<decltype(ReadProcessMemory)>(GetModuleHandleW(L"kernel32"), "ReadProcessMemory");
+  ULONG size = 0;
+  auto import = static_cast<decltype(&ReadProcessMemory)*>(importsOf(real, TRUE, IMAGE_DIRECTORY_ENTRY_IAT, &size));
+  DWORD protection = 0;
+  VirtualProtect(import, size, PAGE_READWRITE, &protection);
+  while (*import != read)
+    ++import;
+  *import = &ReadMemory;
   return TRUE;
 }
