@@ -135,7 +135,7 @@ async function main() {
     fs.mkdirSync(whole);
     return whole;
   };
-  console.log('Ratio of the module to the bare calls: median and quartiles; then the medians of both.\n');
+  console.log('Time of the module divided by that of the bare calls (median, quartiles), then both median times.\n');
   await measureLoad(subfolder('load'));
   const util = require(modulePath);
   const baseline = require(path.join(programs, 'baseline.node'));

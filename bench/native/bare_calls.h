@@ -21,8 +21,8 @@ napi_value BareListProcesses(napi_env env, napi_callback_info info);
 /// threadCall(callback): starts a thread that only names itself and then has `callback` called with `{ list: [] }`.
 napi_value BareThreadCall(napi_env env, napi_callback_info info);
 
-/// workerCall(callback): the same, with a thread of the compiler's thread library, which starts like the module's own
-/// threads.
+/// workerCall(callback): the same, but addon::StartWorker starts the thread, with the compiler's thread library, as in
+/// the module.
 napi_value WorkerThreadCall(napi_env env, napi_callback_info info);
 
 }  // namespace bench

@@ -43,17 +43,18 @@ Napi::Value RefuseSnapshots(const Napi::CallbackInfo& info) {
   return info.Env().Undefined();
 }
 
-/// watchFrozenTime(); latestFrozenTime(): nanoseconds.
+/// watchFrozenTime(): see frozen_time.h.
 Napi::Value WatchFrozenTime(const Napi::CallbackInfo& info) {
   bench::WatchFrozenTime();
   return info.Env().Undefined();
 }
 
+/// latestFrozenTime(): returns nanoseconds.
 Napi::Value LatestFrozenTime(const Napi::CallbackInfo& info) {
   return Napi::Number::New(info.Env(), bench::LatestFrozenTime());
 }
 
-/// bareCapture(processId, threadId, path): `{ nanoseconds, frames }`.
+/// bareCapture(processId, threadId, path): returns `{ nanoseconds, frames }`.
 Napi::Value BareCapture(const Napi::CallbackInfo& info) {
   const auto capture = bench::CaptureBare(info[0].As<Napi::Number>().Uint32Value(),
                                           info[1].As<Napi::Number>().Uint32Value(), addon::ToWide(info[2]));
@@ -71,7 +72,7 @@ Napi::Value MakeInstances(const Napi::CallbackInfo& info) {
   return info.Env().Undefined();
 }
 
-/// sumInstances(rounds), sumInstancesBare(rounds): `{ total, nanoseconds }`.
+/// sumInstances(rounds), sumInstancesBare(rounds): return `{ total, nanoseconds }`.
 template <bench::TimedSums (*sum)(const std::vector<bench::Instance>&, size_t)>
 Napi::Value SumInstances(const Napi::CallbackInfo& info) {
   const auto timed = sum(instances, info[0].As<Napi::Number>().Uint32Value());

@@ -1,4 +1,4 @@
-// The smallest add-on that Node.js loads. The load time of the module is compared with its load time.
+// The smallest add-on that Node.js loads. The benchmark compares the module's load time with the load time of this one.
 
 #include <node_api.h>
 

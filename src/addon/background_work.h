@@ -36,10 +36,11 @@ struct BackgroundFunction {
 /// | called  | none: freed after the callback         | Node.js                           | none                   |
 /// | ended   | none, or the worker until it delivers  | Node.js                           | none                   |
 ///
-/// Deliver makes a call queued or refused, OnScriptThread called, OnEnvironmentEnd ended. OnEnvironmentEnd is a
-/// clean-up hook of the environment. Hooks run in the reverse order of their registration, so it runs before Node.js'
-/// own hook for the thread-safe function. Node.js' hook frees the function. Some releases of Node.js free it even if
-/// the worker has not released it yet, so the worker must not use the function after OnEnvironmentEnd.
+/// Deliver sets the state "queued" or "refused", OnScriptThread sets "called", and OnEnvironmentEnd sets "ended".
+/// OnEnvironmentEnd is a clean-up hook of the environment. Hooks run in the reverse order of their registration, so it
+/// runs before Node.js' own hook for the thread-safe function. Node.js' hook frees the function. Some releases of
+/// Node.js free it even if the worker has not released it yet, so the worker must not use the function after
+/// OnEnvironmentEnd.
 template <typename Record>
 class BackgroundCall {
  public:
@@ -97,7 +98,7 @@ class BackgroundCall {
       const Record nothing{};
       callback.Call(env.Undefined(), {call->toScript_(env, record ? *record : nothing)});
     } catch (const Napi::Error& error) {
-      // node-addon-api does the same with an error that leaves this function, but it would then not free its queue
+      // If the error left this function, node-addon-api would throw it into script too, but would not free its queue
       // item.
       error.ThrowAsJavaScriptException();
     }

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-// What the handlers of all folders share to read script values and to build them. Script thread only.
+// Functions with which the handlers of all folders read and build script values. Script thread only.
 
 namespace addon {
 

@@ -14,7 +14,6 @@ namespace addon {
 
 namespace {
 
-/// SetThreadDescription gets at most this many characters.
 constexpr size_t kMaxThreadNameLength = 15;
 
 /// MS_VC_EXCEPTION: debuggers read a thread's name from this exception.

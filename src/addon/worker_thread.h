@@ -10,9 +10,9 @@
 namespace addon {
 
 /// Names the calling thread for debuggers and profilers. `name` is in the runtime library's current locale; here it is
-/// always plain ASCII. SetThreadDescription gets its first 15 characters. On a system without that function, this one
-/// raises the exception from which older debuggers read a thread's name, with the whole `name`. A failure is not
-/// reported. Any thread.
+/// always plain ASCII. SetThreadDescription gets its first 15 characters. If the system has no SetThreadDescription,
+/// this function raises an exception that contains the whole `name`: older debuggers read a thread's name from such an
+/// exception. A failure is not reported. Any thread.
 void SetCurrentThreadName(const char* name) noexcept;
 
 /// Starts a detached thread that names itself `threadName` (a string literal) and runs `work()`. An exception that

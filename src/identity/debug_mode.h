@@ -12,7 +12,7 @@ namespace identity {
 /// resource.
 class DebugMode {
  public:
-  /// The process's one instance. It exists as long as the module is loaded.
+  /// The process's one instance. It exists until the process ends.
   static DebugMode& Instance();
 
   /// Returns true in debug mode. The first call decides, and blocks; every failure means false. The answer stays the

@@ -24,7 +24,7 @@ unsigned HexDigitValue(wchar_t digit) {
   return kNoHexDigit;
 }
 
-/// True if there is a space anywhere after the first character that is not a space.
+/// True if there is a space after a character that is not a space.
 bool HasInnerSpace(const std::wstring& string) {
   const size_t start = string.find_first_not_of(L' ');
   return start != std::wstring::npos && string.find(L' ', start) != std::wstring::npos;

@@ -11,9 +11,9 @@ namespace identity {
 bool ProbeDiskSerial(wchar_t letter, std::wstring& serial);
 
 /// Some drivers report a serial number in hex digits, two for each ASCII character, and some of these swap the two
-/// characters of each pair, as ATA does. Returns the decoded string. Swaps the pairs back if the decoded string has a
-/// space anywhere after its first character that is not a space. Returns any other serial number unchanged. The result
-/// keeps its spaces, and a decoded 00 is a character like any other. Any thread.
+/// characters of each pair, as ATA does. Returns such a serial number decoded, and any other one unchanged. If the
+/// decoded string contains a space after a character that is not a space, swaps each pair back. The result keeps its
+/// spaces, and a decoded 00 is a character like any other. Any thread.
 std::wstring NormalizeDiskSerial(const std::wstring& serial);
 
 }  // namespace identity

@@ -53,7 +53,7 @@ bool IsKept(wchar_t character) {
 }
 
 /// Replaces each character that is not kept by its UTF-16 code unit in lower-case hex, for example "." by "2e": two
-/// digits or more, with no mark around them. Reads at most 2,048 characters and drops the rest.
+/// digits or more, without a prefix or a separator. Reads at most 2,048 characters and drops the rest.
 std::wstring Escape(const std::wstring& raw) {
   std::wstring escaped;
   for (const wchar_t character : raw.substr(0, kMaxEscapedInput)) {

@@ -26,7 +26,7 @@ constexpr std::array<GenerationName, 19> kGenerationNames = {{
     {OsGeneration::kServer, L"Server"},
 }};
 
-// Of the fields that VerifyVersionInfoW can compare, those that are used here.
+// The fields that this file compares with VerifyVersionInfoW.
 constexpr std::array<DWORD, 5> kVersionFields = {VER_MAJORVERSION, VER_MINORVERSION, VER_BUILDNUMBER,
                                                  VER_SERVICEPACKMAJOR, VER_PRODUCT_TYPE};
 

@@ -25,8 +25,8 @@ static_assert(PROCESS_ALL_ACCESS == 0x1FFFFF && THREAD_ALL_ACCESS == 0x1FFFFF);
 win::NeverDestroyed<DumpNameState> dumpNames;
 
 /// The memory and the results of the work that is done while the thread is frozen. Allocated before the freeze. Freed
-/// only after the DbgHelp call lock has been left: a thread that could not be resumed may hold the heap's lock for
-/// ever, and a capture that waits for the heap with the call lock held would block every later capture too.
+/// only after the DbgHelp call lock has been left: if the thread could not be resumed, it may hold the heap's lock for
+/// ever, and then freeing memory waits for ever. With the call lock held, that would block every later capture too.
 struct FrozenWork {
   std::wstring dumpPath;
   WalkMemory walkMemory;

@@ -66,7 +66,6 @@ bool HasAllProperties(const Napi::Object& object) {
                      [&](const Property& property) { return Get(object, property).Type() == property.type; });
 }
 
-/// Reads the properties once more, after their types have been checked.
 CaptureJankArgs ReadArgs(const Napi::Object& object) {
   CaptureJankArgs args;
   for (const Property& property : kProperties)

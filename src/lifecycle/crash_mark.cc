@@ -11,7 +11,7 @@ namespace lifecycle {
 
 namespace {
 
-/// Lets one thread at a time use the store. The store itself does not take this lock.
+/// Guards the store. The store itself does not take this lock.
 win::SrwLock storeLock;
 
 /// Never null on Windows.

@@ -31,8 +31,8 @@ class CrashMarkProcessor {
   virtual bool hasMark(uint32_t type, std::string argument) = 0;
 };
 
-/// The same operations on the process's one store. The store is created at the first use and destroyed when the module
-/// is unloaded. Each operation returns false when there is no store. Any thread; a lock lets one call run at a time.
+/// The same operations on the process's one store. The store is created at the first use and destroyed when the process
+/// ends. Each operation returns false when there is no store. Any thread; a lock lets one call run at a time.
 namespace crash_marks {
 
 bool setMark(uint32_t type, const std::string& argument);

@@ -110,7 +110,8 @@ bool CrashMarkProcessorWin::hasMark(uint32_t type, std::string argument) {
 void CrashMarkProcessorWin::LoadAll() {
   const auto key = OpenClientKey(kMarkKey, KEY_QUERY_VALUE);
   if (!key) return;
-  // Compatibility: type 0 has no name, so the key's default value is checked like a mark. Clients rely on its removal.
+  // Compatibility: type 0 has no name, so the registry key's default value is checked like a mark, and is removed if it
+  // does not count. Clients rely on that.
   for (const uint32_t type : {kHardwareCapabilityMark, kStartupMark, kReservedMark, uint32_t{0}}) {
     const std::string name = ValueName(type, "");
     marks_.emplace(name, CheckMark(key, name));

@@ -34,7 +34,7 @@ class CrashMarkProcessorWin : public CrashMarkProcessor {
   void LoadAll();
   void Refresh(uint32_t type, const std::string& argument);
 
-  /// Whether a mark is set, by the name of its value.
+  /// Maps the name of a mark's value to true if the mark is set and still counts.
   std::map<std::string, bool> marks_;
 };
 

@@ -4,8 +4,8 @@
 
 namespace win {
 
-/// A process-wide object whose destructor never runs. While the process ends or the module is unloaded, system calls
-/// are not safe, and a thread may have been stopped while it held the object's lock.
+/// A process-wide object whose destructor never runs. While the process ends, system calls are not safe, and a thread
+/// may have been stopped while it held the object's lock. The module is not unloaded earlier (addon/module.cc).
 template <typename Object>
 union NeverDestroyed {
   template <typename... Arguments>
