@@ -30,7 +30,7 @@ function describe(value) {
 /**
  * Throws the same TypeError as Node.js' own functions, unless `value` is of `type`. A type is a result of typeof,
  * except that a function also counts as an "object" and null does not. `name` is the name of a parameter ("nativePid"),
- * or of a property behind the name of its parameter ("args.processId").
+ * or the names of a parameter and its property ("args.processId").
  */
 exports.checkType = (name, value, type) => {
   if (type === 'object' ? Object(value) === value : typeof value === type) return;

@@ -24,9 +24,10 @@ export interface ProcessListResult {
 
 /**
  * A string that identifies the machine and stays the same, for instance "C_0-D_S3Z9NB0K-M_001122334455-V_1A2B3C4D". Its
- * four fields are the serial number of the processor, the serial number of the disk behind drive C, the address of a
- * physical network adapter, and the serial number of volume C. It is plain ASCII: characters other than "-", "=", "_",
- * letters and digits are written as hex digits. It is not a hash; treat it as personal data.
+ * four fields are the serial number of the processor, the serial number of the disk behind drive C (if that has none,
+ * of the first fixed disk), the address of a physical network adapter, and the serial number of volume C. It is plain
+ * ASCII: characters other than "-", "=", "_", letters and digits are written as hex digits. It is not a hash; treat it
+ * as personal data.
  *
  * @returns the string. A field is empty ("0" for the processor) if its number cannot be found. The string is built once
  *   in a process: the first call may wait for devices for a while, later calls return at once. Never throws.
@@ -73,8 +74,8 @@ export interface StartupRecord {
   silentVersion?: string;
   /**
    * The folder of installed builds, without a trailing backslash. Left out when the client's key cannot be opened.
-   * Check it before you use it: it is only "\bin" when that key has no install directory, and setting a start-up mark
-   * creates the key.
+   * Check it before you use it: it is only "\bin" when that key has no install directory. That can happen even where no
+   * client is installed, because setting a start-up mark creates the key.
    */
   deleteFolderPath?: string;
 }
@@ -179,8 +180,8 @@ export interface CaptureJankResult {
   jsonFilename?: string;
   dumpJankResult: {
     /**
-     * Whether there is a dump: written by this capture, or by a capture that overlapped it. That one may have been of
-     * another process.
+     * Whether there is a dump: written by this capture, or by a capture that overlapped it. The other capture may have
+     * been of another process.
      */
     succ: boolean;
     /** Why the dump failed; left out if it did not. */
@@ -192,7 +193,7 @@ export interface CaptureJankResult {
     /** Why the walk of the stack failed; left out if it did not. */
     errorText?: string;
   };
-  /** The last error of the capture as a whole; left out if there was none. Without a report there always is one. */
+  /** The last error of the capture as a whole; left out if there was none. Always present if there is no report. */
   errorText?: string;
 }
 

@@ -7,7 +7,7 @@ const path = require('node:path');
 const readline = require('node:readline');
 const { captureNativeJank } = require('borvanta-util/promises');
 
-/** Starts a test program that stalls and resolves to it and the ids that it prints. Rejects if it does not start. */
+/** Starts a test program that stalls. Resolves to its child process and the ids that it prints; rejects on failure. */
 async function startStalledProcess() {
   const build = path.join(__dirname, '..', '..', 'build');
   const program = ['mingw', 'msvc'].map((preset) => path.join(build, preset, 'targets', 'stall_target.exe'))
