@@ -19,8 +19,11 @@ exports.memoryAt = (address, size) => Buffer.from(koffi.view(address, size));
 const virtualAlloc = system('kernel32', 'void* VirtualAlloc(void*, size_t, uint32, uint32)');
 const virtualProtect = system('kernel32', 'int VirtualProtect(void*, size_t, uint32, _Out_ uint32*)');
 
-/** Fresh memory (MEM_COMMIT, MEM_RESERVE) in which code can run. It is never freed. */
-exports.executableMemory = (size) => koffi.address(virtualAlloc(null, size, 0x3000, 0x40));
+/**
+ * Fresh memory (MEM_COMMIT, MEM_RESERVE) in which code can run. It is never freed. The bytes before it can be read, because
+ * Clang's check of function types reads them.
+ */
+exports.executableMemory = (size) => koffi.address(virtualAlloc(null, size + 64, 0x3000, 0x40)) + 64n;
 exports.makeWritable = (address, size) => virtualProtect(address, size, 0x40 /* PAGE_EXECUTE_READWRITE */, [0]);
 
 const openKey = system('advapi32', 'int RegOpenKeyExW(size_t, str16, uint32, uint32, _Out_ size_t*)');
@@ -35,7 +38,7 @@ const openSoftware = (access) => {
   openKey(0x80000002, 'SOFTWARE', 0, 0xF003F | access, key);
   return key[0];
 };
-const views = { 32: openSoftware(0x200 /* KEY_WOW64_32KEY */), 64: openSoftware(0x100 /* KEY_WOW64_64KEY */) };
+const views = { 32: 0x200 /* KEY_WOW64_32KEY */, 64: 0x100 /* KEY_WOW64_64KEY */ };
 
 /**
  * A key below HKEY_LOCAL_MACHINE\SOFTWARE in the 32- or the 64-bit view, read and written without the module. The
@@ -44,7 +47,7 @@ const views = { 32: openSoftware(0x200 /* KEY_WOW64_32KEY */), 64: openSoftware(
 exports.RegistryKey = class RegistryKey {
   constructor(path, bits = 64) {
     this.path = path;
-    this.place = [views[bits], path.replace('SOFTWARE\\', '')];
+    this.place = [openSoftware(views[bits]), path.replace('SOFTWARE\\', '')];
   }
 
   /** Sets a value: a string as REG_SZ with its terminator, a BigInt as REG_QWORD, a number as REG_DWORD, or bytes. */
