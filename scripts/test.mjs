@@ -54,10 +54,10 @@ await runMain(async () => {
   const text = { type: 'string' };
   const { values: only, positionals: paths } = readArguments(usage,
     { options: { node: text, build: text, name: text, output: { type: 'boolean' } }, allowPositionals: true });
-  const queue = [...hostRuns(), ...scriptRuns()].filter(({ file, version, build }) => (
+  const runs = [...hostRuns(), ...scriptRuns()].filter(({ file, version, build }) => (
     (paths.length === 0 || paths.some((part) => file.includes(part)))
     && (!only.node || version === only.node) && (!only.build || build === only.build)));
-  if (queue.length === 0) throw new SetupError(`No test file matches.\nUsage: ${usage}`);
+  if (runs.length === 0) throw new SetupError(`No test file matches.\nUsage: ${usage}`);
 
   ensureTools({ forTests: true });
   const prefixes = onWindows ? [] : lanes.map((lane) => winePrefix(lane));
@@ -66,7 +66,7 @@ await runMain(async () => {
   // The Clang build and the checks run at the same time as the tests, which mostly wait. Their errors are thrown later,
   // where their results are awaited.
   const checksToo = paths.length === 0 && Object.keys(only).length === 0;
-  const clang = queue.some((run) => run.build === 'clang') ? buildWithClang() : Promise.resolve();
+  const clang = runs.some((run) => run.build === 'clang') ? buildWithClang() : Promise.resolve();
   const checks = checksToo ? checkAll(clang) : Promise.resolve([]);
   for (const beside of [clang, checks]) beside.catch(() => {});
 
@@ -77,14 +77,18 @@ await runMain(async () => {
       env: built === 'clang' ? { BORVANTA_BUILD: 'clang' } : {} });
     report({ name, ...result }, only.output);
   }
+  // The tests of the watchdog mostly wait and use no registry: they run beside all others, in the first lane's prefix.
+  const waits = ({ file }) => file.startsWith('tests/watchdog/');
+  const queues = [runs.filter(waits), runs.filter((run) => !waits(run))];
+  async function runAll(queue, lane) {
+    for (let next = queue.shift(); next; next = queue.shift()) await runOne(next, lane);
+  }
   try {
     if (!onWindows) await Promise.all(lanes.map((lane) => holdDesktop(lane, windowsNode())));
-    await Promise.all(lanes.map(async (lane) => {
-      for (let next = queue.shift(); next; next = queue.shift()) await runOne(next, lane);
-    }));
+    await Promise.all([runAll(queues[0], lanes[0]), ...lanes.map((lane) => runAll(queues[1], lane))]);
   } finally {
-    // If one lane has thrown, the other one must not start another test in a prefix that is being stopped.
-    queue.length = 0;
+    // If one lane has thrown, the others must not start another test in a prefix that is being stopped.
+    for (const queue of queues) queue.length = 0;
     for (const prefix of await Promise.all(prefixes)) stopWine(prefix);
   }
   for (const result of await checks) report(result);

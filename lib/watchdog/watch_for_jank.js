@@ -58,7 +58,7 @@ exports.watchForJank = (options) => {
   Promise.resolve(settings.threadId || mainThreadId()).then((threadId) => {
     settings.threadId = threadId;
     if (!stopped) start();
-  }).catch(onError);
+  }, (error) => { if (!stopped) onError(error); });
 
   return {
     ready,

@@ -1,4 +1,6 @@
 // Runs one test file and counts its tests.
+import { mkdtempSync, rmSync } from 'node:fs';
+import os from 'node:os';
 import path from 'node:path';
 import { buildFolder } from './build.mjs';
 import { describeAddress, findDebugFile } from './debug_info.mjs';
@@ -21,13 +23,16 @@ function nameTraps(output) {
  * also counts as failed if it ends without a count of its tests or with an exit code other than 0. With `pattern`, runs
  * only the tests whose names match it.
  */
-export async function runTestFile(program, file, { pattern, ...options }) {
+export async function runTestFile(program, file, { pattern, env, ...options }) {
   const chunks = [];
   const collect = (chunk) => chunks.push(chunk);
-  const args = ['--require', './tests/support/name_test.js', '--test-reporter=tap',
+  const args = ['--require', './tests/support/preload.js', '--test-reporter=tap',
     ...(pattern ? [`--test-name-pattern=${pattern}`] : []), file];
+  const temp = mkdtempSync(path.join(os.tmpdir(), 'borvanta-test-'));
   const start = performance.now();
-  const code = await runProgram(program, args, { ...options, cwd: root, stdout: collect, stderr: collect, timeout });
+  const code = await runProgram(program, args, { ...options, cwd: root, stdout: collect, stderr: collect, timeout,
+    env: { ...env, BORVANTA_TEMP: options.host ? temp : `Z:${temp.replaceAll('/', '\\')}` } });
+  rmSync(temp, { recursive: true, force: true });
   const seconds = (performance.now() - start) / 1000;
   const output = Buffer.concat(chunks).toString();
   const count = (what) => Number(output.match(new RegExp(`^# ${what} (\\d+)\r?$`, 'm'))?.[1] ?? 0);

@@ -83,18 +83,6 @@ function stubCode() {
 const stubBytes = stubCode();
 const wait = address('kernel32', 'WaitForSingleObject');
 
-// A file that has been loaded cannot be deleted, so a run leaves its copies to the next one.
-const prefix = 'borvanta-copy-';
-for (const name of fs.readdirSync(os.tmpdir()).filter((entry) => entry.startsWith(prefix))) {
-  const folder = path.join(os.tmpdir(), name);
-  try {
-    const isOld = Date.now() - fs.statSync(folder).mtimeMs > 600_000;
-    if (isOld) fs.rmSync(folder, { recursive: true, force: true });
-  } catch {
-    // Another test deletes it at the moment, or uses it still.
-  }
-}
-
 class ScriptedSystem {
   #stubs = new Map();
   #played = [];
@@ -276,7 +264,7 @@ class ScriptedSystem {
  * restored, and the test fails if a script function has thrown.
  */
 exports.scriptedSystem = (t) => {
-  const file = path.join(fs.mkdtempSync(path.join(os.tmpdir(), prefix)), 'borvanta-util.node');
+  const file = path.join(fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-copy-')), 'borvanta-util.node');
   fs.copyFileSync(modulePath, file);
   const scripted = new ScriptedSystem(file);
   t.after(() => scripted.end());

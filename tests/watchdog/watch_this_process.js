@@ -23,6 +23,6 @@ const never = new Int32Array(new SharedArrayBuffer(4));
 /** Blocks the event loop until `condition(elapsedMs)` is true. A `pause` of 0 makes a busy loop. Returns when it began. */
 exports.block = (condition, pause = 20) => {
   const start = Date.now();
-  while (!condition(Date.now() - start)) Atomics.wait(never, 0, 0, pause);
+  while (!condition(Date.now() - start)) pause && Atomics.wait(never, 0, 0, pause);
   return start;
 };

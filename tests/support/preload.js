@@ -1,0 +1,11 @@
+'use strict';
+// Loaded before each test file. Its temporary files go to a folder that the runner removes; a module that has been loaded
+// cannot be deleted before. Prints on stderr which test runs, so that the report can name a test that hangs or ends the
+// process. Workers and forked processes load this too, but are no test files.
+const fs = require('node:fs');
+const { isMainThread } = require('node:worker_threads');
+
+process.env.TEMP = process.env.BORVANTA_TEMP;
+if (isMainThread && /\.test\.js$/.test(process.argv[1])) {
+  require('node:test').beforeEach((t) => fs.writeSync(2, `running: ${t?.name}\n`));
+}
