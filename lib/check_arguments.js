@@ -2,22 +2,6 @@
 
 const { inspect } = require('node:util');
 
-/** The properties that captureNativeJank needs, with their types. */
-exports.captureProperties = {
-  processId: 'number',
-  threadId: 'number',
-  jankType: 'string',
-  janksDir: 'string',
-  userId: 'string',
-  deviceId: 'string',
-  version: 'string',
-  systemVersion: 'string',
-  logFilename: 'string',
-  living: 'boolean',
-  uptime: 'number',
-  duration: 'number',
-};
-
 /** Describes a value in the same words as Node.js' own error messages. */
 function describe(value) {
   if (value === null || value === undefined) return `${value}`;
@@ -37,12 +21,4 @@ exports.checkType = (name, value, type) => {
   const kind = name.includes('.') ? 'property' : 'argument';
   throw Object.assign(new TypeError(`The "${name}" ${kind} must be of type ${type}. Received ${describe(value)}`),
     { code: 'ERR_INVALID_ARG_TYPE' });
-};
-
-/** Calls checkType() for the required properties of an object; `types` has the type of each. */
-exports.checkProperties = (name, object, types) => {
-  exports.checkType(name, object, 'object');
-  for (const [property, type] of Object.entries(types)) {
-    exports.checkType(`${name}.${property}`, object[property], type);
-  }
 };

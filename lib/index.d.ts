@@ -50,6 +50,15 @@ export function getCpuName(): string;
  */
 export function getOsVersionWithReleaseId(): string;
 
+/**
+ * Whether this copy of the module runs in debug mode: it is a debug build, its debug period is not over, and Windows
+ * accepts the signature of its file. This is decided once in a process, by the first call. Calls from other threads
+ * wait meanwhile.
+ *
+ * @returns true in debug mode. False in every release build, and whenever a check fails. Never throws.
+ */
+export function isDebugMode(): boolean;
+
 /** What {@link enterStartupMask} returns. */
 export interface StartupEntry {
   /**
@@ -216,15 +225,6 @@ export interface CaptureJankResult {
  *   between two reads, because it has a getter, causes a TypeError with another message.
  */
 export function captureNativeJank(args: CaptureJankArgs, callback: ResultCallback<CaptureJankResult>): void;
-
-/**
- * Whether this copy of the module runs in debug mode: it is a debug build, its debug period is not over, and Windows
- * accepts the signature of its file. This is decided once in a process, by the first call. Calls from other threads
- * wait meanwhile.
- *
- * @returns true in debug mode. False in every release build, and whenever a check fails. Never throws.
- */
-export function isDebugMode(): boolean;
 
 /**
  * The result of {@link getGpuUsage}. A number is a percentage of one engine's time since the previous sample. A number

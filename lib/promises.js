@@ -1,13 +1,15 @@
 'use strict';
 
 const util = require('./index.js');
-const { captureProperties, checkProperties, checkType } = require('./check_arguments.js');
+const captureFields = require('./capture_fields.js');
+const { checkType } = require('./check_arguments.js');
 
 // A promise rejects with an error that names the bad argument; the module itself would only say "Invalid arg". Further
 // arguments are dropped, so that each function can be given to then() or map().
 
 exports.captureNativeJank = (args) => new Promise((resolve) => {
-  checkProperties('args', args, captureProperties);
+  checkType('args', args, 'object');
+  for (const { property, type } of captureFields) checkType(`args.${property}`, args[property], type);
   util.captureNativeJank(args, resolve);
 });
 

@@ -2,7 +2,12 @@
 
 const path = require('node:path');
 const { getOsVersionWithReleaseId } = require('../index.js');
+const captureFields = require('../capture_fields.js');
 const { checkType } = require('../check_arguments.js');
+
+/** The properties of captureNativeJank's argument that are strings of the report. */
+const reportStrings = captureFields.filter(({ type, member }) => type === 'string' && member)
+  .map(({ property }) => property);
 
 /** The defaults of the optional options. The type of a default is also the type that the option must have. */
 const defaults = () => ({
@@ -10,12 +15,9 @@ const defaults = () => ({
   thresholdMs: 1000,
   maxCapturesPerHour: 10,
   threadId: 0,
+  ...Object.fromEntries(reportStrings.map((property) => [property, ''])),
   jankType: 'event-loop',
-  userId: '',
-  deviceId: '',
-  version: '',
   systemVersion: getOsVersionWithReleaseId(),
-  logFilename: '',
   living: () => true,
   execPath: process.execPath,
   env: {},

@@ -1,21 +1,14 @@
 'use strict';
 
 const fs = require('node:fs/promises');
+const captureFields = require('../capture_fields.js');
 const { checkType } = require('../check_arguments.js');
 
 /** The members of a report with their types. */
 const members = {
-  device_id: 'string',
   dmp_file: 'string',
-  duration: 'number',
-  jank_type: 'string',
-  living: 'boolean',
-  log_file: 'string',
   main_thread_trace: 'string',
-  system_version: 'string',
-  uptime: 'number',
-  user_id: 'string',
-  version: 'string',
+  ...Object.fromEntries(captureFields.filter(({ member }) => member).map(({ member, type }) => [member, type])),
 };
 
 /** The frames of a trace. Each of its lines ends with CR and LF. */

@@ -2,10 +2,11 @@
 
 #include <cstdint>
 #include <string>
+#include <tuple>
 
 namespace jank {
 
-/// The client's request, in the order in which its script object is read. Narrow strings are UTF-8.
+/// The client's request. Narrow strings are UTF-8.
 struct CaptureJankArgs {
   /// The process to capture and its stalled thread.
   uint32_t processId = 0;
@@ -23,6 +24,32 @@ struct CaptureJankArgs {
   bool living = false;
   double uptime = 0;
   uint32_t duration = 0;
+};
+
+/// A part of the client's request.
+template <typename Value>
+struct CaptureField {
+  /// The property of the script object.
+  const char* property;
+  /// The member of the report, or null if the report does not have this part.
+  const char* member;
+  Value CaptureJankArgs::*value;
+};
+
+/// All parts of the request, in the order in which the properties are read. Script can see that order by getters.
+inline constexpr std::tuple kCaptureFields{
+    CaptureField{"processId", nullptr, &CaptureJankArgs::processId},
+    CaptureField{"threadId", nullptr, &CaptureJankArgs::threadId},
+    CaptureField{"jankType", "jank_type", &CaptureJankArgs::jankType},
+    CaptureField{"janksDir", nullptr, &CaptureJankArgs::janksDir},
+    CaptureField{"userId", "user_id", &CaptureJankArgs::userId},
+    CaptureField{"deviceId", "device_id", &CaptureJankArgs::deviceId},
+    CaptureField{"version", "version", &CaptureJankArgs::version},
+    CaptureField{"systemVersion", "system_version", &CaptureJankArgs::systemVersion},
+    CaptureField{"logFilename", "log_file", &CaptureJankArgs::logFilename},
+    CaptureField{"living", "living", &CaptureJankArgs::living},
+    CaptureField{"uptime", "uptime", &CaptureJankArgs::uptime},
+    CaptureField{"duration", "duration", &CaptureJankArgs::duration},
 };
 
 struct DumpJankResult {

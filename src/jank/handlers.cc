@@ -1,75 +1,71 @@
 #include "jank/handlers.h"
 
-#include <algorithm>
 #include <cstdint>
-#include <iterator>
 #include <string>
+#include <tuple>
 
 #include "addon/background_work.h"
 #include "addon/script_values.h"
 #include "jank/capture.h"
+#include "jank/capture_records.h"
 
 namespace jank {
 
 namespace {
 
-void ReadValue(const Napi::Value& value, uint32_t& field) {
-  field = value.As<Napi::Number>().Uint32Value();
-}
-void ReadValue(const Napi::Value& value, double& field) {
-  field = value.As<Napi::Number>().DoubleValue();
-}
-void ReadValue(const Napi::Value& value, bool& field) {
-  field = value.ToBoolean();
-}
-void ReadValue(const Napi::Value& value, std::string& field) {
-  field = value.As<Napi::String>().Utf8Value();
-}
-void ReadValue(const Napi::Value& value, std::wstring& field) {
-  field = addon::ToWide(value);
-}
+/// How a field's value comes from script: the type that its property must have, and the conversion.
+template <typename Value>
+struct ScriptType;
 
-template <auto kField>
-void ReadField(const Napi::Value& value, CaptureJankArgs& args) {
-  ReadValue(value, args.*kField);
-}
-
-/// A property of the script argument: its name, its type, and how it is read into its field.
-struct Property {
-  const char* name;
-  napi_valuetype type;
-  void (*read)(const Napi::Value& value, CaptureJankArgs& args);
+template <>
+struct ScriptType<uint32_t> {
+  static constexpr napi_valuetype kType = napi_number;
+  static uint32_t Read(const Napi::Value& value) { return value.As<Napi::Number>().Uint32Value(); }
 };
 
-/// In the order in which they are read, which script can see by getters.
-constexpr Property kProperties[] = {
-    {"processId", napi_number, &ReadField<&CaptureJankArgs::processId>},
-    {"threadId", napi_number, &ReadField<&CaptureJankArgs::threadId>},
-    {"jankType", napi_string, &ReadField<&CaptureJankArgs::jankType>},
-    {"janksDir", napi_string, &ReadField<&CaptureJankArgs::janksDir>},
-    {"userId", napi_string, &ReadField<&CaptureJankArgs::userId>},
-    {"deviceId", napi_string, &ReadField<&CaptureJankArgs::deviceId>},
-    {"version", napi_string, &ReadField<&CaptureJankArgs::version>},
-    {"systemVersion", napi_string, &ReadField<&CaptureJankArgs::systemVersion>},
-    {"logFilename", napi_string, &ReadField<&CaptureJankArgs::logFilename>},
-    {"living", napi_boolean, &ReadField<&CaptureJankArgs::living>},
-    {"uptime", napi_number, &ReadField<&CaptureJankArgs::uptime>},
-    {"duration", napi_number, &ReadField<&CaptureJankArgs::duration>},
+template <>
+struct ScriptType<double> {
+  static constexpr napi_valuetype kType = napi_number;
+  static double Read(const Napi::Value& value) { return value.As<Napi::Number>().DoubleValue(); }
 };
 
-Napi::Value Get(const Napi::Object& object, const Property& property) {
-  return object.Get(property.name);
+template <>
+struct ScriptType<bool> {
+  static constexpr napi_valuetype kType = napi_boolean;
+  static bool Read(const Napi::Value& value) { return value.ToBoolean(); }
+};
+
+template <>
+struct ScriptType<std::string> {
+  static constexpr napi_valuetype kType = napi_string;
+  static std::string Read(const Napi::Value& value) { return value.As<Napi::String>().Utf8Value(); }
+};
+
+template <>
+struct ScriptType<std::wstring> {
+  static constexpr napi_valuetype kType = napi_string;
+  static std::wstring Read(const Napi::Value& value) { return addon::ToWide(value); }
+};
+
+template <typename Value>
+bool HasType(const Napi::Object& object, const CaptureField<Value>& field) {
+  const Napi::Value value = object.Get(field.property);
+  return value.Type() == ScriptType<Value>::kType;
 }
 
 bool HasAllProperties(const Napi::Object& object) {
-  return std::all_of(std::begin(kProperties), std::end(kProperties),
-                     [&](const Property& property) { return Get(object, property).Type() == property.type; });
+  return std::apply([&](const auto&... fields) { return (HasType(object, fields) && ...); }, kCaptureFields);
+}
+
+template <typename Value>
+void ReadField(const Napi::Object& object, const CaptureField<Value>& field, CaptureJankArgs& args) {
+  const Napi::Value value = object.Get(field.property);
+  args.*field.value = ScriptType<Value>::Read(value);
 }
 
 CaptureJankArgs ReadArgs(const Napi::Object& object) {
   CaptureJankArgs args;
-  for (const Property& property : kProperties)
-    property.read(Get(object, property), args);
+  std::apply([&](const auto&... fields) { (ReadField(object, fields, args), ...); }, kCaptureFields);
   return args;
 }
 

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <tuple>
 #include <utility>
 
 #include "jank/output_file.h"
@@ -13,23 +14,20 @@ namespace jank {
 
 namespace {
 
+template <typename Value>
+void AddMember(nlohmann::json& report, const CaptureJankArgs& args, const CaptureField<Value>& field) {
+  if (field.member) report[field.member] = args.*field.value;
+}
+
+/// The directory is not in the report: its own path says it.
+void AddMember(nlohmann::json&, const CaptureJankArgs&, const CaptureField<std::wstring>&) {}
+
 /// The report as one compact JSON object, with its members in alphabetical order. Bytes that are not valid UTF-8 are
 /// replaced by U+FFFD: a module's name in the ANSI code page may have some.
 std::string MakeJankReport(const CaptureJankArgs& args, const std::string& dumpFileName,
                            const std::string& stackTrace) {
-  const nlohmann::json report = {
-      {"jank_type", args.jankType},
-      {"user_id", args.userId},
-      {"device_id", args.deviceId},
-      {"version", args.version},
-      {"system_version", args.systemVersion},
-      {"main_thread_trace", stackTrace},
-      {"dmp_file", dumpFileName},
-      {"log_file", args.logFilename},
-      {"living", args.living},
-      {"uptime", args.uptime},
-      {"duration", args.duration},
-  };
+  nlohmann::json report = {{"main_thread_trace", stackTrace}, {"dmp_file", dumpFileName}};
+  std::apply([&](const auto&... fields) { (AddMember(report, args, fields), ...); }, kCaptureFields);
   return report.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
                      nlohmann::json::error_handler_t::replace);
 }

@@ -7,6 +7,7 @@ const os = require('node:os');
 const path = require('node:path');
 const readline = require('node:readline');
 const { setTimeout: sleep } = require('node:timers/promises');
+const captureFields = require('../../lib/capture_fields.js');
 const { promisify } = require('node:util');
 
 const root = path.resolve(__dirname, '..', '..');
@@ -88,8 +89,9 @@ exports.randomNumbers = (seed) => {
   };
 };
 
-/** Arguments for captureNativeJank that pass every check. */
+/** Arguments for captureNativeJank that pass every check; a string is the name of its property. */
 exports.captureArgs = (overrides) => ({
-  processId: 0, threadId: 0, jankType: 'main', janksDir: 'Q:\\直播 \ud800', userId: 'u', deviceId: 'd', version: '5.1',
-  systemVersion: '10', logFilename: 'x.log', living: false, uptime: 0.1 + 0.2, duration: 1500, ...overrides,
+  ...Object.fromEntries(captureFields.map(({ property, type }) => (
+    [property, { number: 0, string: property, boolean: false }[type]]))),
+  janksDir: 'Q:\\直播 \ud800', uptime: 0.1 + 0.2, duration: 1500, ...overrides,
 });
