@@ -75,9 +75,11 @@ exports.temporaryFolder = (t) => {
   return folder;
 };
 
-/** Resolves when `condition` is true. */
+/** Resolves when `condition` is true, and rejects if that takes a minute. */
 exports.until = async (condition) => {
-  while (!await condition()) await sleep(5);
+  for (const start = Date.now(); !await condition(); await sleep(5)) {
+    if (Date.now() - start > 60_000) throw new Error(`This did not become true: ${condition}`);
+  }
 };
 
 /** A function random(end), which gives whole numbers below `end`: the same ones in the same order for the same seed. */
