@@ -4,7 +4,7 @@ const {
   assert, call, captureArgs, koffi, modulePath, runScript, scriptedSystem, sleep, test, until,
 } = require('../support');
 
-test('each calls back once, later, with one argument and no receiver, from named thread and resource', async (t) => {
+test('an asynchronous function names its thread and its async resource, and calls back once and later', async (t) => {
   const system = scriptedSystem(t);
   const thisThread = 2n ** 64n - 2n;
   const threads = [];
@@ -14,7 +14,7 @@ test('each calls back once, later, with one argument and no receiver, from named
   });
   system.play('GetProcAddress', (real, library, name) => (
     name === 'SetThreadDescription' ? setName : real(library, name)));
-  system.fail('LoadLibraryW'); // The functions need not get far.
+  system.fail('LoadLibraryW'); // A result that reports a failure is enough here.
   for (const [start, args, resource, thread] of [
     ['enumProcessList', [], 'enum_process_list_callback', 'EnumProcessList'],
     ['getGpuUsage', [1, 2], 'get_gpu_process_usage_callback', 'GetGpuUsage'],
@@ -25,16 +25,16 @@ test('each calls back once, later, with one argument and no receiver, from named
     }
     const resources = [];
     const hook = createHook({ init: (_, type) => resources.push(type) }).enable();
-    const heard = [];
+    const received = [];
     let returned = 'nothing';
     await new Promise((resolve) => {
       returned = system.util[start](...args, function callback(...rest) {
-        heard.push([this, rest.length, returned]);
+        received.push([this, rest.length, returned]);
         setTimeout(resolve, 50);
       });
     });
     hook.disable();
-    assert.deepEqual(heard, [[undefined, 1, undefined]]);
+    assert.deepEqual(received, [[undefined, 1, undefined]], 'this, number of arguments, returned value');
     assert.deepEqual(threads.splice(0), [[thisThread, thread]]);
     assert.ok(resources.includes(resource), resources.join());
   }
@@ -43,7 +43,7 @@ test('each calls back once, later, with one argument and no receiver, from named
   assert.deepEqual(threads, [[thisThread, 'InitGpuUsage']]);
 });
 
-test('an exception from a callback goes to Node.js, which warns, and the call leaves nothing behind', async (t) => {
+test('an exception from a callback becomes a warning of Node.js, and the call leaks no memory', async (t) => {
   const system = scriptedSystem(t);
   const warnings = [];
   process.removeAllListeners('warning').on('warning', ({ code }) => warnings.push(code));
@@ -61,7 +61,8 @@ test('an exception from a callback goes to Node.js, which warns, and the call le
   assert.ok(warnings.includes('DEP0168'), warnings.join());
 });
 
-// The module is not loaded on the main thread here, so each worker that ends would have it unloaded.
+// The main thread does not load the module here. If the module did not pin itself in memory, Node.js would unload it
+// when the last worker that uses it ends.
 test('a process survives 40 script workers that end at any moment of their calls', async () => {
   assert.deepEqual(await runScript(`
     const { Worker } = require('node:worker_threads');
@@ -78,7 +79,7 @@ test('a process survives 40 script workers that end at any moment of their calls
         if (way === 2) for (started();;);
       });
       if (way > 2) started();
-      // It goes on when its end has begun: Node-API then refuses all that a handler tries.
+      // The worker still calls the module after its end has begun. Then every Node-API call of a handler fails.
       while (way === 3) {
         try { util.enumProcessList(); } catch {} try { util.removeOldVersion(1, 2); } catch {}
       }
@@ -88,7 +89,7 @@ test('a process survives 40 script workers that end at any moment of their calls
       while (begun < 40) {
         const way = ++begun % 8;
         const worker = new Worker(source, { eval: true, workerData: { ...shared, way } });
-        // It ends while it starts or loads the module.
+        // The worker is terminated while it starts or loads the module.
         if (way === 0) setTimeout(() => worker.terminate(), begun % 50);
         worker.on('message', () => { ++done; worker.terminate(); });
         await new Promise((resolve) => { worker.on('exit', resolve); });

@@ -2,7 +2,7 @@
 const { spawnSync } = require('node:child_process');
 const { assert, fs, load, modulePath, path, runScript, scriptedSystem, temporaryFolder, test } = require('../support');
 
-test('script gets the described functions in their order, nameless and as ordinary properties', () => {
+test('the module has the functions of index.d.ts in the same order, unnamed, as ordinary properties', () => {
   const util = load();
   const types = fs.readFileSync(path.join(__dirname, '..', '..', 'lib', 'index.d.ts'), 'utf8');
   const described = [...types.matchAll(/^export function (\w+)/gm)].map(([, name]) => name);
@@ -13,24 +13,24 @@ test('script gets the described functions in their order, nameless and as ordina
   }
 });
 
-test('the file exports its entry points, imports from Windows only, and has what Windows offers for hardening', (t) => {
+test('the file exports three functions, imports from Windows only, is hardened, and has a debug file', (t) => {
   const system = scriptedSystem(t);
   const { exports, imports, dllCharacteristics } = system.executable;
   assert.deepEqual(exports, ['GetDbgHelpFunctions', 'napi_register_module_v1', 'node_api_module_get_api_version_v1']);
   assert.equal(system.exported('node_api_module_get_api_version_v1')(), 8);
   for (const { library } of imports) {
     assert.ok(fs.existsSync(path.join(process.env.SystemRoot, 'System32', library)), library);
-    // Some of these lie there too, but come with a compiler.
+    // These DLLs may be in System32 too, but they come with a compiler.
     assert.doesNotMatch(library, /^(vcruntime|msvcp|concrt|lib)/i);
   }
   const pdb = modulePath.replace(/node$/, 'pdb');
-  // A base that moves, in the whole address space; data that is no code; with MSVC control flow guard.
+  // DYNAMIC_BASE, HIGH_ENTROPY_VA and NX_COMPAT; with MSVC also GUARD_CF.
   const [debugFile, hardening] = fs.existsSync(pdb) ? [pdb, 0x4160] : [`${modulePath}.debug`, 0x160];
   assert.equal(dllCharacteristics & hardening, hardening);
   assert.ok(fs.statSync(debugFile).size > fs.statSync(modulePath).size);
 });
 
-test('it loads in a host of any name, and not in a process without Node-API', async (t) => {
+test('the module loads in a renamed host, and does not load in a process without Node-API', async (t) => {
   const host = path.join(temporaryFolder(t), 'borvanta.exe');
   fs.copyFileSync(process.execPath, host);
   assert.deepEqual(await runScript(`util.enumProcessList(({ list }) =>

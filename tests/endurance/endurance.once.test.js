@@ -1,7 +1,8 @@
 'use strict';
-// A long life in short: random calls with hostile arguments, captures of processes that end under them, and script
-// workers that come and go. All callbacks come, and memory and handles stay flat. "npm run endurance" is the long form.
-//   --seed=N repeats what chance decides; --calls=N --captures=N --workers=N
+// Makes random calls with hostile arguments, captures processes that end meanwhile, and starts and ends script workers.
+// Checks that every callback is called, and that memory and the number of handles stay flat. "npm run endurance" is the
+// long form.
+//   Options: --seed=N repeats the random choices; --calls=N, --captures=N and --workers=N set how many there are.
 const { once } = require('node:events');
 const { Worker, isMainThread, workerData } = require('node:worker_threads');
 const promises = require('borvanta-util/promises');
@@ -10,7 +11,7 @@ const {
   test,
 } = require('../support');
 
-/** An option's number; of several the last. */
+/** The number of an option. If it is given several times, the last one counts. */
 const option = (name, otherwise) => (
   Number(process.argv.filter((argument) => argument.startsWith(`--${name}=`)).at(-1)?.split('=')[1] ?? otherwise));
 const util = load();
@@ -29,12 +30,13 @@ const values = [undefined, null, true, false, 0, -0, -1, 1.5, NaN, Infinity, 2 *
   'C:\\old.exe', 'a\0b', '\ud800', '直播 😀', Symbol('s'), [], {}, new Date(0), Buffer.alloc(9), new String('s'),
   Object.create(null), new Proxy({}, { get: fail, has: fail, ownKeys: fail }), revocable.proxy, 'x'.repeat(1_000_000),
   { toString: fail, valueOf: fail }, { get processId() { return fail(); } }, ...callbacks];
-// For a process that is not there. Now and then reading a property throws, or gives something else than before.
+// Arguments for a process that does not exist. Now and then, reading a property throws or gives another value than
+// before.
 const hostileArgs = new Proxy(captureArgs({ processId: 0xFFFFFFF0 }), {
   get: (args, name) => (random(40) > 0 ? args[name] : name === 'processId' || random(2) ? fail() : pick(values)),
 });
 
-/** Calls a script function, mostly with arguments that are right. */
+/** Calls a function of the module, mostly with the arguments that it expects. */
 function callSomething() {
   const name = pick(Object.keys(util));
   const right = {
@@ -43,7 +45,7 @@ function callSomething() {
     getGpuUsage: [pick([0, -1, 1.5, NaN, process.pid, 2 ** 53]), 1, pick(callbacks)],
     enumProcessList: [pick(callbacks)],
   };
-  // Of two claims at once, the handle of one would stay open: the module promises that.
+  // The module keeps the handle of an earlier claim open. So that no two claims overlap, only one thread makes them.
   if (name === 'createDuplicateMutex' && !isMainThread) return;
   const args = random(3) ? right[name] ?? [] : Array.from({ length: random(9) }, () => pick(values));
   try {
@@ -59,18 +61,18 @@ async function callMany(count) {
   for (let calls = 1; calls <= count; ++calls) {
     callSomething();
     for (let tries = 0; calls % 100 === 0 && came < due; ++tries) {
-      assert.ok(tries < 3000, `${due - came} callbacks are missing`);
+      assert.ok(tries < 3000, `${due - came} callbacks were not called`);
       await sleep(10);
     }
   }
-  assert.ok(came <= due, 'a callback came twice');
+  assert.ok(came <= due, 'a callback was called twice');
 }
 
-/** Captures a process several times while it ends. Resolves to what the captures said. */
+/** Captures a process five times before or after its end. Resolves to the error, or "Captured", of each capture. */
 async function captureEnding(janksDir) {
   const lifetime = 100 + random(900);
   const target = await startStallTarget(1, lifetime).catch(() => undefined);
-  if (!target) return captureEnding(janksDir); // It ended too early.
+  if (!target) return captureEnding(janksDir); // The process ended before it had printed its ids.
   return Promise.all(Array.from({ length: 5 }, async () => {
     await sleep(random(lifetime));
     const { errorText, captureStackResult } = await call(util.captureNativeJank, captureArgs({ ...target, janksDir }));
@@ -78,7 +80,7 @@ async function captureEnding(janksDir) {
   }));
 }
 
-/** A worker that makes calls, and ends or is ended while some of them are on their way. */
+/** Runs a worker that makes calls, and either ends by itself or is terminated meanwhile. */
 async function workAWhile() {
   const worker = new Worker(__filename, { workerData: random(2 ** 31) });
   const ended = once(worker, 'exit');
@@ -89,32 +91,32 @@ async function workAWhile() {
 
 const steps = 3;
 
-/** Takes these steps and compares what is held after the first and after the last one. */
+/** Takes all steps. From the end of the first to the end of the last, memory and handles must not grow. */
 async function staysFlat(megabytes, takeStep) {
   const held = [];
   while (held.length < steps) {
     console.log(`${await takeStep()}`);
-    await sleep(200); // Threads that have delivered are still on their way out.
+    await sleep(200); // Threads that have delivered their result may not have ended yet.
     const { rss, heapTotal } = process.memoryUsage();
     held.push({ memory: (rss - heapTotal) / 2 ** 20, handles: openHandles() });
     console.log(held.at(-1));
   }
   const grown = (kind) => held.at(-1)[kind] - held[0][kind];
-  assert.ok(grown('memory') < megabytes, `${grown('memory')} MB more`);
-  assert.ok(grown('handles') < 10, `${grown('handles')} handles more`);
+  assert.ok(grown('memory') < megabytes, `memory grew by ${grown('memory')} MB`);
+  assert.ok(grown('handles') < 10, `${grown('handles')} more handles`);
 }
 
-/** Starts the part of `count` things that one step has and resolves when all have ended. */
+/** Runs one step's share of `count` runs of `start`, and resolves when all of them have ended. */
 const share = (count, start) => Promise.all(Array.from({ length: count / steps }, start));
 
 if (isMainThread) {
   console.log(`--seed=${seed}`);
   const folder = temporaryFolder(test);
   test.after(() => new RegistryKey('SOFTWARE\\Borvanta', 32).remove());
-  test('random calls with hostile arguments', () => staysFlat(8, () => callMany(option('calls', 1800) / steps)));
-  test('captures of processes that end', () => (
+  test('random calls call back and leak nothing', () => staysFlat(8, () => callMany(option('calls', 1800) / steps)));
+  test('captures of processes that end meanwhile leak nothing', () => (
     staysFlat(8, () => share(option('captures', 9), () => captureEnding(`${folder}\\`)))));
-  test('script workers that come and go', () => (
+  test('script workers that start and end leak nothing', () => (
     staysFlat(option('workers', 18), () => share(option('workers', 18), workAWhile))));
 } else {
   callMany(99);

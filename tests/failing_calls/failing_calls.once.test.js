@@ -1,41 +1,44 @@
 'use strict';
-// Lets every call of the module fail in each script function, and then several calls at random. What a function answers
-// then is tested in the other folders. Here: nothing hangs, leaks or stays suspended or locked, the callback comes, and
-// the next call works.
-//   Environment: SEED repeats what chance decides, ROUNDS says for how long it does.
+// Lets every system call of each script function fail, and then several calls at random. Afterwards nothing hangs,
+// leaks, or stays suspended or locked, the callback has been called, and the next call works. What a function returns
+// when a system call fails is tested in that function's test file.
+//   Environment variables: SEED repeats the random attempts, ROUNDS is their number.
 const {
   assert, randomNumbers, RegistryKey, runScript, sleep, startStallTarget, temporaryFolder, test,
 } = require('../support');
 const { Machine, scenarios } = require('./machine.js');
 
-/** Functions that nothing goes on without: the process ends when one of them fails. */
+/** Functions that the module cannot do without: the process ends when one of them fails. */
 const vital = ['malloc', 'calloc', 'SysAllocStringLen', 'GetHandleInformation', '_beginthreadex'];
 const [facts, ...others] = Object.keys(scenarios);
 const answers = {};
 const calls = {};
 
-/** Lets calls fail, [[WHAT, { NAME: nth }], ...], and checks that all is well afterwards. */
+/**
+ * Runs scenarios in which calls fail, [[SCENARIO, { FUNCTION: nth }], ...]. Checks that the scenarios then give their
+ * usual answers, and that nothing has leaked.
+ */
 async function check(attempts, machineOf, keptBlocks = 0) {
   const text = JSON.stringify(attempts);
-  console.log(text); // The last one that is printed, should the process hang or end.
+  console.log(text); // If the process hangs or ends, the last of these lines shows why.
   let missing = ['?'];
-  // What leaks does so every time; what the compiler's library keeps for good does not.
+  // A leak happens every time. What the compiler's library allocates once and keeps does not.
   for (let times = 0; missing.length > 0; ++times) {
-    assert.ok(times < 5, `after ${text} there is too little of: ${missing}`);
+    assert.ok(times < 5, `after ${text} there were too few calls of: ${missing}`);
     const machine = machineOf();
     const before = machine.held;
     for (const [name, failing] of attempts) await machine.run(name, failing);
     for (const name of new Set(attempts.map(([name]) => name))) {
       const { answer } = await machine.run(name);
-      if (name !== facts) assert.deepEqual(answer, answers[name], `after ${text}`);
+      if (name !== facts) assert.deepEqual(answer, answers[name], `the next answer after ${text}`);
     }
-    await sleep(20 * times); // Threads that have delivered may still be on their way out.
+    await sleep(20 * times); // Threads that have delivered their result may not have ended yet.
     const now = machine.held;
     missing = Object.keys(now).filter((kind) => now[kind] - before[kind] > (kind === 'free' ? keptBlocks : 0));
   }
 }
 
-test('failing calls', async (t) => {
+test('after a system call that fails, nothing leaks or stays locked, and the next call works', async (t) => {
   const client = new RegistryKey('SOFTWARE\\Borvanta', 32);
   client.set('', 'D:\\Apps');
   t.after(() => client.remove());
@@ -64,7 +67,7 @@ test('failing calls', async (t) => {
     console.log(`SEED=${seed}`);
     const random = randomNumbers(seed);
     const machine = newMachine();
-    for (const name of others) await machine.run(name); // So that all functions have been looked up.
+    for (const name of others) await machine.run(name); // Looks up all functions.
     const pick = (list) => list[random(list.length)];
     const attempt = () => {
       const name = pick(others);
@@ -75,7 +78,7 @@ test('failing calls', async (t) => {
       await check(Array.from({ length: 50 }, attempt), () => machine);
     }
   });
-  await t.test('the process ends by what nothing goes on without', { timeout: 90_000 }, () => (
+  await t.test('the process ends when a call fails that the module cannot do without', { timeout: 90_000 }, () => (
     Promise.all(vital.map((called) => assert.rejects(runScript(`
       const { Machine, scenarios } = require(${JSON.stringify(require.resolve('./machine.js'))});
       const machine = new Machine({ after() {} });

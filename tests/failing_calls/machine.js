@@ -5,9 +5,12 @@ const {
   call, captureArgs, koffi, memoryAt, openHandles, scriptedSystem, sleep, system: windows,
 } = require('../support');
 
-/** What is done while calls fail, and what it answers. A copy of the module finds the first one's answer only once. */
+/**
+ * What the tests do while calls fail. Each scenario returns its answer. A copy of the module does the work of 'machine
+ * facts' only once and keeps the answer.
+ */
 const scenarios = exports.scenarios = {
-  // All functions without a scenario of their own.
+  // All functions that no other scenario calls.
   'machine facts': (util) => Object.keys(util).filter((name) => !/Mutex|Mask|Version$|Jank|Gpu|List/.test(name))
     .map((name) => util[name]()),
   'single instance': (util) => [util.createDuplicateMutex(), util.destroyDuplicateMutex()],
@@ -16,7 +19,7 @@ const scenarios = exports.scenarios = {
   captureNativeJank: (util, target) => call(util.captureNativeJank, captureArgs(target))
     .then((result) => ({ ...result, jsonFilename: typeof result.jsonFilename })),
   initGpuUsage: (util) => util.initGpuUsage(),
-  // The first call opens the counter where it is not open.
+  // The first call opens the counter if it is not open.
   getGpuUsage: (util) => call(util.getGpuUsage, 12, 34).then(() => call(util.getGpuUsage, 12, 34)),
   enumProcessList: async (util) => (await call(util.enumProcessList)).list.find(({ pid }) => pid === process.pid),
 };
@@ -25,9 +28,9 @@ const text = koffi.alloc('char16', 20);
 koffi.encode(text, 'char16', 'pid_12_engtype_3D\0', 18);
 const one = () => 1;
 
-/** What the machine lacks, and what would take long. */
+/** Replacements for what the machine lacks, and for what would take long. */
 const played = {
-  // A debug period of any such bytes has not ended.
+  // The module reads these bytes as a debug period that has not ended.
   FindResourceExW: () => 1n, SizeofResource: () => 18, LoadResource: () => 1n, LockResource: () => text,
   WinVerifyTrust: () => 0,
   GetFileAttributesA: () => 0x20,
@@ -44,35 +47,35 @@ const played = {
   },
 };
 
-// The C library only computes, and some functions of Windows cannot fail.
+// Functions that are never made to fail: the C library only computes, and some functions of Windows cannot fail.
 const cannotFail = /^([_a-z]|[GS]et(Current|Last)|Get.*Time|Tls[GS]|Rtl|Raise|VerSet|Sleep|Query|SysFree)|Lock|Section/;
-// What the others return when they fail, if not 0.
+// Functions that return -1 or an error code when they fail. All others return 0.
 const minusOne = /^(CreateFile|CreateTool|GetFileAttr|SuspendThread|ResumeThread|WaitFor)/;
 const errorCode = /^(Reg|Pdh|CoCreate|GetAdapters|WinVerify|SetThreadDesc|GlobalFree)/;
-// What nobody can give back afterwards is given back, and only then the call claims to have failed.
+// Functions that release something. They do so and only then report a failure, because nobody could release it later.
 const givesBack = /Close|Free|Remove|Resume|Cleanup|SetEvent|WinVerify/;
 
-/** What gives something back, and what takes it before. A worker starts suspended. */
+/** Functions that release something, each with the functions that acquire it. A worker thread starts suspended. */
 const pairs = [['free', 'malloc', 'calloc'], ['SysFreeString', 'SysAllocStringLen'], ['GlobalFree', 'GlobalAlloc'],
   ['ResumeThread', 'SuspendThread', '_beginthreadex'], ['LeaveCriticalSection', 'EnterCriticalSection'],
   ['ReleaseSRWLockExclusive', 'AcquireSRWLockExclusive'], ['SymCleanup', 'SymInitialize'],
   ['PdhCloseQuery', 'PdhOpenQueryW'], ['PdhRemoveCounter', 'PdhAddCounterW']];
 
-/** A fresh copy of the module, all of whose calls go through stubs. */
+/** A fresh copy of the module. All its system calls go through stubs. */
 exports.Machine = class Machine {
   constructor(t, target) {
     this.target = target;
     this.system = scriptedSystem(t);
     this.system.stubAll(played);
-    this.system.util.leaveStartupMask(); // The compiler's library then knows this thread.
+    this.system.util.leaveStartupMask(); // Makes the compiler's library allocate what it keeps for this thread.
     windows('ole32', 'int CoInitializeEx(void*, uint32)')(null, 2);
-    // An exception that nobody handles ends the process; Windows is not to start a debugger first.
+    // An unhandled exception then calls abort(), instead of starting a debugger.
     windows('kernel32', 'void* SetUnhandledExceptionFilter(void*)')(this.system.real.get('abort'));
   }
 
   /**
-   * Does something to the end of its workers while the nth call of some functions fails: { NAME: nth }. Resolves to the
-   * answer, and to how often each function was called that can fail.
+   * Runs a scenario until its worker threads have ended. Meanwhile the nth call of some functions fails: { NAME: nth }.
+   * Resolves to the scenario's answer and to `calls`: how often each function that can fail was called.
    */
   async run(name, failing = {}) {
     const { system } = this;
@@ -88,7 +91,7 @@ exports.Machine = class Machine {
     return { answer, calls: calls.filter(([called, count]) => count > 0 && !cannotFail.test(called)) };
   }
 
-  /** How much there is to give back, by what does that. */
+  /** How much has not been released yet, by the name of the function that releases it. */
   get held() {
     const { counts } = this.system;
     const sum = (names) => names.reduce((total, name) => total + (counts[name] ?? 0), 0);

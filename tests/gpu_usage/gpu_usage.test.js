@@ -7,8 +7,9 @@ const blockSize = windows('msvcrt', 'size_t _msize(void*)');
 const Item = koffi.struct('Item', { name: 'str16', status: 'int', value: 'double' });
 
 /**
- * A system with a PDH that opens all but what `pdh.missing` names and serves the instances of a sample. Its statuses
- * are wrong where they must be ignored. `pdh.calls` has its calls, each with its first two arguments.
+ * A system with a played PDH. It opens everything except what `pdh.missing` names, and gives the instances that a test
+ * passes to `pdh.sample`. Its statuses are wrong where the module must ignore them. `pdh.calls` records its calls, each
+ * with the first two arguments.
  */
 function systemWithPdh(t) {
   const system = scriptedSystem(t);
@@ -30,12 +31,12 @@ function systemWithPdh(t) {
   };
   system.play('GetProcAddress', (real, library, name) => (name.startsWith('Pdh')
     ? system.callback(name, (_, ...args) => answer(name.slice(3), ...args)) : real(library, name)));
-  /** What a sample of `instances`, [name, value] each, delivers. */
+  /** Resolves to the result of a sample of these `instances`, [name, value] each. */
   pdh.sample = (instances = busy, ids = [12, 34]) => {
     items = instances.map(([name, value]) => ({ name, status: failure, value }));
     return call(system.util.getGpuUsage, ...ids);
   };
-  /** The calls since this was asked last, as soon as there are `count`. */
+  /** Resolves to the calls since the last newCalls(), as soon as there are `count` of them. */
   pdh.newCalls = async (count) => {
     await until(() => pdh.calls.length >= count);
     return pdh.calls.splice(0);
@@ -48,7 +49,7 @@ const usage = { nativeProc3d: 4, sys3d: 4, has3d: true };
 const opening = (query) => ['OpenQueryW  0', `AddCounterW ${query} \\GPU Engine(*)\\Utilization Percentage`,
   `CollectQueryData ${query}`];
 
-test('a sample opens what is not open, the next one reads it, and initGpuUsage reopens it on a worker', async (t) => {
+test('a sample opens the counter, the next one reads it, and initGpuUsage reopens it on a worker thread', async (t) => {
   const pdh = systemWithPdh(t);
   const reading = ['CollectQueryData 1', ...Array(2).fill('GetFormattedCounterArrayW 2 512')];
   for (const [missing, expected, calls] of [['OpenQueryW', {}, opening(1).slice(0, 1)],
@@ -61,7 +62,7 @@ test('a sample opens what is not open, the next one reads it, and initGpuUsage r
   assert.deepEqual(await pdh.newCalls(5), ['RemoveCounter 2', 'CloseQuery 1', ...opening(3)]);
 });
 
-test('calls that overlap use PDH one after the other, also while a sample goes through the instances', async (t) => {
+test('calls that overlap use PDH one after the other, also while a sample adds up its instances', async (t) => {
   const { system, calls, sample, newCalls } = systemWithPdh(t);
   await sample();
   system.hold('towlower');
@@ -76,7 +77,7 @@ test('calls that overlap use PDH one after the other, also while a sample goes t
   assert.match(names.join(), /^(,?(Collect\w+(,GetFormat\w+){2}|Remove\w+,Close\w+,Open\w+,Add\w+,Collect\w+)){15}$/);
 });
 
-test('an instance counts for each engine kind and process in its name, with its value as it is', async (t) => {
+test('an instance adds its unchanged value to each engine kind and process that is in its name', async (t) => {
   const { sample } = systemWithPdh(t);
   await sample();
   const kinds = ['3D', 'VideoEncode', 'VideoDecode', 'Video Codec', 'Copy'];
@@ -103,7 +104,7 @@ test('an instance counts for each engine kind and process in its name, with its 
   assert.equal((await sample(Array(1500).fill([`${'x'.repeat(300)}pid_12_engtype_3D`, 1]))).nativeProc3d, 1500);
 });
 
-test('values that cannot be read are an empty object, and their memory is freed', async (t) => {
+test('if values cannot be read, the result is an empty object, and their memory is freed', async (t) => {
   const pdh = systemWithPdh(t);
   await pdh.sample();
   const balance = () => pdh.system.count('malloc') - pdh.system.count('free');
@@ -116,7 +117,7 @@ test('values that cannot be read are an empty object, and their memory is freed'
   assert.ok(balance() - before < 10);
 });
 
-test('bad arguments are refused and start nothing; without PDH a sample is empty', async (t) => {
+test('bad arguments throw and start nothing; without PDH the result is an empty object', async (t) => {
   const { system, sample, newCalls } = systemWithPdh(t);
   for (const args of [[], [1, 2], ['1', 2, assert.fail], [1, '2', assert.fail], [1, 2n, assert.fail], [1, 2, {}]]) {
     assert.throws(() => system.util.getGpuUsage(...args), { name: 'TypeError', message: 'Invalid arg' });

@@ -1,9 +1,9 @@
-// Feeds random answers of disks and performance counters to the code that reads them: hostile_answers COUNT SEED.
-// Behind each answer lies memory that cannot be read.
+// Gives random answers to the code that reads disks and performance counters: hostile_answers COUNT SEED. The memory
+// directly behind each answer cannot be read.
 
 #include <windows.h>
 
-// Its checks are the point of this program.
+// Every build of this program needs its assertions.
 #undef NDEBUG
 #include <cassert>
 #include <cstdint>
@@ -39,7 +39,7 @@ std::vector<T> RandomItems(size_t count, std::initializer_list<T> likely) {
   return items;
 }
 
-/// Copies `items` to where unreadable memory follows them, until the next call.
+/// Copies `items` to a place directly before unreadable memory. The copy is valid until the next call.
 template <typename T>
 std::span<const T> AtGuardPage(std::span<const T> items) {
   constexpr size_t kPage = 4096;

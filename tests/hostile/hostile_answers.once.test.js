@@ -6,7 +6,7 @@ const path = require('node:path');
 const test = require('node:test');
 const { buildFolder } = require('../support/windows.js');
 
-const skip = path.basename(buildFolder) !== 'clang' && 'it is for the build with traps';
+const skip = path.basename(buildFolder) !== 'clang' && 'only for the build with traps';
 
 test('random answers of disks and counters are read without a fault', { skip }, () => {
   const seed = String(Date.now() % 2 ** 31);

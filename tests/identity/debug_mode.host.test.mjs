@@ -1,4 +1,4 @@
-// Debug mode with real files, which need Debian's signing tool. Wine accepts the signature of an unknown certificate.
+// Tests debug mode with real files, signed with osslsigncode. Wine accepts the signature of an unknown certificate.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
@@ -13,7 +13,7 @@ test.after(() => rmSync(folder, { recursive: true, force: true }));
 
 const run = (command, ...args) => execFileSync(command, args,
   { cwd: folder, env: { ...process.env, INIT_CWD: folder }, encoding: 'utf8', stdio: ['ignore', 'pipe', 'pipe'] });
-/** Runs a script in Node.js for Windows. `support` is the folder of the tests' helpers there. */
+/** Runs a script in Node.js for Windows. In the script, `support` is the folder of the test helpers. */
 const onWindows = (script) => run(process.execPath, path.join(root, 'scripts', 'windows-node.mjs'), '-e',
   `const [fs, support] = [require('node:fs'), ${JSON.stringify(`Z:${root}tests/support`)}]; ${script}`);
 

@@ -1,11 +1,12 @@
 'use strict';
 const { assert, koffi, memoryAt, scriptedSystem, test } = require('../support');
 
+/** A SYSTEMTIME: year, month, day of the week, day, hour, minute, second, milliseconds. */
 const now = [2024, 2, 4, 29, 23, 59, 59, 500];
 /** The same moment in milliseconds since 1601. */
 const moment = Date.UTC(2024, 1, 29, 23, 59, 59, 500) - Date.UTC(1601);
 
-/** A system whose module has this debug period and a signature. `others` are other answers of its functions. */
+/** A system whose module is a signed debug build with this period. `others` replaces answers of played functions. */
 function debugBuild(t, period, others) {
   const system = scriptedSystem(t);
   const data = koffi.alloc('char', 20);
@@ -24,7 +25,7 @@ function debugBuild(t, period, others) {
   return system;
 }
 
-test('isDebugMode is true until the last millisecond of the period, unless a step fails, and is decided once', (t) => {
+test('isDebugMode is true for a signed debug build within its period, else false; it is decided once', (t) => {
   for (const [answer, last, period, others] of [
     [true, 'WinVerifyTrust', `${moment}`], [false, 'GetLocalTime', `${moment - 1}`],
     [true, 'WinVerifyTrust', `${moment}`.padStart(18, '0')], [false, 'SizeofResource', `${moment}`.padStart(19, '0')],
@@ -42,7 +43,7 @@ test('isDebugMode is true until the last millisecond of the period, unless a ste
   }
 });
 
-test('the file whose resources decide is checked quietly and offline, by the library of the system folder', (t) => {
+test('the file that has the debug period is checked offline and without a window, by System32\'s DLL', (t) => {
   for (const file of [1n, null /* The module has another name, so the host executable decides. */]) {
     const checks = [];
     const { calls, util } = debugBuild(t, '/', { GetModuleHandleW: file, WinVerifyTrust: (window, action, data) => {
@@ -56,7 +57,7 @@ test('the file whose resources decide is checked quietly and offline, by the lib
     assert.deepEqual(args('FindResourceExW'), [file, 'DHS', '101', 1033]);
     assert.equal(args('GetModuleFileNameW')[0], file);
     assert.deepEqual(args('LoadLibraryExW'), ['wintrust.dll', null, 0x800 /* LOAD_LIBRARY_SEARCH_SYSTEM32 */]);
-    // WTD_UI_NONE, WTD_REVOKE_NONE, no revocation check and nothing but the cache; verify, then close.
+    // WTD_UI_NONE, WTD_REVOKE_NONE, WTD_REVOCATION_CHECK_NONE | WTD_CACHE_ONLY_URL_RETRIEVAL; verify, then close.
     assert.deepEqual(checks, [['C:\\a.node', 2, 0, 0x1010, 1], ['C:\\a.node', 2, 0, 0x1010, 2]]);
   }
 });

@@ -4,7 +4,7 @@ const { assert, memoryAt, RegistryKey, scriptedSystem, test } = require('../supp
 const scratch = new RegistryKey('SOFTWARE\\BorvantaTest');
 test.after(() => scratch.remove());
 
-/** VerifyVersionInfoW on a system of `version`, 63 for 6.3. Conditions have an octal digit for each compared field. */
+/** VerifyVersionInfoW on Windows `version`; 63 is 6.3. `conditions` has an octal digit for each compared field. */
 const verifyOn = (version, build, productType = 1 /* VER_NT_WORKSTATION */) => (real, info, mask, conditions) => {
   const asked = memoryAt(info, 284);
   assert.deepEqual([asked.readUInt32LE(), conditions], [284, { 7: 0o333, 0x23: 0o300033, 0x80: 0o10000000 }[mask]]);
@@ -14,8 +14,8 @@ const verifyOn = (version, build, productType = 1 /* VER_NT_WORKSTATION */) => (
 };
 
 /**
- * What the module's function `name` returns on a system of this version whose keys have these values. It reads the key
- * at `path` with the rights `access` as often as `times` says, however often it is called.
+ * Calls the module's function `name` twice on a system of this version whose keys have these values, and returns its
+ * answer. Checks that the two calls open the key at `path` with the rights `access`, and only `times` times.
  */
 function describe(t, name, values, [path, access, times], version = [100, 19045]) {
   scratch.remove();
@@ -34,7 +34,7 @@ function describe(t, name, values, [path, access, times], version = [100, 19045]
   return answer;
 }
 
-test('the processor name is the bytes in the registry up to the first NUL, with their spaces', (t) => {
+test('getCpuName returns the bytes in the registry up to the first NUL, with their spaces', (t) => {
   const key = ['HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0', 1 /* KEY_QUERY_VALUE */, 1];
   for (const [value, name] of [
     ['  Processor @ 3.00GHz   ', '  Processor @ 3.00GHz   '], [Buffer.from('Prozessor ä\0b'), 'Prozessor ä'],
@@ -44,10 +44,10 @@ test('the processor name is the bytes in the registry up to the first NUL, with 
   }
 });
 
-/** The system's key, in the 64-bit view. */
+/** The key with the version of Windows, in the 64-bit view. */
 const systemKey = (times) => ['SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion', 0x101, times];
 
-test('a system is named by the latest version that it reaches, and "Server" only without such a version', (t) => {
+test('Windows is named by the latest known version that it reaches, "Server" only if it reaches none', (t) => {
   for (const [name, ...version] of [
     ['11', 100, 22631], ['11', 100, 21996], ['10', 100, 21995], ['8.1', 63, 30000], ['8', 62, 9200], ['7', 61, 7601],
     ['vista', 60, 6002], ['xp', 52, 3790], ['xp', 51, 2600], ['unknown', 50, 2195],
@@ -57,7 +57,7 @@ test('a system is named by the latest version that it reaches, and "Server" only
   }
 });
 
-test('the name ends with the newer label of the feature update, or else with the older one', (t) => {
+test('the name of Windows ends with DisplayVersion, or if that is missing, with ReleaseId', (t) => {
   for (const [name, newer, older] of [['10 22H2', '22H2', '2009'], ['10 1909', '', '1909'], ['10', '', '']]) {
     const values = { DisplayVersion: newer, ReleaseId: older };
     assert.equal(describe(t, 'getOsVersionWithReleaseId', values, systemKey(newer ? 1 : 2)), name);

@@ -8,14 +8,14 @@ const setThreadLocale = windows('kernel32', 'int SetThreadLocale(uint32)');
 const scratch = new RegistryKey('SOFTWARE\\BorvantaTest');
 test.after(() => scratch.remove());
 
-/** Writes an answer into memory of the module, which is to be zeroed before. */
+/** Writes an answer into memory that the module must have zeroed before. */
 function write(answer, address, size) {
   const output = memoryAt(address, size);
   assert.ok(output.every((byte) => byte === 0), 'memory for an answer is zeroed');
   answer.copy(output);
 }
 
-/** A list at `start` of network adapters, [name, type, address, length] each. */
+/** The list of network adapters that starts at the address `start`. Each adapter is [name, type, address, length]. */
 function adapterList(start, adapters) {
   return Buffer.concat(adapters.map(([name, type, address, length = address.length / 2], index) => {
     const entry = Buffer.alloc(704); // An IP_ADAPTER_INFO.
@@ -29,9 +29,14 @@ function adapterList(start, adapters) {
 }
 
 /**
- * The fields of the identifier on a machine that has only these: `drives` by their name after "\\.\", each with its
- * answers by question, "ACCESS SHARE CODE INPUT OUTPUT-SIZE"; `volumes` with their serial numbers by root; network
- * `adapters`; and class `keys`, [adapter, characteristics] each. `opened` names the drives in the order of opening.
+ * Returns the fields of the identifier of a machine that has only these devices:
+ * - `drives`: by the name after "\\.\", the drive's answers by question, "ACCESS SHARE CODE INPUT OUTPUT-SIZE";
+ * - `handle`: the handle of each drive that is opened;
+ * - `volumes`: by device or root path, the volume's serial number;
+ * - `adapters`: network adapters, see adapterList;
+ * - `keys`: keys of the class of network adapters, [adapter, characteristics] each.
+ *
+ * `opened` of the result names the drives in the order in which they were opened.
  */
 function identify(t, { drives = {}, handle = 0x1000n, volumes = {}, adapters = [], keys = [] }) {
   scratch.remove();
@@ -53,7 +58,7 @@ function identify(t, { drives = {}, handle = 0x1000n, volumes = {}, adapters = [
       const asked = input ? memoryAt(input, inputSize).toString('hex') : '-';
       const answer = answers[`${mode} ${code.toString(16)} ${asked} ${size}`];
       write(answer ?? Buffer.of(), output, size);
-      if (size === 40959) memoryAt(output, 40960)[40959] = 0x58; // A driver that writes a byte too many.
+      if (size === 40959) memoryAt(output, 40960)[40959] = 0x58; // This driver writes one byte too many.
       return answer ? 1 : 0;
     },
     CloseHandle: () => 1,
@@ -75,27 +80,27 @@ function identify(t, { drives = {}, handle = 0x1000n, volumes = {}, adapters = [
   const id = system.util.getGuid('arguments', {});
   const { length } = opened;
   assert.equal(system.util.getGuid(), id);
-  assert.equal(opened.length, length, 'probed only once');
+  assert.equal(opened.length, length, 'the second call opens no drive');
   return { ...id.match(/^C_0-D_(?<disk>.*)-M_(?<mac>\w*)-V_(?<volume>\w*)$/).groups, opened };
 }
 
-/** Checks a field of the identifier on each [expected, machine]. */
+/** Checks a field of the identifier for each row, [expected, machine]. */
 function check(t, field, rows) {
   for (const [expected, machine] of rows) assert.equal(identify(t, machine)[field], expected);
 }
 
-test('the volume is asked for by its device, and where that fails by its root', (t) => {
+test('the volume serial number is read by the device, and if that fails, by the root path', (t) => {
   const [device, root] = [{ '\\\\.\\C:': 0xA0B0C0 }, { 'C:\\': 1 }];
   check(t, 'volume', [['00A0B0C0', { volumes: { ...device, ...root } }], ['00000001', { volumes: root }], ['', {}]]);
 });
 
-// What a drive answers. For the storage properties it is opened without rights, and in two other ways for SMART.
+// Answers of a drive. It is opened without rights for the storage properties, and in two other ways for SMART.
 const [smartA, smartB] = ['c0000000 3', 'c0000000 7'];
 const ofMedia = (media) => ({ '0 3 70000 - 24': Buffer.of(0, 0, 0, 0, 0, 0, 0, 0, media) }); // The geometry.
 const [removable, fixed] = [ofMedia(11), ofMedia(12)];
 const described = (serial, offset = 100) => {
   const bytes = Buffer.alloc(40960);
-  // The places of vendor, product, revision and serial number.
+  // The offsets of vendor, product, revision and serial number.
   for (const [index, flip] of [32, 32, 32, 0].entries()) bytes.writeInt32LE(offset ^ flip, 12 + 4 * index);
   Buffer.from(serial, 'latin1').copy(bytes, offset);
   return { [`0 3 2d1400 ${'0'.repeat(24)} 40959`]: bytes };
@@ -105,13 +110,13 @@ const withIdeMap = (map) =>
   Object.fromEntries([smartA, smartB].map((mode) => [`${mode} 74080 - 24`, Buffer.of(0, 0, 0, map)]));
 const identifyData = (word0, serial) =>
   Buffer.concat([Buffer.alloc(16), Buffer.of(word0), Buffer.alloc(19), Buffer.from(serial.padEnd(20)).swap16()]);
-/** `registers`: drive and head, command, reserved, and the drive's number behind them. */
+/** `registers`: drive and head, command, a reserved byte, and behind these registers the drive's number. */
 const identifiedByA = (registers, ...data) =>
   ({ [`${smartA} 7c088 ${`000200000001000000${registers}`.padEnd(64, '0')} 528`]: identifyData(...data) });
 const identifiedByB = (...data) =>
   ({ [`${smartB} 7c088 ${'00000000000000000000ec'.padEnd(66, '0')} 545`]: identifyData(...data) });
 
-test('the disk is drive C, else the first of sixteen drives that is fixed and has a serial number', (t) => {
+test('the disk is drive C if it is fixed and has a serial number, else the first fixed one of 16 drives', (t) => {
   const [stick, disk] = [{ ...removable, ...described('stick') }, { ...fixed, ...described('disk') }];
   const [byA, removableByA] = [0xC0, 0x80].map((word0) => identifiedByA('b0a10001', word0, 'A'));
   const byB = identifiedByB(0x40, 'B');
@@ -131,7 +136,7 @@ test('the disk is drive C, else the first of sixteen drives that is fixed and ha
   }
 });
 
-test('an IDENTIFY string ends before white space or at a NUL, but has its first character', (t) => {
+test('an IDENTIFY string ends at a NUL or before trailing white space, but keeps its first character', (t) => {
   const identified = (serial) => ({ drives: { PhysicalDrive0: { ...withIdeMap(1), ...identifiedByB(0x40, serial) } } });
   check(t, 'disk', [['WD-W', identified('  WD-W\t \v\f\r\n')], ['09', identified('\t\t')], ['AB', identified('AB\0CD')],
     ['x'.repeat(20), identified('x'.repeat(20))]]);
@@ -139,26 +144,26 @@ test('an IDENTIFY string ends before white space or at a NUL, but has its first 
 
 const withSerial = (serial, offset) => ({ drives: { 'C:': { ...fixed, ...described(serial, offset) } } });
 
-test('a driver that knows a media serial number makes the handle\'s value the serial number', (t) => {
+test('if a driver knows a media serial number, the serial number is the bytes of the drive\'s handle', (t) => {
   const drive = { ...fixed, ...hasMediaSerial };
   check(t, 'disk', [['ABC', { handle: 0x434241n, drives: { 'C:': { ...drive, ...described('S3Z9') } } }],
     ['ABCDEFGH', { handle: 0x4847464544434241n, drives: { 'C:': drive } }]]);
 });
 
-test('a driver\'s answer is read within its memory and up to a NUL', (t) => {
+test('a serial number is read only within the memory of the answer, and up to a NUL', (t) => {
   check(t, 'disk', [0, 40960, 0xFFFFFFFF].map((offset) => ['', withSerial('S3Z9', offset)]));
   check(t, 'disk', [['S3Z', withSerial('S3Z9', 40956)], ['S3Z', withSerial('S3Z\x009')]]);
 });
 
-test('a serial number in hex digits is decoded, and its characters are swapped where a space is inside', (t) => {
+test('a serial number in hex digits is decoded; characters are swapped in pairs if a space is inside', (t) => {
   check(t, 'disk', Object.entries({
     '574d414d3941': 'WMAM9A', '4157202020204443': 'WACD', '2020202041574443': 'AWDC', '41204243204445': 'ACBDE',
     '7F5a': '7fZ', '8041': '8041', '41ff': '41ff', '4G4a': '4G4a', '12345': '12345', '-1': '-1',
   }).map(([serial, field]) => [field, withSerial(serial)]));
 });
 
-test('a disk\'s field has 40 characters, no spaces, and all but letters, digits, "-", "=" and "_" in hex', (t) => {
-  setThreadLocale(0x0411); // Japanese: the code page of the thread counts.
+test('the disk field takes 40 characters without spaces; all but letters, digits and "-=_" become hex', (t) => {
+  setThreadLocale(0x0411); // Japanese: the code page of the thread's locale is used.
   const kept = '0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ-=_';
   check(t, 'disk', [
     [`${kept}2e`, withSerial(` ${kept} .z`)], ['abcdefghijklmnopqrstuvwxyz', withSerial('abcdefghijklmnopqrstuvwxyz')],
@@ -169,7 +174,7 @@ test('a disk\'s field has 40 characters, no spaces, and all but letters, digits,
 const [wired, wireless] = [6, 71];
 const [physical, virtual] = [0x84, 0x81];
 
-test('the address is that of the first wired physical adapter, else of the last physical one', (t) => {
+test('the MAC address is that of the first wired physical adapter, else of the last physical one', (t) => {
   const keys = [['two', physical], ['one', physical], ['virtual', virtual]];
   const [one, two] = [['one', wired, '000A0B0C0D0E'], ['two', wired, 'F000010203040506']];
   const others = [['virtual', wired, '00000000FFFF'], ['unknown', wired, '00000000FFFF']];
@@ -180,7 +185,7 @@ test('the address is that of the first wired physical adapter, else of the last 
   ]);
 });
 
-test('an adapter is what the first class key with its name says, in any case of letters', (t) => {
+test('the first class key with an adapter\'s name, in any letter case, says whether it is physical', (t) => {
   const name = '{ABCDEF00-0000-0000-0000-00000000000A}';
   check(t, 'mac', [
     ['', []], ['', [[name]]], ['', [[name, 0x5]]], ['', [[name, 0x80]]], ['', [[name, virtual], [name, physical]]],
@@ -188,8 +193,8 @@ test('an adapter is what the first class key with its name says, in any case of 
   ].map(([field, keys]) => [field, { keys, adapters: [[name, wired, '01']] }]));
 });
 
-test('names and addresses of adapters are read within their fields', (t) => {
-  setThreadLocale(0x0419); // Russian: the code page of the thread counts.
+test('names and addresses of adapters are read only within their fields', (t) => {
+  setThreadLocale(0x0419); // Russian: the code page of the thread's locale is used.
   const adapters = [[`${'\xC6'.repeat(260)}description`, wired, '0102030405060708', 300]];
   const id = Buffer.from('Ж'.repeat(260), 'utf16le');
   check(t, 'mac', [['0102030405060708', { adapters, keys: [[id, physical]] }],
@@ -199,7 +204,7 @@ test('names and addresses of adapters are read within their fields', (t) => {
 const addHandler = windows('kernel32', 'void* AddVectoredExceptionHandler(uint32, void*)');
 const removeHandler = windows('kernel32', 'uint32 RemoveVectoredExceptionHandler(void*)');
 
-test('the processor is named by serial number and signature, if it has the feature, and a fault does no harm', (t) => {
+test('the processor field is serial number and signature, or "0" without the feature; CPUID may fault', (t) => {
   let leaves;
   const handler = addHandler(1, scriptedSystem(t).callback('ExceptionHandler', (real, fault) => {
     const context = memoryAt(koffi.decode(fault, 8, 'void*'), 0x100);
@@ -217,7 +222,7 @@ test('the processor is named by serial number and signature, if it has the featu
   ]) {
     leaves = given;
     const { image, util } = scriptedSystem(t);
-    // In the code only: elsewhere such bytes may be a part of an address.
+    // Only in the code: elsewhere these bytes may be part of an address.
     const code = image.subarray(0x1000, 0x1000 + image.readUInt32LE(image.readUInt32LE(0x3C) + 28));
     makeWritable(koffi.address(code), code.length);
     // Each CPUID instruction becomes a privileged one, which faults.

@@ -7,7 +7,7 @@ const { process: target, thread, dump, report } = handles;
 const name = '2024-03-05 14-07-09.dmp';
 const trace = 'a.dll!0xabc\r\nc.exe!0x10\r\n<unknown>!0x99\r\n';
 
-/** The report: a member for each argument, the dump's name and the trace, sorted by their names. */
+/** The expected report: the arguments that go into it, the dump's name and the stack trace, sorted by member name. */
 function reportOf({ processId, threadId, janksDir, logFilename, ...others } = captureArgs(), stack = trace) {
   const members = Object.entries(others)
     .map(([key, value]) => [key.replace(/[A-Z]/g, (letter) => `_${letter.toLowerCase()}`), value]);
@@ -28,7 +28,7 @@ test('a missing property, or one of a wrong type, throws before anything starts'
   assert.equal(system.count('_beginthreadex'), 0);
 });
 
-test('properties are read for their types in order, then for their values, and go into the report', async (t) => {
+test('properties are read in order, for their types and again for their values, and go into the report', async (t) => {
   const capture = new ScriptedCapture(t);
   const args = { processId: 5 + 2 ** 32, threadId: -16.9, userId: '用户 😀\ud800', version: '\0"\\', duration: -1 };
   const reads = [];
@@ -46,7 +46,7 @@ test('properties are read for their types in order, then for their values, and g
   await capture.run({ uptime: 12 });
   assert.match(capture.argument('WriteFile', 2), /"uptime":12\.0,/);
   assert.equal((await capture.run({ janksDir: 'D:\\a\0\\' })).errorText, 'Failed to create json file');
-  assert.ok(!capture.order.includes('CreateFileW'), 'Windows would cut the path at the NUL');
+  assert.ok(!capture.order.includes('CreateFileW'), 'a path with a NUL, which Windows would cut, is not opened');
 });
 
 const create = (file) => ['CreateFileW', captureArgs().janksDir + file, 0x40000000, 2, null, 2, 0x80, null];
@@ -72,7 +72,7 @@ const noDump = (errorText) => ({ ...full, dumpJankResult: { succ: false, errorTe
 const noTrace = (errorText) => ({ ...full, captureStackResult: { errorText } });
 const noReport = (errorText) => ({ ...captured, errorText });
 
-test('a capture takes these steps with these arguments, although the thread had been suspended before', async (t) => {
+test('a capture takes its steps in order, also if the thread was suspended before', async (t) => {
   const capture = new ScriptedCapture(t);
   assert.deepEqual(Object.entries(await capture.run()), Object.entries(full));
   assert.deepEqual(capture.steps, steps);
@@ -109,7 +109,7 @@ for (const [answers, result, order = whole] of [
   ...lacking(without('EnumerateLoadedModulesW64', 'GetThreadContext', 'StackWalk64'), noTrace,
     'EnumerateLoadedModulesW64', 'StackWalk64', 'SymFunctionTableAccess64', 'SymGetModuleBase64'),
 ]) {
-  test(`a capture that fails at ${Object.keys(answers)} says so, undoes what it did, writes what it can`, async (t) => {
+  test(`if ${Object.keys(answers)} fails, a capture gives the documented result and cleans up`, async (t) => {
     const capture = new ScriptedCapture(t, answers);
     assert.deepEqual(await capture.run(), result);
     assert.equal(capture.order, order);
@@ -119,7 +119,7 @@ for (const [answers, result, order = whole] of [
   });
 }
 
-test('a frame has the name of the first module that holds its address, in the ANSI code page', async (t) => {
+test('a frame has the name of the first module that contains its address, in the ANSI code page', async (t) => {
   const capture = new ScriptedCapture(t);
   capture.system.play('WideCharToMultiByte', (real, page, ...args) => real(page === 0 ? 1252 : page, ...args));
   const long = 'n'.repeat(50_000);
@@ -137,7 +137,7 @@ test('a frame has the name of the first module that holds its address, in the AN
   assert.equal(capture.heapCalls[1], capture.heapCalls[0], 'the heap is not used while the thread is frozen');
 });
 
-/** Two captures of which the second one chooses its dump's name while the first one has not written its dump yet. */
+/** Makes two captures. The second one chooses its dump's name before the first one has written its dump. */
 async function overlap(t, answers) {
   const capture = new ScriptedCapture(t, answers);
   const results = [];
@@ -163,21 +163,21 @@ test('captures that overlap share one dump and have a report each', async (t) =>
   assert.equal(capture.steps.findLast(([step]) => step === 'WriteFile')[2], reportOf());
 });
 
-test('a capture that waited for a dump that failed writes its own', async (t) => {
+test('a capture writes a dump itself if the dump that it has waited for failed', async (t) => {
   const answers = [0, 1];
   const { results } = await overlap(t, { MiniDumpWriteDump: () => answers.shift() });
   assert.deepEqual(results[0], noDump('Failed to write dump'));
   assert.deepEqual(results[1], { ...full, jsonFilename: '2024-03-05 14-07-11.dmp-7.json' });
 });
 
-test('captures in turn write a dump each, also after one that could not suspend its thread', async (t) => {
+test('captures that do not overlap write a dump each, also after one that could not suspend its thread', async (t) => {
   const capture = new ScriptedCapture(t);
   const firstFile = async (suspended) => {
     capture.answers.SuspendThread = suspended;
     await capture.run();
     return capture.steps.find(([step]) => step === 'CreateFileW')?.[1];
   };
-  // Within one second all names are equal.
+  // Within one second all dumps have the same name.
   for (const suspended of [0, 0, failed, 0, failed]) {
     assert.equal(await firstFile(suspended), suspended === failed ? undefined : create(name)[1]);
   }
@@ -185,7 +185,7 @@ test('captures in turn write a dump each, also after one that could not suspend 
   assert.equal(await firstFile(0), create('2024-03-05 14-07-10.dmp')[1]);
 });
 
-test('the table has DbgHelp\'s functions in their order, null for each that is missing, and is made once', (t) => {
+test('the table has DbgHelp\'s functions in order, null for each missing one, and is made only once', (t) => {
   const dbgHelp = new ScriptedCapture(t);
   for (const missing of ['StackWalk64', 'SymFromAddrW']) dbgHelp.addresses.set(missing, 0n);
   for (const name of ['Lock', 'Unlock']) dbgHelp.addresses.delete(name);
@@ -193,7 +193,7 @@ test('the table has DbgHelp\'s functions in their order, null for each that is m
   assert.deepEqual(dbgHelp.steps, [['LoadLibraryW', 'DbgHelp'], ['SymInitialize', 2n ** 64n - 1n, null, 1]]);
 });
 
-test('a DbgHelp that cannot be loaded is tried again, and one without its symbol handler is no use', async (t) => {
+test('loading DbgHelp is tried again after it failed, and a DbgHelp without SymCleanup is not used', async (t) => {
   const libraries = [0n, 0n, 1n];
   const dbgHelp = new ScriptedCapture(t, { LoadLibraryW: () => libraries.shift() });
   dbgHelp.addresses.set('SymCleanup', 0n);
@@ -214,7 +214,7 @@ for (const [errors, first, second] of [
   [[started, changed, changed, started], [start, stop, start, start, start, false], [start, true]],
   [[started, started, 5], [start, stop, start, false], [start, false]],
 ]) {
-  test(`the symbol handler is started again as far as that can help: ${errors.join(', ')}`, (t) => {
+  test(`the symbol handler is started again only if that can help: errors ${errors.join(', ')}`, (t) => {
     const dbgHelp = new ScriptedCapture(t, {
       SymInitialize: () => {
         dbgHelp.system.lastError = errors.shift();
@@ -228,7 +228,7 @@ for (const [errors, first, second] of [
   });
 }
 
-test('the lock admits the thread that holds it again, and no other', async (t) => {
+test('the thread that holds the lock can take it again, and no other thread can take it', async (t) => {
   const dbgHelp = new ScriptedCapture(t);
   const [lock, unlock] = ['Lock', 'Unlock'].map((name) => koffi.decode(dbgHelp.field(name), declarations[name]));
   lock();

@@ -1,4 +1,4 @@
-// What readers of dumps and of debug information find in captures of real stalls. Runs on the Linux side.
+// Tests what lldb and symbolise find in the dumps and reports of real stalls. Runs in the build machine's Node.js.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { mkdtempSync, readdirSync, rmSync } from 'node:fs';
@@ -18,7 +18,7 @@ const [chain, deep] = JSON.parse(run(process.execPath, script('windows-node.mjs'
   `Z:${folder.replaceAll('/', '\\')}`));
 const dumpOf = (report) => report.replace(/-\d+\.json$/, '');
 
-test('a capture leaves a dump and a report, and its trace has every frame', () => {
+test('a capture leaves a dump and a report, and the stack trace of a deep stack has every frame', () => {
   for (const { errorText, dumpJankResult } of [chain, deep]) assert.ok(!errorText && dumpJankResult.succ);
   const reports = [`chain ${chain.jsonFilename}`, `deep ${deep.jsonFilename}`];
   assert.deepEqual(readdirSync(folder).sort(), reports.flatMap((report) => [dumpOf(report), report]));
@@ -26,7 +26,7 @@ test('a capture leaves a dump and a report, and its trace has every frame', () =
   assert.equal(lines.filter((line, index) => line === lines[index - 1]).length, 498, '499 calls at the same place');
 });
 
-test('lldb finds the stalled thread, the other one and the modules in the dump', () => {
+test('lldb finds the stalled thread, the other thread and the modules in the dump', () => {
   const dump = path.join(folder, `chain ${dumpOf(chain.jsonFilename)}`);
   const said = run('lldb-14', '-b', '-o', `target create --core "${dump}"`, '-o', 'thread list', '-o', 'image list');
   const hex = (id) => `tid = 0x${id.toString(16).padStart(4, '0')}`;
@@ -36,7 +36,7 @@ test('lldb finds the stalled thread, the other one and the modules in the dump',
   assert.ok(!said.includes('node.exe'), said);
 });
 
-test('symbolise names the functions of a report, and says in one line that a file is no report', () => {
+test('symbolise names the functions of a report, and refuses a missing or wrong file in one line', () => {
   const lines = symbolise(`chain ${chain.jsonFilename}`);
   const functions = lines.map((line) => line.match(/^stall_\S+  (.*) at tests\/jank\/targets\/.*:\d+$/)?.[1]);
   assert.deepEqual(functions.filter(Boolean), ['Innermost', 'Outer', 'main'], lines.join('\n'));

@@ -8,7 +8,7 @@ const handles = exports.handles = { process: 0x7f0004n, thread: 0x7f0008n, dump:
 const fields = ['SymInitialize', 'SymCleanup', 'StackWalk64', 'SymFunctionTableAccess64', 'SymGetModuleBase64',
   'EnumerateLoadedModulesW64', 'MiniDumpWriteDump', 'SymRefreshModuleList', 'SymFromAddrW', 'Lock', 'Unlock'];
 
-/** Replaces a pointer among the arguments of a step by what it points to. */
+/** Replaces a pointer among the arguments of a step by the value that it points to. */
 const show = (step, index, value) => {
   step[index] = value;
   return 1;
@@ -19,7 +19,7 @@ const healthy = {
   LoadLibraryW: 1n,
   OpenProcess: handles.process,
   OpenThread: handles.thread,
-  SuspendThread: 3, // It had been suspended three times before.
+  SuspendThread: 3, // The thread had been suspended three times before.
   ResumeThread: 4,
   CreateFileW: ([, path]) => (path.endsWith('.dmp') ? handles.dump : handles.report),
   WriteFile: (step) => show(step, 2, memoryAt(step[2], step[3]).toString()),
@@ -50,15 +50,18 @@ const healthy = {
 };
 
 exports.ScriptedCapture = class ScriptedCapture {
-  /** What was called, in order; of a walk, the first call. */
+  /** The calls in order. Of the calls of one stack walk, only the first. */
   steps = [];
   time = Date.UTC(2024, 2, 5, 13, 7, 9) / 1000;
   modules = [['C:\\a.dll', 0x10000, 0x1000], ['D:\\b\\c.exe', 0x20000, 0x1000]];
   frames = [0x10ABCn, 0x20010n, 0x99n];
-  /** What DbgHelp exports, by name. */
+  /** The addresses of DbgHelp's exports, by name. */
   addresses = new Map(fields.map((name, index) => [name, 16n + BigInt(index)]));
 
-  /** `answers`, values or functions, replace those of `healthy`; null leaves a function out. */
+  /**
+   * `answers` (values or functions) replace the usual ones. With null, the table lacks a function of DbgHelp, and any
+   * other function is not played.
+   */
   constructor(t, answers) {
     const facts = { GetProcessId: 5, GetProcessIdOfThread: 5, GetThreadId: 6, _time64: () => this.time };
     this.answers = { ...facts, ...healthy, ...answers };
@@ -73,13 +76,13 @@ exports.ScriptedCapture = class ScriptedCapture {
     this.#countHeapCalls();
   }
 
-  /** The module's own calls of the heap until now. */
+  /** How many heap calls the module itself has made. */
   #countHeapCalls() {
     return ['malloc', 'calloc', 'realloc', 'free'].reduce((sum, name) => sum + this.system.count(name), 0);
   }
 
   #step(name, real, args) {
-    // What starts a thread resumes it.
+    // The start of a worker thread resumes that thread.
     if (name === 'ResumeThread' && args[0] !== handles.thread) return real(...args);
     const step = [name, ...args];
     if (name in healthy) this.steps.push(step);
@@ -91,7 +94,10 @@ exports.ScriptedCapture = class ScriptedCapture {
     return value;
   }
 
-  /** Until the process is closed. What ends a worker closes handles too and must not wait for script. */
+  /**
+   * Records which handles are closed, until the process handle is closed. A worker that ends then closes other handles,
+   * and must not wait for script.
+   */
   #watchClosing() {
     this.system.play('CloseHandle', (real, handle) => {
       const name = Object.keys(handles).find((candidate) => handles[candidate] === handle);
@@ -108,14 +114,14 @@ exports.ScriptedCapture = class ScriptedCapture {
   /** The argument at `index`, counted from 1, of the first step `name`. */
   argument(name, index) { return this.steps.find(([step]) => step === name)[index]; }
 
-  /** A field of the table: its address, or with `address` a new one. */
+  /** Returns the address in a field of the table. With `address`, first stores it there. */
   field(name, address) {
     const entry = memoryAt(this.getTable(), 88).subarray(8 * fields.indexOf(name));
     if (address !== undefined) entry.writeBigUInt64LE(address);
     return entry.readBigUInt64LE();
   }
 
-  /** Captures and resolves to what the callback gets. */
+  /** Makes a capture and resolves to its result. `view` may replace the argument object. */
   run(args, view = (object) => object) {
     const hasTable = this.getTable() !== null;
     for (const name of hasTable ? fields : []) {
@@ -126,6 +132,6 @@ exports.ScriptedCapture = class ScriptedCapture {
   }
 };
 
-// The module's C runtime has local time an hour ahead of UTC.
+// Sets the local time of the module's C runtime to one hour ahead of UTC.
 windows('msvcrt', 'int _putenv(str)')('TZ=ABC-1');
 windows('msvcrt', 'void _tzset()')();

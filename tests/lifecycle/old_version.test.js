@@ -7,7 +7,7 @@ test.after(() => preferences.remove());
 
 const guid = (address) => memoryAt(koffi.address(address), 16).toString('hex');
 
-/** A firewall whose steps answer `answers`; `steps` records what is done with it, in order. */
+/** Plays a firewall whose methods return these values. Returns a list of the steps that are taken with it, in order. */
 function playFirewall(system, { create = 0, getRules = 0, remove = 0 } = {}) {
   const steps = [];
   const release = (name) => ['ReleaseObject', () => { steps.push(`release ${name}`); return 0; }];
@@ -36,10 +36,10 @@ function playFirewall(system, { create = 0, getRules = 0, remove = 0 } = {}) {
   return steps;
 }
 
-// The class and the interface of the firewall's policy, byte by byte; in this process.
+// The first step: the class and the interface of the firewall's policy, byte by byte, and CLSCTX_INPROC_SERVER.
 const created = ['create', '7fc9b3e2e16aac41817af6f92166d7dd', null, 1, '4750329871c674418d81defcd3f03186'];
 
-test('a bad path or version throws before anything is done, the path first', (t) => {
+test('a path or version that is not a string throws before anything is done; the path is checked first', (t) => {
   const system = scriptedSystem(t);
   system.watch('RegOpenKeyExW');
   for (const [message, calls] of [
@@ -53,7 +53,7 @@ test('a bad path or version throws before anything is done, the path first', (t)
   assert.deepEqual(system.calls, []);
 });
 
-test('the GPU preference is removed by its whole path, on a key that is open for query only', (t) => {
+test('the GPU preference is removed by its whole path with a key for query only, which Windows refuses', (t) => {
   const system = scriptedSystem(t);
   playFirewall(system);
   system.watch('RegOpenKeyExW', 'RegDeleteValueW', 'RegCloseKey');
@@ -62,16 +62,16 @@ test('the GPU preference is removed by its whole path, on a key that is open for
   preferences.set('C:\\直播\\old.exe', 'x');
   system.calls.length = 0;
   assert.deepEqual(Object.entries(gpuResult()), [['delSuccess', false], ['errorText', 'Failed to delete key']]);
-  assert.ok(preferences.get('C:\\直播\\old.exe'), 'Windows refuses it');
+  assert.ok(preferences.get('C:\\直播\\old.exe'), 'Windows refuses to remove it');
   const [[, root, key, options, access], [, , name], ...rest] = system.calls;
   assert.deepEqual([root & 0xFFFFFFFF, key, options, access, name], [0x80000002 | 0,
     'Software\\Microsoft\\DirectX\\UserGpuPreferences', 0, 1, 'C:\\直播\\old.exe']);
   assert.deepEqual(rest.map(([called]) => called), ['RegCloseKey']);
   system.fail('RegDeleteValueW', { value: 0 });
-  assert.deepEqual(gpuResult(), { delSuccess: true }, 'where Windows does not refuse it');
+  assert.deepEqual(gpuResult(), { delSuccess: true }, 'if Windows does not refuse it');
 });
 
-test('the firewall rule of the version is removed by its whole name, and everything is released after', (t) => {
+test('the firewall rule is removed by its whole name, and all objects are released afterwards', (t) => {
   const system = scriptedSystem(t);
   for (const version of ['5.160.1.1000', '', 'a\0b', '\ud800', '直播 😀', '7'.repeat(1_000_000)]) {
     const steps = playFirewall(system, { create: 1, getRules: 1, remove: 1 /* S_FALSE is success too */ });
@@ -84,7 +84,7 @@ test('the firewall rule of the version is removed by its whole name, and everyth
   }
 });
 
-test('a failing step is named with its code, and what was made until then is released', (t) => {
+test('a failing step of the firewall is reported with its code, and all objects are released', (t) => {
   const system = scriptedSystem(t);
   for (const [answers, errorText, steps] of [
     [{ create: -2147221008 }, 'Fail to CoInitializeEx-2147221008', []],
@@ -100,7 +100,7 @@ test('a failing step is named with its code, and what was made until then is rel
   }
 });
 
-test('with the real firewall, the thread must be in a COM apartment', (t) => {
+test('the real firewall can be used only by a thread that is in a COM apartment', (t) => {
   const result = () => load().removeOldVersion('C:\\old.exe', '5.160.1.1000').firewallDelResult;
   assert.equal(result().errorText, 'Fail to CoInitializeEx-2147221008');
   windows('ole32', 'int CoInitializeEx(void*, uint32)')(null, 2);

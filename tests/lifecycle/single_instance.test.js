@@ -1,7 +1,7 @@
 'use strict';
 const { assert, load, scriptedSystem, startScript, test } = require('../support');
 
-test('one process holds the claim, and the next one gets it when that has died', async (t) => {
+test('only one process gets the claim, and the next one gets it after that process was killed', async (t) => {
   const util = load();
   const other = startScript('print(util.createDuplicateMutex()); setInterval(() => {}, 1000);');
   t.after(other.kill);
@@ -13,14 +13,14 @@ test('one process holds the claim, and the next one gets it when that has died',
   assert.equal(util.destroyDuplicateMutex(), true);
 });
 
-test('a claim creates the mutex as its owner, and a release closes the last handle and only once', (t) => {
+test('a claim creates the mutex as its owner, and a release closes only the last handle, only once', (t) => {
   const system = scriptedSystem(t);
   const { util } = system;
   const handles = [];
   system.play('CreateMutexA', (real, ...args) => {
     assert.deepEqual(args, [null, 1, '__MUTEX_TESSARON_LIVE_EXE__']);
     handles.push(real(...args));
-    // The real call's last error does not survive the way back through script.
+    // The real call's last error is lost on the way back through script.
     system.lastError = handles.length > 1 ? 183 : 0;
     return handles.at(-1);
   });

@@ -29,7 +29,7 @@ function install(t) {
 const markTime = () => marks.get(markName)?.bytes.readBigInt64LE();
 const textOf = (value) => value?.bytes.toString('utf16le');
 
-/** A system whose clock shows `clock.now`, in milliseconds since 1970, and then goes on by `clock.step`. */
+/** A system whose clock shows `clock.now`, in milliseconds since 1970. Each reading advances it by `clock.step`. */
 function systemAt(t, clock) {
   const system = scriptedSystem(t);
   system.play('GetSystemTimePreciseAsFileTime', (real, time) => {
@@ -53,27 +53,27 @@ test('a start-up that is killed leaves its mark for the next one', async () => {
   assert.deepEqual(await crash(), { hasMask: true });
   client.set('LatestBootableVersion', 'D:\\直播 ä\\borvanta.exe');
   assert.deepEqual(Object.entries(await crash()), [['hasMask', true], ['lastVersion', 'D:\\直播 ä\\borvanta.exe']]);
-  assert.equal(new RegistryKey(marks.path).get(markName), undefined, 'not in the 64-bit view');
+  assert.equal(new RegistryKey(marks.path).get(markName), undefined, 'the 64-bit view has no mark');
 });
 
-test('a mark counts from the millisecond after it was set for less than 60 days, and any other one is removed', (t) => {
+test('a mark counts from 1 ms until less than 60 days after it was set, and any other mark is removed', (t) => {
   const { util } = systemAt(t, { now });
   for (const set of [now - 1n, now - 60n * day + 1n]) {
     marks.set(markName, set, 3 /* the type does not matter */);
     assert.deepEqual(util.enterStartupMask(), { hasMask: true }, `${set}`);
-    assert.equal(markTime(), set, 'it keeps its time');
+    assert.equal(markTime(), set, 'the mark keeps its time');
   }
   for (const set of [now, now + 1n, now - 60n * day, 0n, -1n, 2n ** 63n - 1n, -(2n ** 63n)]) {
     marks.set(markName, set);
-    assert.deepEqual(util.leaveStartupMask(), { deleteFolderPath: '\\bin' }, 'where the directory is not recorded');
-    assert.equal(marks.get(markName), undefined, `${set} is removed, and not because it was cleared`);
+    assert.deepEqual(util.leaveStartupMask(), { deleteFolderPath: '\\bin' }, 'no install directory is recorded');
+    assert.equal(marks.get(markName), undefined, `${set} is removed`);
     marks.set(markName, set);
     assert.deepEqual(util.enterStartupMask(), { hasMask: false }, `${set}`);
-    assert.equal(markTime(), now, 'the time of now is stored');
+    assert.equal(markTime(), now, 'the current time is stored');
   }
 });
 
-test('a second start-up finds the mark at once, and the first does not wait for a clock that stands still', (t) => {
+test('a second start-up finds the mark at once, and the first one ends even if the clock stands still', (t) => {
   for (let round = 0; round < 50; ++round) {
     assert.deepEqual(load().enterStartupMask(), { hasMask: false }, `round ${round}`);
     assert.deepEqual(load().enterStartupMask(), { hasMask: true }, `round ${round}`);
@@ -85,14 +85,14 @@ test('a second start-up finds the mark at once, and the first does not wait for 
   }
 });
 
-test('the marks without an argument are checked when the store is made, the key\'s default value too', (t) => {
+test('the first call removes stale marks that have no version, and also the key\'s default value', (t) => {
   const names = ['hwcapquery', 'esn', 'esdgs', '', 'other'];
   for (const name of names) marks.set(name, now - 60n * day);
   systemAt(t, { now }).util.leaveStartupMask();
   assert.deepEqual(names.filter((name) => marks.get(name)), ['other']);
 });
 
-test('a mark that cannot be written is not set, and one that was read is remembered', (t) => {
+test('a mark that cannot be written is not set, and a mark that was read is cached', (t) => {
   const system = systemAt(t, { now });
   for (const name of ['RegSetValueExW', 'RegCreateKeyExW']) {
     system.fail(name, { value: 5 });
@@ -106,17 +106,17 @@ test('a mark that cannot be written is not set, and one that was read is remembe
   assert.deepEqual(system.util.enterStartupMask(), { hasMask: true });
 });
 
-test('each key is opened with the rights that its purpose needs, and all are closed', (t) => {
+test('each key is opened with the rights that its use needs, and is closed again', (t) => {
   const system = systemAt(t, { now });
   install(t);
   for (const key of [marks, notes]) key.set('other', '');
-  system.util.leaveStartupMask(); // Makes the store, which opens keys too.
+  system.util.leaveStartupMask(); // The first call also reads other marks, for which it opens a key.
   system.watch('RegOpenKeyExW', 'RegCreateKeyExW', 'RegCloseKey');
   const opened = (work) => {
     system.util[work]();
     const calls = system.calls.splice(0);
     const keys = calls.filter(([name]) => name !== 'RegCloseKey');
-    assert.equal(calls.length, 2 * keys.length, 'each is closed');
+    assert.equal(calls.length, 2 * keys.length, 'each key is closed');
     return keys.map(([name, , key, ...rest]) => [key.slice(17), name === 'RegOpenKeyExW' ? rest[1] : rest[3]]);
   };
   const records = [['', read], ['', write], ['\\version', read]];
@@ -144,7 +144,7 @@ test('a start-up that succeeds clears its mark, records its executable and repor
   assert.deepEqual(written, [['LatestBootableVersion', 1, Uint8Array.from(Buffer.from(`${executable}\0`, 'utf16le'))]]);
   assert.equal(marks.get(markName), undefined);
   assert.deepEqual(system.calls.map(([, , name]) => name), [markName, 'currentinstallversion', 'slientinstallversion']);
-  assert.equal(textOf(notes.get('currentinstallversion')), `${version}\0`, 'the key is open for query only');
+  assert.equal(textOf(notes.get('currentinstallversion')), `${version}\0`, 'the note stays: its key is for query only');
 });
 
 test('the executable is looked for and recorded in the ANSI code page, and reported in UTF-8', (t) => {
@@ -170,7 +170,7 @@ test('the executable is looked for and recorded in the ANSI code page, and repor
   }
 });
 
-test('without a file, a writable key or a readable directory the executable is not recorded', (t) => {
+test('the executable is not recorded without its file, a writable key or a readable install directory', (t) => {
   const system = systemAt(t, { now });
   const executable = install(t);
   const bin = path.resolve(executable, '..', '..');
@@ -187,7 +187,7 @@ test('without a file, a writable key or a readable directory the executable is n
   system.fail('RegSetValueExW', { value: 5 });
   leaves({ deleteFolderPath: bin }, 'a refused write');
   system.mend('RegSetValueExW');
-  assert.equal(system.util.leaveStartupMask().writeRegVersion, executable, 'a directory with one more attribute');
+  assert.equal(system.util.leaveStartupMask().writeRegVersion, executable, 'a hidden directory counts as a file');
 
   client.set('', 'x'.repeat(1024));
   assert.deepEqual(system.util.leaveStartupMask().deleteFolderPath, '\\bin', 'too long for the buffer');
@@ -197,7 +197,7 @@ test('without a file, a writable key or a readable directory the executable is n
   assert.deepEqual(system.util.leaveStartupMask(), {});
 });
 
-test('notes about any other version are neither reported nor removed', (t) => {
+test('notes about another version are not reported and not removed', (t) => {
   const system = systemAt(t, { now });
   client.set('', 'D:\\Apps');
   system.watch('RegDeleteValueW');

@@ -3,7 +3,7 @@ const { assert, captureArgs, fs, path, temporaryFolder, test } = require('../sup
 
 const root = path.join(__dirname, '..', '..');
 
-test('a copy without its module file names it, and uses the file of a copy that was loaded before', (t) => {
+test('a package copy without its module file throws, or uses the file of a copy that was loaded before', (t) => {
   const folder = temporaryFolder(t);
   for (const part of ['lib', 'package.json']) fs.cpSync(`${root}/${part}`, `${folder}/${part}`, { recursive: true });
   const copy = path.join(folder, 'lib', 'index.js');
@@ -22,7 +22,7 @@ test('each function is described, can be imported by name, and has a promise for
   assert.deepEqual(described('promises.d.ts'), described('index.d.ts', '[^;]*callback:'));
 });
 
-test('a promise form hands its arguments on, and rejects a bad one with an error that names it', async (t) => {
+test('a promise form passes its arguments on, and rejects with an error that names a bad argument', async (t) => {
   const promises = require('borvanta-util/promises');
   const good = { captureNativeJank: [captureArgs()], getGpuUsage: [1, 2], enumProcessList: [] };
   for (const [name, args] of Object.entries(good)) {

@@ -1,5 +1,5 @@
-// The package as a client gets it: packed, installed with plain npm into an empty project, loaded there in Node.js for
-// Windows, and compiled against. Runs on the Linux side.
+// Tests the package as a client gets it: packs it, installs it with npm into an empty project, loads it there in
+// Node.js for Windows, and compiles TypeScript that uses it. Runs in the build machine's Node.js.
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
 import { copyFileSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
@@ -16,16 +16,16 @@ const run = (program, ...args) => spawnSync(program, args, options);
 const node = (...args) => run(process.execPath, ...args);
 const write = (name, text) => writeFileSync(path.join(project, name), text);
 
-// The module has just been built, so the packing need not do so.
+// The module has just been built, so packing need not build it.
 const [{ filename, files }] = JSON.parse(run('npm', 'pack', root, '--ignore-scripts', '--json').stdout);
 write('package.json', '{ "private": true }');
-// Offline, so that it fails if it should want any other package.
+// Offline, so that the installation fails if the package needs another one.
 run('npm', 'install', '--offline', '--no-audit', '--no-fund', `./${filename}`);
 const names = files.map((file) => file.path);
 const pages = names.filter((name) => name.endsWith('.md'))
   .map((name) => [name, readFileSync(path.join(project, 'node_modules/borvanta-util', name), 'utf8')]);
 
-test('holds no more than the module, script and pages, and all that the pages link to', () => {
+test('the package has only the module, scripts, headers and pages, and all files that pages link to', () => {
   const wanted = /^(lib\/[\w./-]+|(docs\/)?[\w-]+\.md|package\.json|prebuilds\/win32-x64\/[\w-]+\.node|src\/.*\.h)$/;
   assert.deepEqual(names.filter((name) => !wanted.test(name)), []);
   const links = pages.flatMap(([page, text]) => [...text.matchAll(/\]\((?!https?:)([^)#]+)/g)]
@@ -33,7 +33,7 @@ test('holds no more than the module, script and pages, and all that the pages li
   assert.deepEqual(links.filter((link) => !names.includes(link)), []);
 });
 
-test('loads in Node.js for Windows, and says on Linux that it runs there only', () => {
+test('the package loads in Node.js for Windows, and on Linux throws that it runs on Windows only', () => {
   write('main.mjs', `import { enumProcessList } from 'borvanta-util/promises';
     console.log((await enumProcessList()).list.find(({ pid }) => pid === process.pid).name);`);
   assert.equal(node(path.join(root, 'scripts/windows-node.mjs'), 'main.mjs').stdout, 'node.exe\n');
@@ -42,7 +42,7 @@ test('loads in Node.js for Windows, and says on Linux that it runs there only', 
 
 for (const [resolution, module, ...uses] of [['node16', 'node16', 'use.cts', 'use.mts'],
   ['bundler', 'preserve', 'use.ts'], ['node10', 'commonjs', 'use.ts']]) {
-  test(`has types, and examples in its pages, that compile with module resolution ${resolution}`, () => {
+  test(`the types and the examples of the pages compile with module resolution ${resolution}`, () => {
     for (const use of uses) copyFileSync(path.join(root, 'tests/package/use.mts'), path.join(project, use));
     const examples = pages.flatMap(([, text]) => [...text.matchAll(/^```js\n(.*?)^```$/gms)]);
     examples.forEach(([, example], index) => write(`example${index}.js`, example));

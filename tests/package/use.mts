@@ -1,4 +1,4 @@
-// Compiled, not run: what the types of the package promise, where the examples of docs/ do not show it.
+// Compiled, not run. Checks what the types of the package promise and the examples of docs/ do not show.
 import { enterStartupMask, enumProcessList, getGpuUsage } from 'borvanta-util';
 import { enumProcessList as listProcesses, type ProcessListResult } from 'borvanta-util/promises';
 

@@ -1,7 +1,7 @@
 'use strict';
 const { assert, call, koffi, memoryAt, scriptedSystem, test } = require('../support');
 
-test('lists every entry of the snapshot in its order, and nothing if the snapshot or memory fails', async (t) => {
+test('the list has all entries of the snapshot in order, and none if the snapshot or memory fails', async (t) => {
   const system = scriptedSystem(t);
   let left = [];
   const give = (real, snapshot, address) => {

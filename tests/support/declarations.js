@@ -1,6 +1,6 @@
 'use strict';
 // The functions that tests play, as C declares them. A handle or an address is `void*` (a BigInt or null in script), or
-// `size_t` where its value counts. A line that begins with "//" is a comment.
+// `size_t` if a test looks at its value. A line that begins with "//" is a comment.
 const { koffi } = require('./windows_api.js');
 
 const source = `

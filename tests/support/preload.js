@@ -1,7 +1,7 @@
 'use strict';
-// Loaded before each test file. Its temporary files go to a folder that the runner removes; a module that has been loaded
-// cannot be deleted before. Prints on stderr which test runs, so that the report can name a test that hangs or ends the
-// process. Workers and forked processes load this too, but are no test files.
+// Loaded before each test file. Temporary files go to a folder that the runner removes after the process has ended,
+// because a loaded module cannot be deleted before. Prints on stderr which test runs, so that the report can name a
+// test that hangs or ends the process. Workers and forked processes load this file too, but are not test files.
 const fs = require('node:fs');
 const { isMainThread } = require('node:worker_threads');
 

@@ -1,10 +1,8 @@
 'use strict';
-// The scripted system: a fresh copy of the module that ships, with statics and caches of its own, whose system calls a
-// test plays, watches, counts, fails or holds. It works from outside, by the copy's import table.
-//
-// Two means, one rule. Script functions (play, watch) stand for calls of the script thread; those of workers they can
-// stand for too, but run one at a time on the script thread. Stubs (count, fail, hold) are a few bytes of machine code:
-// for workers that run at once, for last errors, and for counting.
+// The scripted system: a fresh copy of the built module, with its own statics and caches. A test plays, watches,
+// counts, fails or holds the copy's system calls. The module has no code for this: entries of the copy's import table
+// are replaced by script functions (play, watch) or by stubs of machine code (count, fail, hold). ARCHITECTURE.md says
+// when to use which.
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
 const os = require('node:os');
@@ -22,7 +20,7 @@ const setEvent = system('kernel32', 'int SetEvent(void*)');
 const setLastError = system('kernel32', 'void SetLastError(uint32)');
 const address = (library, name) => koffi.address(getProcAddress(loadLibrary(library), name));
 
-// A stub: its code, and behind that what the code works with, 8 bytes each.
+// A stub is its code, and behind the code its fields, 8 bytes each. These are the fields' offsets in the stub.
 const stubSize = 256;
 const field = {
   count: 160, first: 168, last: 176, value: 184, error: 192, late: 200, event: 208, real: 216, wait: 224, held: 232,
@@ -37,7 +35,7 @@ function stubCode() {
   const emit = (...bytes) => code.push(...bytes);
   const label = (name) => { labels[name] = code.length; };
   const jump = (opcode, to) => { emit(opcode, 0); jumps.push([code.length, to]); };
-  /** An instruction on a field, whose address counts from the instruction's end. */
+  /** Emits an instruction that uses a field. The field's address is relative to the end of the instruction. */
   const on = (name, bytes, immediate = []) => {
     const end = code.length + bytes.length + 4 + immediate.length;
     emit(...bytes, ...Buffer.from(Int32Array.of(field[name] - end).buffer), ...immediate);
@@ -70,7 +68,7 @@ function stubCode() {
   on('refused', [0xF0, 0xFF, 0x05]); // lock inc dword [refused]
   label('answer');
   emit(0x48, 0x83, 0xC4, 0x28); // add rsp, 0x28
-  emit(0x65, 0x48, 0x8B, 0x04, 0x25, 0x30, 0, 0, 0); // mov rax, gs:[0x30]: the thread's block
+  emit(0x65, 0x48, 0x8B, 0x04, 0x25, 0x30, 0, 0, 0); // mov rax, gs:[0x30]: the thread environment block
   on('error', [0x8B, 0x0D]); // mov ecx, [error]
   emit(0x89, 0x48, 0x68); // mov [rax + 0x68], ecx: the last error
   on('value', [0x48, 0x8B, 0x05]); // mov rax, [value]
@@ -89,7 +87,7 @@ class ScriptedSystem {
   #errors = [];
   #slots;
 
-  /** What watched functions were called with: [name, ...arguments] each. */
+  /** The calls of watched functions: [name, ...arguments] each. */
   calls = [];
 
   constructor(file) {
@@ -103,7 +101,7 @@ class ScriptedSystem {
     const headers = memoryAt(base, 0x1000);
     /** The copy's memory, code and data. */
     this.image = memoryAt(base, headers.readUInt32LE(headers.readUInt32LE(0x3C) + 80));
-    /** What the headers of the copy say. */
+    /** The contents of the copy's headers, see readExecutable. */
     this.executable = readExecutable(this.image);
     const { imports } = this.executable;
     this.#slots = new Map(imports.map(({ name, slot }) => [name, this.image.subarray(slot, slot + 8)]));
@@ -114,10 +112,13 @@ class ScriptedSystem {
   /** The names of the functions that the module imports. */
   get imports() { return [...this.#slots.keys()]; }
 
-  /** An exported function of the module file that is no script function. */
+  /** A native function that the module file exports. */
   exported(name) { return koffi.decode(getProcAddress(this.module, name), declarations[name]); }
 
-  /** A C function that calls `script(real, ...args)`, in which `real(...args)` calls the function at `realAddress`. */
+  /**
+   * Makes a C function that calls `script(real, ...args)`, and returns the C function's address. In the script,
+   * `real(...args)` calls the function at `realAddress`.
+   */
   callback(name, script, realAddress = this.real.get(name)) {
     const prototype = declarations[name];
     assert.ok(prototype, `declarations.js has no ${name}`);
@@ -126,7 +127,7 @@ class ScriptedSystem {
       try {
         return script(real, ...args);
       } catch (error) {
-        // It cannot get through the native code in between.
+        // The error cannot pass through native code, so end() throws it.
         this.#errors.push(error);
         return 0;
       } finally {
@@ -139,7 +140,7 @@ class ScriptedSystem {
   }
 
   /**
-   * Replaces an import by `script(real, ...args)`. A script function that wants a last error to be seen sets
+   * Replaces an import by `script(real, ...args)`. To give the module a last error, the script function sets
    * `system.lastError`.
    */
   play(name, script) {
@@ -151,7 +152,7 @@ class ScriptedSystem {
   /** Plays several imports: { NAME: script, ... }. */
   playAll(scripts) { for (const [name, script] of Object.entries(scripts)) this.play(name, script); }
 
-  /** Records the calls of imports in `calls` and lets them through. */
+  /** Records the calls of imports in `calls` and makes the real calls. */
   watch(...names) {
     for (const name of names) {
       this.play(name, (real, ...args) => {
@@ -161,10 +162,10 @@ class ScriptedSystem {
     }
   }
 
-  /** Puts an import back as it was. */
+  /** Restores an import. */
   restore(name) { this.#slots.get(name).writeBigUInt64LE(this.real.get(name)); }
 
-  /** A stub before `realAddress`; `name` is what the other functions call it by. Returns its address. */
+  /** Makes a stub before `realAddress`, which the other methods find by `name`. Returns the stub's address. */
   stub(name, realAddress = this.real.get(name)) {
     if (!this.#stubs.has(name)) {
       const at = executableMemory(stubSize);
@@ -179,8 +180,8 @@ class ScriptedSystem {
   }
 
   /**
-   * Puts a stub before every import, and before every function that the module looks up from now on. Behind its stub, a
-   * function is played by its script in `scripts`.
+   * Puts a stub before every import, and before every function that the module looks up from now on. If `scripts` has a
+   * script for a function, the function's stub calls that script.
    */
   stubAll(scripts = {}) {
     const lookUp = (real, library, name) => {
@@ -199,10 +200,10 @@ class ScriptedSystem {
     return this.#stubs.get(name).stub;
   }
 
-  /** How often an import has been called since the first time that this was asked. */
+  /** How often an import has been called since its first count(), fail() or hold(), which makes its stub. */
   count(name) { return this.#stubOf(name).readUInt32LE(field.count); }
 
-  /** How often each function that has a stub has done its work: { NAME: count }. */
+  /** How often each function with a stub has really been called: { NAME: count }. */
   get counts() {
     return Object.fromEntries([...this.#stubs].map(([name, { stub }]) => (
       [name, stub.readUInt32LE(field.count) - stub.readUInt32LE(field.refused)])));
@@ -210,7 +211,7 @@ class ScriptedSystem {
 
   /**
    * Lets an import fail: it returns `value` with `error` as the last error. `nth` selects one call, counted from now;
-   * by default all calls fail. With `late` the call does its work first.
+   * by default all calls fail. With `late`, the real call is made first.
    */
   fail(name, { nth, value = 0, error = 5, late = false } = {}) {
     const stub = this.#stubOf(name);
@@ -222,7 +223,7 @@ class ScriptedSystem {
     stub.writeBigUInt64LE(nth ? BigInt(before + nth) : 1n, field.first);
   }
 
-  /** Lets an import work again, and whoever is held in it go. */
+  /** Lets an import work again, and releases the threads that hold() has stopped in it. */
   mend(name) {
     const stub = this.#stubOf(name);
     stub.writeBigUInt64LE(never, field.first);
@@ -231,15 +232,18 @@ class ScriptedSystem {
     if (event) setEvent(event);
   }
 
-  /** Holds every thread that calls an import, before the call, until mend(). */
+  /** Stops every thread that calls an import, before the call, until mend(). */
   hold(name) { this.#stubOf(name).writeBigUInt64LE(koffi.address(createEvent(null, 1, 0, null)), field.event); }
 
-  /** Resolves when a thread has come to the hold() of this import. */
+  /** Resolves when hold() has stopped a thread in this import. */
   async held(name) {
     while (this.#stubOf(name).readUInt32LE(field.held) === 0) await sleep(1);
   }
 
-  /** A COM object: its methods by their place in the table, as declared functions { 2: [NAME, script], ... }. */
+  /**
+   * Makes a COM object. `methods` has, by its index in the table of methods, each method's name in declarations.js and
+   * its script: { 2: [NAME, script], ... }.
+   */
   comObject(methods) {
     const table = koffi.alloc('void*', 40);
     const places = memoryAt(koffi.address(table), 320);
@@ -260,7 +264,7 @@ class ScriptedSystem {
 }
 
 /**
- * A scripted system over a fresh copy of the module, for the time of the test `t`. At its end all imports are
+ * Makes a scripted system with a fresh copy of the module, for the test `t`. At the end of the test all imports are
  * restored, and the test fails if a script function has thrown.
  */
 exports.scriptedSystem = (t) => {

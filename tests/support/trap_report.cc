@@ -1,5 +1,5 @@
-// Part of every program and module that Clang builds: says where a trap for undefined behaviour has stopped the
-// process. It comes before all other handlers, so that none of them takes the trap for a fault of somebody else.
+// Part of every program and module that Clang builds. Reports where undefined behaviour has trapped, and ends the
+// process. This handler runs before all others, so that none of them treats the trap as a fault that it expects.
 
 #include <windows.h>
 

@@ -1,5 +1,5 @@
 'use strict';
-// What script tests share. They run in Node.js for Windows.
+// Helpers for tests that run in Node.js for Windows.
 const { execFile, spawn } = require('node:child_process');
 const { once } = require('node:events');
 const fs = require('node:fs');
@@ -12,7 +12,7 @@ const { promisify } = require('node:util');
 
 const root = path.resolve(__dirname, '..', '..');
 
-/** The build that is tested: the folder of build/ that BORVANTA_BUILD names, or else the one that ships. */
+/** The tested build's folder: the one in build/ that BORVANTA_BUILD names, or else that of the build that ships. */
 const build = process.env.BORVANTA_BUILD;
 exports.buildFolder = [build ?? 'mingw', 'msvc'].map((name) => path.join(root, 'build', name))
   .find((folder) => fs.existsSync(folder));
@@ -32,9 +32,9 @@ const scriptSource = (body, module) => `'use strict'; const util = ${module && `
   (async () => { ${body} })();`;
 
 /**
- * Runs `body` in a Node.js process of its own, with `util` (the module, or undefined with `module: null`) and `print`
- * (one value as JSON) in scope, and resolves to the values that it printed. Rejects with the exit code as `code` if
- * that is not 0.
+ * Runs `body` in a new Node.js process and resolves to the values that it printed. In `body`, `util` is the module
+ * (null with `module: null`), and print(value) prints a value as a line of JSON. If the exit code is not 0, rejects
+ * with an error whose `code` is the exit code.
  */
 exports.runScript = async (body, { execPath = process.execPath, module = exports.modulePath } = {}) => {
   const { stdout } = await promisify(execFile)(execPath, ['-e', scriptSource(body, module)]);
@@ -42,8 +42,8 @@ exports.runScript = async (body, { execPath = process.execPath, module = exports
 };
 
 /**
- * Starts a program and lets it run: next() resolves to the next value that it prints as a line of JSON, kill() ends
- * it as a crash would and resolves when it has ended.
+ * Starts a program. next() resolves to the next value that the program prints as a line of JSON. kill() ends the
+ * program as a crash would, and resolves when it has ended.
  */
 const startProgram = (program, args) => {
   const child = spawn(program, args, { stdio: ['ignore', 'pipe', 'inherit'] });
@@ -55,7 +55,7 @@ const startProgram = (program, args) => {
   };
 };
 
-/** Starts `body` like runScript and leaves it running (see startProgram). */
+/** Starts `body` like runScript, but does not wait for its end (see startProgram). */
 exports.startScript = (body) => startProgram(process.execPath, ['-e', scriptSource(body, exports.modulePath)]);
 
 /**
@@ -68,7 +68,7 @@ exports.startStallTarget = async (depth = 1, lifetime = 600_000) => {
   return { ...await next(), kill };
 };
 
-/** Makes a folder that is removed after the test `t`, or at the end of the file if that is `test` itself. */
+/** Makes a folder that is removed after the test `t`. If `t` is the function `test`, it is removed after all tests. */
 exports.temporaryFolder = (t) => {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-'));
   t.after(() => fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 }));
@@ -82,7 +82,7 @@ exports.until = async (condition) => {
   }
 };
 
-/** A function random(end), which gives whole numbers below `end`: the same ones in the same order for the same seed. */
+/** Returns random(end), which returns whole numbers below `end`. The same seed always gives the same numbers. */
 exports.randomNumbers = (seed) => {
   let state = seed;
   return (end) => {
@@ -91,7 +91,7 @@ exports.randomNumbers = (seed) => {
   };
 };
 
-/** Arguments for captureNativeJank that pass every check; a string is the name of its property. */
+/** Valid arguments for captureNativeJank. Without an override, most strings are the names of their properties. */
 exports.captureArgs = (overrides) => ({
   ...Object.fromEntries(captureFields.map(({ property, type }) => (
     [property, { number: 0, string: property, boolean: false }[type]]))),

@@ -1,6 +1,6 @@
 'use strict';
-// Windows itself for tests: any system function by its declaration, native memory, registry values as bytes, and the
-// headers of executables.
+// Windows for tests: system functions by their declarations, native memory, registry values as bytes, and the headers
+// of executables.
 const koffi = require('../../tools/windows-node/node_modules/koffi');
 
 exports.koffi = koffi;
@@ -13,15 +13,15 @@ const system = exports.system = (library, declaration) => {
   return libraries.get(library).func(declaration);
 };
 
-/** Native memory from `address` (a BigInt) on, as a Buffer: what is written there is written in place. */
+/** The native memory at `address` (a BigInt) as a Buffer. It is not a copy. */
 exports.memoryAt = (address, size) => Buffer.from(koffi.view(address, size));
 
 const virtualAlloc = system('kernel32', 'void* VirtualAlloc(void*, size_t, uint32, uint32)');
 const virtualProtect = system('kernel32', 'int VirtualProtect(void*, size_t, uint32, _Out_ uint32*)');
 
 /**
- * Fresh memory (MEM_COMMIT, MEM_RESERVE) in which code can run. It is never freed. The bytes before it can be read, because
- * Clang's check of function types reads them.
+ * New memory (MEM_COMMIT | MEM_RESERVE) in which code can run. It is never freed. The bytes before it can be read too,
+ * because Clang's check of function types reads them.
  */
 exports.executableMemory = (size) => koffi.address(virtualAlloc(null, size + 64, 0x3000, 0x40)) + 64n;
 exports.makeWritable = (address, size) => virtualProtect(address, size, 0x40 /* PAGE_EXECUTE_READWRITE */, [0]);
@@ -50,7 +50,10 @@ exports.RegistryKey = class RegistryKey {
     this.place = [openSoftware(views[bits]), path.replace('SOFTWARE\\', '')];
   }
 
-  /** Sets a value: a string as REG_SZ with its terminator, a BigInt as REG_QWORD, a number as REG_DWORD, or bytes. */
+  /**
+   * Sets a value: a string as REG_SZ with its terminator, a BigInt as REG_QWORD, a number as REG_DWORD, bytes as
+   * REG_BINARY. `type` replaces the registry type.
+   */
   set(name, value, type) {
     const [bytes, usual] = typeof value === 'string' ? [Buffer.from(`${value}\0`, 'utf16le'), 1]
       : typeof value === 'bigint' ? [Buffer.from(BigInt64Array.of(value).buffer), 11]
@@ -58,24 +61,24 @@ exports.RegistryKey = class RegistryKey {
     setKeyValue(...this.place, name, type ?? usual, bytes, bytes.length);
   }
 
-  /** A value's type and bytes; undefined when it is not there. A string has a terminator in any case. */
+  /** A value's type and bytes, or undefined if there is no such value. A string always has a terminator. */
   get(name) {
     const [type, size, bytes] = [[0], [1 << 16], Buffer.alloc(1 << 16)];
     const failed = getValue(...this.place, name, 0xFFFF /* RRF_RT_ANY */, type, bytes, size);
     return failed ? undefined : { type: type[0], bytes: bytes.subarray(0, size[0]) };
   }
 
-  /** Deletes the key and all below it. */
+  /** Deletes the key and everything below it. */
   remove() { deleteTree(...this.place); }
 };
 
 const getHandleInformation = system('kernel32', 'int GetHandleInformation(size_t, _Out_ uint32*)');
 
-/** How many handles this process has open; registry keys are handles too. (Wine does not count them.) */
+/** How many handles this process has open, registry keys included. (In Wine, GetProcessHandleCount always gives 0.) */
 exports.openHandles = () => {
   const flags = [0];
   let open = 0;
-  // Values are given out in steps of four, the lowest free one first.
+  // Handle values are multiples of four, and a new handle gets the lowest free value.
   for (let value = 4, gap = 0; gap < 100; value += 4, gap += 1) {
     if (getHandleInformation(value, flags) === 0) continue;
     open += 1;
@@ -85,9 +88,9 @@ exports.openHandles = () => {
 };
 
 /**
- * Reads the headers of a 64-bit executable or DLL in `image`, which is laid out as in memory: its
- * `dllCharacteristics`, the names that it `exports`, and its `imports`
- * ({ library, name, slot }), of which `slot` is the offset of the function's address.
+ * Reads the headers of a 64-bit executable or DLL in `image`, which is laid out as in memory. Returns its
+ * `dllCharacteristics`, the names that it `exports`, and its `imports` ({ library, name, slot }), where `slot` is the
+ * offset of the function's address.
  */
 exports.readExecutable = (image) => {
   const text = (at) => image.toString('latin1', at, image.indexOf(0, at));

@@ -10,7 +10,7 @@ const duplicateHandle = system('kernel32',
 const suspendProcess = system('ntdll', 'int NtSuspendProcess(size_t)');
 const resumeProcess = system('ntdll', 'int NtResumeProcess(size_t)');
 
-/** How many handles a process has open: those that can be duplicated. */
+/** How many handles a process has open, counted by trying to duplicate each. */
 const countHandles = (handle) => Array.from({ length: 2000 }, (_, index) => 4 * index + 4).filter((value) => {
   const copy = [0];
   return duplicateHandle(handle, value, -1, copy, 0, 0, 2 /* DUPLICATE_SAME_ACCESS */) && closeHandle(copy[0]);
@@ -18,7 +18,7 @@ const countHandles = (handle) => Array.from({ length: 2000 }, (_, index) => 4 * 
 
 const open = (pid) => openProcess(0x1FFFFF /* PROCESS_ALL_ACCESS */, 0, pid);
 
-test('a blocking wait is captured; a short stall, a debugger and sleep are not', async (t) => {
+test('a blocking wait is captured; a short stall, a debugged stall and a sleep of the machine are not', async (t) => {
   const { watch, janks, errors, ready, files } = watchThisProcess(t, { thresholdMs: 1000 });
   await ready();
   block((ms) => ms >= 500);
@@ -27,7 +27,7 @@ test('a blocking wait is captured; a short stall, a debugger and sleep are not',
   block((ms) => ms >= 1300);
   inspector.close();
   await sleep(300);
-  // Like sleep of the machine: neither of the two runs.
+  // As if the machine slept: neither this process nor the watcher runs.
   const watcher = open(watch.pid);
   suspendProcess(watcher);
   block((ms) => ms >= 1300);
@@ -41,7 +41,7 @@ test('a blocking wait is captured; a short stall, a debugger and sleep are not',
   assert.ok(report.uptime > uptime && report.frames.some(({ module }) => /^node/i.test(module)));
 });
 
-test('a killed watcher is replaced; stalls leak nothing; late traces are marked; captures are limited', async (t) => {
+test('a killed watcher is replaced; stalls leak no handle; late traces are marked; captures are limited', async (t) => {
   const { watch, janks, errors, files } = watchThisProcess(t, { thresholdMs: 100, maxCapturesPerHour: 3 });
   await until(() => watch.pid);
   process.kill(watch.pid);

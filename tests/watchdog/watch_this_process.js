@@ -1,12 +1,12 @@
 'use strict';
-// A watchdog over the test's own process, and stalls of it.
+// Starts a watchdog that watches the test's own process, and stalls this process.
 const { enumProcessList } = require('borvanta-util/promises');
 const { watchForJank } = require('borvanta-util/watchdog');
 const { fs, path, temporaryFolder, test, until } = require('../support');
 
 exports.isRunning = async (id) => (await enumProcessList()).list.some(({ pid }) => pid === id);
 
-/** Starts a watchdog, which the test `t` stops. The lists are of what it calls back with. */
+/** Starts a watchdog, which is stopped after the test `t`. `janks` and `errors` collect what its callbacks get. */
 exports.watchThisProcess = (t, options) => {
   const janksDir = path.join(temporaryFolder(test), 'janks');
   const [janks, errors] = [[], []];
@@ -20,7 +20,10 @@ exports.watchThisProcess = (t, options) => {
 
 const never = new Int32Array(new SharedArrayBuffer(4));
 
-/** Blocks the event loop until `condition(elapsedMs)` is true. A `pause` of 0 makes a busy loop. Returns when it began. */
+/**
+ * Blocks the event loop until `condition(elapsedMs)` is true, with a wait of `pause` milliseconds after each check. A
+ * `pause` of 0 makes a busy loop. Returns the time at which the blocking began.
+ */
 exports.block = (condition, pause = 20) => {
   const start = Date.now();
   while (!condition(Date.now() - start)) pause && Atomics.wait(never, 0, 0, pause);

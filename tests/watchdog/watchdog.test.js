@@ -4,7 +4,7 @@ const { mainThreadId, readReport, watchForJank } = require('borvanta-util/watchd
 const { assert, fs, path, runScript, startScript, system, test, until } = require('../support');
 const { block, isRunning, watchThisProcess } = require('./watch_this_process.js');
 
-test('mainThreadId is what GetCurrentThreadId returns, and the host can trace meanwhile', async () => {
+test('mainThreadId gives the result of GetCurrentThreadId, and does not disturb the host\'s own tracing', async () => {
   const host = new Session();
   host.connect();
   const events = [];
@@ -18,7 +18,7 @@ test('mainThreadId is what GetCurrentThreadId returns, and the host can trace me
   assert.equal(events.filter(({ name, ph }) => name === 'fs.sync.access' && ph === 'B').length, 2);
 });
 
-test('watchForJank names the option that is wrong before anything starts', () => {
+test('watchForJank throws an error that names the wrong option, before anything starts', () => {
   const good = { janksDir: path.resolve('never'), onJank: () => {} };
   for (const [property, value, code = 'ERR_INVALID_ARG_TYPE'] of [['janksDir'], ['onJank', {}], ['onError', null],
     ['living', true], ['userId', 5], ['env', 'A=B'], ['thresholdMs', 99, 'ERR_OUT_OF_RANGE'],
@@ -30,7 +30,7 @@ test('watchForJank names the option that is wrong before anything starts', () =>
   assert.equal(fs.existsSync(good.janksDir), false);
 });
 
-test('a busy loop is captured and described truthfully; what is not a whole report is refused', async (t) => {
+test('a busy loop is captured and its report is true; readReport rejects a file that is no whole report', async (t) => {
   const { janks, errors, ready, files } = watchThisProcess(t, { userId: 'me', thresholdMs: 500, living: () => false });
   await ready();
   const uptime = process.uptime();
@@ -58,7 +58,7 @@ test('a busy loop is captured and described truthfully; what is not a whole repo
 const watch = `const watch = require('borvanta-util/watchdog').watchForJank({ janksDir: '.', onJank() {} });
   setTimeout(() => {}, 30000).unref(); await new Promise(setImmediate); print(watch.pid);`;
 
-test('the watcher ends with the process that it watches, which it does not keep alive', async () => {
+test('the watcher ends with the process that it watches, and does not keep that process alive', async () => {
   const [ended] = await runScript(watch);
   const killed = startScript(`${watch} setTimeout(() => {}, 30000);`);
   const pid = await killed.next();

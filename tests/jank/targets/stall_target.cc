@@ -1,6 +1,6 @@
 // A process that stalls on purpose: stall_target [DEPTH [MILLISECONDS]].
-// Prints its ids as one line of JSON and stalls, DEPTH calls deep, until it is killed or that time is over (ten
-// minutes).
+// Prints its ids as one line of JSON and stalls DEPTH calls deep (default: 1), until it is killed or MILLISECONDS have
+// passed (default: ten minutes).
 
 #include <windows.h>
 
@@ -11,8 +11,8 @@ namespace {
 
 DWORD lifetime = 600'000;
 
-// Each function keeps its own frame: something happens after each call, and calls through a volatile pointer are not
-// inlined.
+// Each function has its own frame: no call is a tail call, because an assignment follows it, and calls through a
+// volatile pointer are not inlined.
 volatile int afterCall = 0;
 
 DWORD WINAPI EndLater(void*) {

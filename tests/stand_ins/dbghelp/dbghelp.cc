@@ -1,10 +1,12 @@
-// A dbghelp.dll for the test platform only: dbghelp.def forwards to the system's own dbghelp.dll, and this file mends
-// three defects of Wine 8. Built with MinGW only, because Windows needs no remedy.
-// - MiniDumpWriteDump dereferences the exception pointers, which may be null on Windows, and takes the process down:
-//   the stalled thread's context is filled in.
+// A dbghelp.dll only for tests in Wine. dbghelp.def forwards to Wine's own dbghelp.dll, and this file works around
+// three defects of Wine 8. It is not built on Windows, which does not have these defects.
+// - MiniDumpWriteDump dereferences the exception pointers, which may be null on Windows, and the process crashes. So
+//   this file passes pointers to the stalled thread's context.
 // - MiniDumpWriteDump copies the unwind data of every function of every module, one function at a time. Node.js has
-//   100,000, and its thread stands still for 12 seconds: these reads fail, and the dump is written without the copies.
-// - SymInitialize reads the debug information of all modules at once, 2 seconds of work: it is left until it is needed.
+//   100,000 functions, and its thread would stand still for 12 seconds. So this file lets these reads fail, and the
+//   dump is written without the copies.
+// - SymInitialize reads the debug information of all modules at once, which takes 2 seconds. So this file sets the
+//   option that reads it only when it is needed.
 
 #include <windows.h>
 
@@ -13,9 +15,9 @@
 namespace {
 
 decltype(&MiniDumpWriteDump) realMiniDumpWriteDump = nullptr;
-bool dumping = false;  // One caller at a time calls DbgHelp.
+bool dumping = false;  // Only one thread at a time calls DbgHelp.
 
-/// Stands in for the real library's import of ReadProcessMemory.
+/// Replaces the real library's import of ReadProcessMemory.
 BOOL WINAPI ReadMemory(HANDLE process, const void* from, void* to, SIZE_T size, SIZE_T* read) {
   constexpr SIZE_T kUnwindHeaderSize = 6;
   return !(dumping && size == kUnwindHeaderSize) && ReadProcessMemory(process, from, to, size, read);
