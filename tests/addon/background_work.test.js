@@ -95,7 +95,7 @@ test('a process survives 40 script workers that end at any moment of their calls
         await new Promise((resolve) => { worker.on('exit', resolve); });
       }
     };
-    await Promise.all(Array.from({ length: 8 }, runWorkers));
+    await Promise.all(Array.from({ length: 3 }, runWorkers));
     print(done);
     require(shared.file).enumProcessList(({ list }) => print(list.length > 0));`, { module: null }), [30, true]);
 });
