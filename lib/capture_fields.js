@@ -1,8 +1,8 @@
 'use strict';
 
 /**
- * The properties of captureNativeJank's argument in the order in which they are read, each with its type and, if it goes
- * into the report, with the name of its member there.
+ * The properties of captureNativeJank's argument and their types, in the order in which they are read. A property that
+ * goes into the report also has `member`, its name there.
  */
 module.exports = [
   { property: 'processId', type: 'number' },

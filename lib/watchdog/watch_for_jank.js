@@ -10,7 +10,8 @@ const restartsPerHour = 5;
 
 exports.watchForJank = (options) => {
   checkMainThread('watchForJank');
-  // Not at the top of the file: they load the module, which is for Windows only. readReport() works on every system.
+  // Required only here, because options.js loads the module, which is for Windows only. readReport() works on every
+  // system.
   const { readOptions } = require('./options.js');
   const { checkNotWatcher, startWatcher } = require('./watcher_process.js');
   checkNotWatcher();

@@ -16,8 +16,8 @@ class DebugMode {
   static DebugMode& Instance();
 
   /// Returns true in debug mode. The first call decides, and blocks; every failure means false. The answer stays the
-  /// same until Release(), even when the period ends. Any thread; a thread that calls while another one decides waits
-  /// for the answer.
+  /// same until Release(), even when the period ends. Any thread. While one thread decides, other callers wait for its
+  /// answer.
   bool Query() noexcept;
 
   /// Frees the library that the signature check has loaded. The next Query() decides again. Any thread.

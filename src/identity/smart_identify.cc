@@ -97,8 +97,8 @@ bool IsWhiteSpace(char character) {
   return character == ' ' || (character >= '\t' && character <= '\r');
 }
 
-/// The string in words `first` to `last`. The high byte of a word is its first character. First removes white
-/// space from the end, but never the first character. Then cuts the string off at its first NUL.
+/// The string in words `first` to `last`. The high byte of a word is its first character. This function removes white
+/// space from the end, but keeps the string's first character. Then it cuts the string off at its first NUL.
 std::string StringInWords(IdentifyData words, size_t first, size_t last) {
   std::string string;
   for (const uint16_t word : words.subspan(first, last - first + 1)) {

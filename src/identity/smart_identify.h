@@ -12,9 +12,9 @@ namespace identity {
 using IdentifyData = std::span<const uint16_t, 256>;
 
 /// Two ways to ask physical drive `drive` for its IDENTIFY data through the system's SMART interface. They are useful
-/// with older IDE and ATA controllers, whose drivers accept one or the other: A addresses the drive by its place on the
-/// controller and also reads packet devices, B sends only the command. Both need elevation. Each clears `record` first,
-/// fills it in if the drive answers, and returns whether the drive answered. Any thread. Blocks.
+/// with older IDE and ATA controllers, whose drivers accept one or the other. ProbeSmartA addresses the drive by its
+/// place on the controller and also reads packet devices. ProbeSmartB sends only the command. Both need elevation. Each
+/// clears `record` first, fills it in if the drive answers, and returns whether the drive answered. Any thread. Blocks.
 bool ProbeSmartA(unsigned drive, DiskRecord& record);
 bool ProbeSmartB(unsigned drive, DiskRecord& record);
 

@@ -39,8 +39,8 @@ struct FrozenWork {
 };
 
 /// Suspends the thread, writes the dump, walks the stack and resumes the thread. Returns false if the thread cannot be
-/// suspended; then nothing has been written. Takes nothing from the process heap itself while the thread is suspended.
-/// The caller holds the DbgHelp call lock.
+/// suspended; then nothing has been written. While the thread is suspended, this module's own code takes nothing from
+/// the process heap. The caller holds the DbgHelp call lock.
 bool WorkFrozen(const CaptureJankArgs& args, HANDLE process, HANDLE thread, const DumpNameChoice& choice,
                 FrozenWork& frozen) {
   frozen.dumpPath = args.janksDir + win::AnsiToWide(choice.name.characters.data());

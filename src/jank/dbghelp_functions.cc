@@ -50,8 +50,8 @@ void LeaveCallLock() {
 bool LoadDbgHelp() {
   library = LoadLibraryW(L"DbgHelp");
   if (!library) return false;
-  // While DbgHelp was loading, foreign code called GetDbgHelpFunctions: the table is filled already, and its lock may
-  // be held.
+  // If foreign code called GetDbgHelpFunctions while DbgHelp was loading, the table is filled already, and its lock
+  // may be held.
   if (table.Lock) return true;
   const auto resolve = [](auto& field, const char* name) {
     field = win::GetFunction<std::remove_reference_t<decltype(field)>>(library, name);

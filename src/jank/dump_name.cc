@@ -14,8 +14,8 @@ DumpName MakeDumpFileName() noexcept {
     local.tm_mday = 1;
     local.tm_year = 70;
   }
-  // Not std::put_time, for which some standard libraries switch the process's locale. Both write numbers in the same
-  // way. The calendar ends with the year 3000, so the name always fits.
+  // Not std::put_time: some standard libraries switch the process's locale for it. std::strftime writes numbers in the
+  // same way. The calendar ends with the year 3000, so the name always fits.
   DumpName name;
   std::strftime(name.characters.data(), name.characters.size(), "%Y-%m-%d %H-%M-%S.dmp", &local);
   return name;

@@ -19,7 +19,7 @@ void AddMember(nlohmann::json& report, const CaptureJankArgs& args, const Captur
   if (field.member) report[field.member] = args.*field.value;
 }
 
-/// The directory is not in the report: its own path says it.
+/// The directory is not a member of the report, because the report's own path contains it.
 void AddMember(nlohmann::json&, const CaptureJankArgs&, const CaptureField<std::wstring>&) {}
 
 /// The report as one compact JSON object, with its members in alphabetical order. Bytes that are not valid UTF-8 are
