@@ -22,7 +22,7 @@ Napi::Value SetAnswer(const Napi::CallbackInfo& info) {
   return info.Env().Undefined();
 }
 
-/// emptyAnswer(): the same as answer(), but in the frame that node-addon-api puts around every function.
+/// emptyAnswer(): the same as answer(), but in the wrapper that node-addon-api puts around every function.
 Napi::Value EmptyAnswer(const Napi::CallbackInfo& info) {
   return Napi::String::New(info.Env(), bench::bareAnswer);
 }
@@ -32,7 +32,7 @@ HANDLE WINAPI NoSnapshot(DWORD, DWORD) {
 }
 
 /// refuseSnapshots(refuse): if `refuse` is true, the module gets no process snapshot from now on. Then
-/// "enumProcessList" does nothing but go to a worker and back.
+/// "enumProcessList" only goes to a worker and back.
 Napi::Value RefuseSnapshots(const Napi::CallbackInfo& info) {
   static std::unique_ptr<bench::ImportPatch> patch;
   patch.reset();

@@ -22,7 +22,7 @@ struct BareCapture {
 };
 
 /// Suspends a thread of another process, dumps the process to `path`, enumerates its modules, walks the thread's stack
-/// and resumes it, with nothing around the bare calls but containers for their results. Uses the module's own DbgHelp
+/// and resumes it. Around the bare calls there are only containers for their results. Uses the module's own DbgHelp
 /// table, so the module must be loaded and no capture under way.
 BareCapture CaptureBare(DWORD processId, DWORD threadId, const std::wstring& path);
 

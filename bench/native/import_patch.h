@@ -11,7 +11,7 @@ namespace bench {
 void ForEachImport(HMODULE module, const std::function<void(const char*, void**)>& visit);
 
 /// Makes one loaded module call `replacement` instead of a system function that it imports, until the patch goes out of
-/// scope. So the module needs no code for tests. The replacement must lie in another module, where the system
+/// scope. So the module needs no code for the benchmark. The replacement must lie in another module, where the system
 /// function's name still means the real function.
 class ImportPatch {
  public:

@@ -25,7 +25,7 @@ struct TimedSums {
 /// Sums `instances` `rounds` times with the module's accumulator.
 TimedSums SumWithAccumulator(const std::vector<Instance>& instances, size_t rounds);
 
-/// The same, with only a copy in lower case and a wcsstr for each marker.
+/// The same without the accumulator: makes a lower-case copy of each name and calls wcsstr for each marker.
 TimedSums SumBare(const std::vector<Instance>& instances, size_t rounds);
 
 }  // namespace bench

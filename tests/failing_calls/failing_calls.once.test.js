@@ -22,7 +22,7 @@ async function check(attempts, machineOf, keptBlocks = 0) {
   const text = JSON.stringify(attempts);
   console.log(text); // If the process hangs or ends, the last of these lines shows why.
   let missing = ['?'];
-  // A leak happens every time. What the compiler's library allocates once and keeps does not.
+  // Repeated, because a leak happens every time. The compiler's library keeps memory too, but allocates it only once.
   for (let times = 0; missing.length > 0; ++times) {
     assert.ok(times < 5, `after ${text} there were too few calls of: ${missing}`);
     const machine = machineOf();

@@ -52,7 +52,7 @@ const cannotFail = /^([_a-z]|[GS]et(Current|Last)|Get.*Time|Tls[GS]|Rtl|Raise|Ve
 // Functions that return -1 or an error code when they fail. All others return 0.
 const minusOne = /^(CreateFile|CreateTool|GetFileAttr|SuspendThread|ResumeThread|WaitFor)/;
 const errorCode = /^(Reg|Pdh|CoCreate|GetAdapters|WinVerify|SetThreadDesc|GlobalFree)/;
-// Functions that release something. They do so and only then report a failure, because nobody could release it later.
+// Functions that release something. They release it before they report a failure, because nobody could do so later.
 const givesBack = /Close|Free|Remove|Resume|Cleanup|SetEvent|WinVerify/;
 
 /** Functions that release something, each with the functions that acquire it. A worker thread starts suspended. */

@@ -30,7 +30,8 @@ function adapterList(start, adapters) {
 
 /**
  * Returns the fields of the identifier of a machine that has only these devices:
- * - `drives`: by the name after "\\.\", the drive's answers by question, "ACCESS SHARE CODE INPUT OUTPUT-SIZE";
+ * - `drives`: { NAME: { QUESTION: answer } }, where NAME is the part after "\\.\", and QUESTION is
+ *   "ACCESS SHARE CODE INPUT OUTPUT-SIZE";
  * - `handle`: the handle of each drive that is opened;
  * - `volumes`: by device or root path, the volume's serial number;
  * - `adapters`: network adapters, see adapterList;

@@ -59,8 +59,8 @@ exports.ScriptedCapture = class ScriptedCapture {
   addresses = new Map(fields.map((name, index) => [name, 16n + BigInt(index)]));
 
   /**
-   * `answers` (values or functions) replace the usual ones. With null, the table lacks a function of DbgHelp, and any
-   * other function is not played.
+   * `answers` (values or functions) replace the usual ones. If the answer of a function in the table is null, its field
+   * there is null. If the answer of any other function is null, the real function is called.
    */
   constructor(t, answers) {
     const facts = { GetProcessId: 5, GetProcessIdOfThread: 5, GetThreadId: 6, _time64: () => this.time };
@@ -95,8 +95,8 @@ exports.ScriptedCapture = class ScriptedCapture {
   }
 
   /**
-   * Records which handles are closed, until the process handle is closed. A worker that ends then closes other handles,
-   * and must not wait for script.
+   * Records which handles are closed, until the process handle is closed. After that the worker thread ends. It then
+   * closes other handles, and must not wait for script.
    */
   #watchClosing() {
     this.system.play('CloseHandle', (real, handle) => {

@@ -20,7 +20,7 @@ const setEvent = system('kernel32', 'int SetEvent(void*)');
 const setLastError = system('kernel32', 'void SetLastError(uint32)');
 const address = (library, name) => koffi.address(getProcAddress(loadLibrary(library), name));
 
-// A stub is its code, and behind the code its fields, 8 bytes each. These are the fields' offsets in the stub.
+// A stub consists of its code and, behind the code, its fields of 8 bytes each. These are their offsets in the stub.
 const stubSize = 256;
 const field = {
   count: 160, first: 168, last: 176, value: 184, error: 192, late: 200, event: 208, real: 216, wait: 224, held: 232,
@@ -165,7 +165,7 @@ class ScriptedSystem {
   /** Restores an import. */
   restore(name) { this.#slots.get(name).writeBigUInt64LE(this.real.get(name)); }
 
-  /** Makes a stub before `realAddress`, which the other methods find by `name`. Returns the stub's address. */
+  /** Makes a stub before the function at `realAddress`. Returns the stub's address. Other methods find it by `name`. */
   stub(name, realAddress = this.real.get(name)) {
     if (!this.#stubs.has(name)) {
       const at = executableMemory(stubSize);
