@@ -221,16 +221,16 @@ export interface CaptureJankResult {
  *
  * @param callback gets the result. Failures are in the result, with the texts that docs/jank-report.md lists.
  * @throws TypeError "Invalid arg" if a property is missing or of another type, or if `callback` is not a function.
- *   Nothing has been started then. An exception of a getter of `args` is passed on. A property whose type changes
- *   between two reads, because it has a getter, causes a TypeError with another message.
+ *   Nothing has been started then. An exception of a getter of `args` is passed on. A property (except
+ *   `living`) whose type changes between two reads, because it has a getter, causes a TypeError with another message.
  */
 export function captureNativeJank(args: CaptureJankArgs, callback: ResultCallback<CaptureJankResult>): void;
 
 /**
  * The result of {@link getGpuUsage}. A number is a percentage of one engine's time since the previous sample. A number
  * of exactly 0 is left out. All properties of an engine kind are left out if no process uses such an engine. The object
- * is empty in four cases: there is no GPU counter under its English name; there is no PDH library to read it with;
- * memory has run out; or the sample only opened the counter.
+ * is also empty when the sample only opened the counter, and when the counter cannot be read: for instance because it
+ * has no English name here, because there is no PDH library, or because memory has run out.
  */
 export interface GpuUsage {
   /** 3D: the GPU process. */

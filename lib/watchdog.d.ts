@@ -69,7 +69,7 @@ export interface Jank {
 /** An error that {@link WatchOptions.onError} gets. */
 export interface WatchError extends Error {
   /**
-   * "ERR_CAPTURE_FAILED": there is no report, and `result` says why. Also comes once at the start if captures of this
+   * "ERR_CAPTURE_FAILED": there is no report, and `result` says why. Also comes when a watcher starts, if captures of this
    * process cannot succeed. "ERR_CAPTURE_LIMIT": there had already been `maxCapturesPerHour` captures before this
    * stall. "ERR_WATCHER_ENDED": the watcher's process has ended; the message says why, and whether it is started again.
    * Errors of Node.js have other codes.
@@ -107,7 +107,8 @@ export interface WatchOptions {
   logFilename?: string;
   /**
    * For the report: called at each heartbeat. The report gets the last result before the stall. Default: `() => true`,
-   * because a process that can be captured is alive.
+   * because a process that can be captured is alive. An exception counts as false, and becomes an uncaught exception of
+   * this process.
    */
   living?: () => boolean;
   /** The executable that runs the watcher, which is a script for Node.js. Default: `process.execPath`. */

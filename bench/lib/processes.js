@@ -9,7 +9,6 @@ const end = async (child) => {
   child.kill();
   await once(child, 'exit');
 };
-exports.end = end;
 
 /**
  * Starts `program` `count` times and resolves to a function that ends all these processes. When this process ends, they

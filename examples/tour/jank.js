@@ -15,14 +15,11 @@ async function startStalledProcess() {
   if (!program) throw new Error('it is not built; "npm run build" does that');
   const child = spawn(program, { stdio: ['ignore', 'pipe', 'ignore'] });
   await once(child, 'spawn');
-  try {
-    const lines = readline.createInterface({ input: child.stdout });
-    const [line] = await once(lines, 'line', { signal: AbortSignal.timeout(10_000) });
-    return { child, ...JSON.parse(line) };
-  } catch {
-    child.kill();
-    throw new Error('it did not report within ten seconds that it stalls');
-  }
+  const timer = setTimeout(() => child.kill(), 10_000);
+  const { value } = await readline.createInterface({ input: child.stdout })[Symbol.asyncIterator]().next();
+  clearTimeout(timer);
+  if (!value) throw new Error('it did not report within ten seconds that it stalls');
+  return { child, ...JSON.parse(value) };
 }
 
 exports.tour = async function tour(util, print) {

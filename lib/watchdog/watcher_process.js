@@ -34,12 +34,21 @@ exports.startWatcher = ({ execPath, env, living, ...settings }, onMessage, onEnd
     stdio: ['ignore', 'ignore', 'ignore', 'ipc'],
     windowsHide: true,
   });
+  // What living() throws becomes an uncaught exception, and the heartbeats go on.
+  function isLiving() {
+    try {
+      return !!living();
+    } catch (error) {
+      process.nextTick(() => { throw error; });
+      return false;
+    }
+  }
   let written = true;
   function beat() {
     // A suspended watcher reads no messages: do not fill the memory with them.
     if (!written) return;
     written = false;
-    child.send({ at: Date.now(), uptime: process.uptime(), living: !!living(), mayPause: !!inspector.url() },
+    child.send({ at: Date.now(), uptime: process.uptime(), living: isLiving(), mayPause: !!inspector.url() },
       () => { written = true; });
   }
   const beats = setInterval(beat, settings.beatMs);

@@ -4,7 +4,7 @@ import os from 'node:os';
 import path from 'node:path';
 import { buildFolder } from './build.mjs';
 import { describeAddress, findDebugFile } from './debug_info.mjs';
-import { root } from './shell.mjs';
+import { root, say } from './shell.mjs';
 import { runProgram } from './windows.mjs';
 
 const timeout = 300_000;
@@ -16,6 +16,15 @@ function nameTraps(output) {
     const file = findDebugFile(module, folders);
     return [line, ...(file ? describeAddress(file, BigInt(`0x${hex}`)) : [])].join('\n  ');
   });
+}
+
+/** A program that the test has left running may still use the folder: then it stays. */
+function removeFolder(folder) {
+  try {
+    rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
+  } catch (error) {
+    say(`${folder} stays: ${error.message}`);
+  }
 }
 
 /**
@@ -30,10 +39,15 @@ export async function runTestFile(program, file, { pattern, env, ...options }) {
     ...(pattern ? [`--test-name-pattern=${pattern}`] : []), file];
   const temp = mkdtempSync(path.join(os.tmpdir(), 'borvanta-test-'));
   const start = performance.now();
-  const code = await runProgram(program, args, { ...options, cwd: root, stdout: collect, stderr: collect, timeout,
-    env: { ...env, BORVANTA_TEMP: options.host ? temp : `Z:${temp.replaceAll('/', '\\')}` } });
-  rmSync(temp, { recursive: true, force: true });
-  const seconds = (performance.now() - start) / 1000;
+  let code;
+  let seconds;
+  try {
+    code = await runProgram(program, args, { ...options, cwd: root, stdout: collect, stderr: collect, timeout,
+      env: { ...env, BORVANTA_TEMP: options.host ? temp : `Z:${temp.replaceAll('/', '\\')}` } });
+  } finally {
+    seconds = (performance.now() - start) / 1000;
+    removeFolder(temp);
+  }
   const output = Buffer.concat(chunks).toString();
   const count = (what) => Number(output.match(new RegExp(`^# ${what} (\\d+)\r?$`, 'm'))?.[1] ?? 0);
   const [passed, skipped] = [count('pass'), count('skipped')];

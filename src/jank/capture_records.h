@@ -32,7 +32,7 @@ struct CaptureField {
   /// The property of the script object.
   const char* property;
   /// The member of the report, or null if the report does not have this part.
-  const char* member;
+  const char* reportMember;
   Value CaptureJankArgs::*value;
 };
 

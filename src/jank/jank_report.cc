@@ -16,7 +16,7 @@ namespace {
 
 template <typename Value>
 void AddMember(nlohmann::json& report, const CaptureJankArgs& args, const CaptureField<Value>& field) {
-  if (field.member) report[field.member] = args.*field.value;
+  if (field.reportMember) report[field.reportMember] = args.*field.value;
 }
 
 /// The directory is not a member of the report, because the report's own path contains it.

@@ -5,7 +5,7 @@
 const fs = require('node:fs');
 const { isMainThread } = require('node:worker_threads');
 
-process.env.TEMP = process.env.BORVANTA_TEMP ?? require('node:os').tmpdir();
+process.env.TEMP = process.env.TMPDIR = process.env.BORVANTA_TEMP ?? require('node:os').tmpdir();
 if (isMainThread && /\.test\.js$/.test(process.argv[1])) {
   require('node:test').beforeEach((t) => fs.writeSync(2, `running: ${t?.name}\n`));
 }
