@@ -3,11 +3,17 @@ import { spawn, spawnSync } from 'node:child_process';
 import { closeSync, cpSync, existsSync, mkdirSync, mkdtempSync, openSync, readSync, renameSync, rmSync } from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
-import { exitCode, root, runBeside, say, SetupError } from './shell.mjs';
+import { exitCode, onWindows, root, runBeside, say, SetupError, succeeds } from './shell.mjs';
 
 // The 64-bit loader and server themselves: the wrapper scripts in /usr/bin need a 32-bit Wine.
 const wine = '/usr/lib/wine/wine64';
 const wineServer = '/usr/lib/wine/wineserver64';
+
+// Wine needs some fixed addresses. Where Linux places memory at random, about one process in 5,000 finds one of them in
+// use and does not start: Windows' error 1359 (ERROR_INTERNAL_ERROR), which Node.js calls "spawn UNKNOWN". So memory is
+// not placed at random, unless this machine (a container) forbids that.
+const fixedLayout = !onWindows && succeeds('setarch', ['-R', 'true']) ? ['setarch', '-R'] : [];
+const [command, ...commandArgs] = [...fixedLayout, wine];
 
 /** The environment variables of Windows programs. The locale decides how Wine reads arguments and file names. */
 const wineEnvironment = (prefix) => ({
@@ -101,7 +107,7 @@ export async function runInWine(program, args, { lane, stdout, stderr, env, ...o
   const fds = files.map((file) => openSync(file, 'a'));
   const followers = [new FileFollower(files[0], stdout), new FileFollower(files[1], stderr)];
   try {
-    return await exitCode(spawn(wine, [program, ...args], { ...options, killSignal: 'SIGKILL',
+    return await exitCode(spawn(command, [...commandArgs, program, ...args], { ...options, killSignal: 'SIGKILL',
       env: { ...process.env, ...wineEnvironment(prefix), ...env }, stdio: ['ignore', ...fds] }));
   } finally {
     for (const follower of followers) follower.stop();
