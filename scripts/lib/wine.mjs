@@ -10,8 +10,8 @@ const wine = '/usr/lib/wine/wine64';
 const wineServer = '/usr/lib/wine/wineserver64';
 
 // Wine needs some fixed addresses. Where Linux places memory at random, about one process in 5,000 finds one of them in
-// use and does not start: Windows' error 1359 (ERROR_INTERNAL_ERROR), which Node.js calls "spawn UNKNOWN". So memory is
-// not placed at random, unless this machine (a container) forbids that.
+// use and does not start: Windows' error 1359 (ERROR_INTERNAL_ERROR), which Node.js calls "spawn UNKNOWN". So random
+// placement is turned off, unless a container forbids that.
 const fixedLayout = !onWindows && succeeds('setarch', ['-R', 'true']) ? ['setarch', '-R'] : [];
 const [command, ...commandArgs] = [...fixedLayout, wine];
 
