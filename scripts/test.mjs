@@ -77,8 +77,8 @@ await runMain(async () => {
       env: built === 'clang' ? { BORVANTA_BUILD: 'clang' } : {} });
     report({ name, ...result }, only.output);
   }
-  // The tests of the watchdog mostly wait and write no registry. So they run at the same time as all others, in the first
-  // lane's prefix.
+  // The tests of the watchdog mostly wait and write no registry. So they run at the same time as all others, in the
+  // first lane's prefix.
   const waits = ({ file }) => file.startsWith('tests/watchdog/');
   const queues = [runs.filter(waits), runs.filter((run) => !waits(run))];
   async function runAll(queue, lane) {
