@@ -69,8 +69,8 @@ export interface Jank {
 /** An error that {@link WatchOptions.onError} gets. */
 export interface WatchError extends Error {
   /**
-   * "ERR_CAPTURE_FAILED": there is no report, and `result` says why. Also comes when a watcher starts, if captures of this
-   * process cannot succeed. "ERR_CAPTURE_LIMIT": there had already been `maxCapturesPerHour` captures before this
+   * "ERR_CAPTURE_FAILED": there is no report, and `result` says why. Also comes when a watcher starts, if captures of
+   * this process cannot succeed. "ERR_CAPTURE_LIMIT": there had already been `maxCapturesPerHour` captures before this
    * stall. "ERR_WATCHER_ENDED": the watcher's process has ended; the message says why, and whether it is started again.
    * Errors of Node.js have other codes.
    */

@@ -73,7 +73,7 @@ test('a mark counts from 1 ms until less than 60 days after it was set, and any 
   }
 });
 
-test('a second start-up finds the mark at once, and the first one ends even if the clock stands still', (t) => {
+test('a second start-up finds the mark at once, and the first call returns even if the clock stands still', (t) => {
   for (let round = 0; round < 50; ++round) {
     assert.deepEqual(load().enterStartupMask(), { hasMask: false }, `round ${round}`);
     assert.deepEqual(load().enterStartupMask(), { hasMask: true }, `round ${round}`);
