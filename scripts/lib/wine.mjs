@@ -44,9 +44,9 @@ async function makePrefix(lane) {
   if (lane === 0) {
     say('Making the Wine prefix (about ten seconds)');
     const env = wineEnvironment(draft);
-    await runBeside(wine, ['wineboot', '-i'], { env });
+    await runBeside(command, [...commandArgs, 'wineboot', '-i'], { env });
     // A new prefix reports Windows 7, on which Node.js refuses to start.
-    await runBeside(wine, ['winecfg', '-v', 'win10'], { env });
+    await runBeside(command, [...commandArgs, 'winecfg', '-v', 'win10'], { env });
     stopWine(draft);
   } else {
     const first = await winePrefix(0);
