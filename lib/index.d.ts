@@ -24,10 +24,10 @@ export interface ProcessListResult {
 
 /**
  * A string that identifies the machine and stays the same, for instance "C_0-D_S3Z9NB0K-M_001122334455-V_1A2B3C4D". Its
- * four fields are the serial number of the processor, the serial number of the disk behind drive C (if that has none,
- * of the first fixed disk), the address of a physical network adapter, and the serial number of volume C. It is plain
- * ASCII: characters other than "-", "=", "_", letters and digits are written as hex digits. It is not a hash; treat it
- * as personal data.
+ * four fields are the serial number of the processor, the serial number of the disk behind drive C (of the first fixed
+ * disk if that one is not fixed or has no serial number), the address of a physical network adapter, and the serial
+ * number of volume C. It is plain ASCII: characters other than "-", "=", "_", letters and digits are written as hex
+ * digits. It is not a hash; treat it as personal data.
  *
  * @returns the string. A field is empty ("0" for the processor) if its number cannot be found. The string is built once
  *   in a process: the first call may wait for devices for a while, later calls return at once. Never throws.
@@ -127,8 +127,8 @@ export function destroyDuplicateMutex(): true;
 /**
  * Call it when start-up begins. It says whether an earlier start-up of this version crashed. If not, it sets a mark,
  * from which the next start-up sees whether this one crashed. A mark counts for 60 days. Setting a mark needs write
- * access to the client's keys below HKEY_LOCAL_MACHINE; without that access no mark is set. Setting it takes one to
- * five milliseconds.
+ * access to the client's keys below HKEY_LOCAL_MACHINE; without that access no mark is set. Setting it takes about one
+ * millisecond, and at most five if the clock stands still or goes back.
  *
  * @returns what was found. Never throws.
  */

@@ -4,10 +4,10 @@
 
 namespace identity {
 
-/// Finds the serial number of a fixed disk: of the disk behind drive `letter`, or, if that has none, of the first fixed
-/// disk among sixteen physical drives. Stores the number in `serial` as the disk reports it and returns true. Returns
-/// false and leaves `serial` unchanged when neither disk has one. Asks up to 17 devices in 49 probes. Any thread.
-/// Blocks.
+/// Finds the serial number of a fixed disk: of the disk behind drive `letter`, or, if that is not fixed or has none, of
+/// the first fixed disk among sixteen physical drives. Stores the number in `serial` as the disk reports it and returns
+/// true. Returns false and leaves `serial` unchanged when neither disk has one. Asks up to 17 devices in 49 probes. Any
+/// thread. Blocks.
 bool ProbeDiskSerial(wchar_t letter, std::wstring& serial);
 
 /// Some drivers report a serial number in hex digits, two for each ASCII character, and some of these swap the two
