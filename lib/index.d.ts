@@ -183,6 +183,23 @@ export interface CaptureJankArgs {
   duration: number;
 }
 
+/** The content of a report file, with the names of its members; docs/jank-report.md explains them. */
+export interface JankReportFile {
+  device_id: string;
+  /** The dump's file name, without its directory. */
+  dmp_file: string;
+  duration: number;
+  jank_type: string;
+  living: boolean;
+  log_file: string;
+  main_thread_trace: string;
+  system_version: string;
+  /** Null when the client's value was not a finite number. */
+  uptime: number | null;
+  user_id: string;
+  version: string;
+}
+
 /** The result of {@link captureNativeJank}. */
 export interface CaptureJankResult {
   /** The report's file name without its directory; left out if no report was written. */

@@ -1,4 +1,4 @@
-import type { CaptureJankResult } from './index.js';
+import type { CaptureJankArgs, CaptureJankResult, JankReportFile } from './index.js';
 
 /**
  * The Windows id of this process's main script thread, as `GetCurrentThreadId` returns it. Another process can pass it
@@ -17,22 +17,9 @@ export interface Frame {
   offset: number;
 }
 
-/** The content of a report file, with the same names as in the file; docs/jank-report.md explains them. */
-export interface JankReport {
-  device_id: string;
-  /** The dump's file name, without its directory. */
-  dmp_file: string;
-  duration: number;
-  jank_type: string;
-  living: boolean;
-  log_file: string;
-  main_thread_trace: string;
-  system_version: string;
-  /** Null when the client's value was not a finite number. */
-  uptime: number | null;
-  user_id: string;
-  version: string;
-  /** The frames of `main_thread_trace`, the innermost first. Not in the file. */
+/** A report that has been read. */
+export interface JankReport extends JankReportFile {
+  /** The frames of `main_thread_trace`, the innermost first. */
   frames: Frame[];
 }
 
@@ -79,8 +66,15 @@ export interface WatchError extends Error {
   result?: CaptureJankResult;
 }
 
+/**
+ * Properties of captureNativeJank's argument that the watchdog passes on. Defaults: `threadId` is what
+ * {@link mainThreadId} returns, `jankType` is "event-loop", `systemVersion` is what `getOsVersionWithReleaseId`
+ * returns, and every other one is "".
+ */
+type CaptureOptions = Partial<Omit<CaptureJankArgs, 'processId' | 'janksDir' | 'living' | 'uptime' | 'duration'>>;
+
 /** The options of {@link watchForJank}. Only `janksDir` and `onJank` are required. */
-export interface WatchOptions {
+export interface WatchOptions extends CaptureOptions {
   /** The directory for dumps and reports. Created when it is missing. */
   janksDir: string;
   /** Called with each captured stall, as soon as the loop turns again. */
@@ -91,20 +85,6 @@ export interface WatchOptions {
   thresholdMs?: number;
   /** How many captures there may be in any hour: 1 to 3600. Each freezes the process's main thread. Default: 10. */
   maxCapturesPerHour?: number;
-  /** The Windows id of the main thread. Default: what {@link mainThreadId} returns. */
-  threadId?: number;
-  /** For the report: the kind of jank. Default: "event-loop". */
-  jankType?: string;
-  /** For the report. Default: "". */
-  userId?: string;
-  /** For the report. Default: "". */
-  deviceId?: string;
-  /** For the report: the client's version. Default: "". */
-  version?: string;
-  /** For the report. Default: what `getOsVersionWithReleaseId` returns. */
-  systemVersion?: string;
-  /** For the report. Default: "". */
-  logFilename?: string;
   /**
    * For the report: called at each heartbeat. The report gets the last result before the stall. Default: `() => true`,
    * because a process that can be captured is alive. An exception counts as false, and becomes an uncaught exception of
