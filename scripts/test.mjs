@@ -2,7 +2,7 @@
 // passed and failed.
 import { readdirSync } from 'node:fs';
 import path from 'node:path';
-import { build, buildWithClang } from './lib/build.mjs';
+import { build, buildWithClang, clangPackage } from './lib/build.mjs';
 import { checkAll } from './lib/checks.mjs';
 import { report, reportTotals } from './lib/report.mjs';
 import { ensureTools, nodeVersions } from './lib/setup.mjs';
@@ -30,8 +30,7 @@ function testFiles(ending) {
 
 /**
  * The runs of all tests in Node.js for Windows: { name, file, version, build }. Clang's module is tested in the last
- * release only, without the tests of the package's scripts. A file with ".once" in its name runs in the last release
- * only.
+ * release only. A file with ".once" in its name runs in the last release only.
  */
 function scriptRuns() {
   const last = nodeVersions.at(-1);
@@ -39,7 +38,6 @@ function scriptRuns() {
     ...(onWindows ? [] : [{ version: last, build: 'clang' }])];
   return builds.flatMap(({ version, build }) => testFiles('.test.js')
     .filter((file) => version === last || !file.endsWith('.once.test.js'))
-    .filter((file) => build === 'shipped' || !/^tests\/(package|watchdog)\//.test(file))
     .map((file) => ({
       name: `${file} in Node.js ${version}${build === 'clang' ? ', built by Clang' : ''}`, file, version, build })));
 }
@@ -72,9 +70,11 @@ await runMain(async () => {
 
   async function runOne({ name, file, version, build: built }, lane) {
     if (built === 'clang') await clang;
+    // These tests load the package, and the package loads the module that lies in it.
+    const inPackage = /^tests\/(package|watchdog)\//.test(file);
+    const where = built !== 'clang' ? {} : inPackage ? { cwd: clangPackage } : { env: { BORVANTA_BUILD: 'clang' } };
     const result = await runTestFile(version ? windowsNode(version) : process.execPath, file, {
-      lane, host: onWindows || !version, pattern: only.name,
-      env: built === 'clang' ? { BORVANTA_BUILD: 'clang' } : {} });
+      lane, host: onWindows || !version, pattern: only.name, ...where });
     report({ name, ...result }, only.output);
   }
   // The tests of the watchdog mostly wait and write no registry. So they run at the same time as all others, in the

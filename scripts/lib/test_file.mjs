@@ -32,7 +32,7 @@ function removeFolder(folder) {
  * also counts as failed if it ends without a count of its tests or with an exit code other than 0. With `pattern`, runs
  * only the tests whose names match it.
  */
-export async function runTestFile(program, file, { pattern, env, ...options }) {
+export async function runTestFile(program, file, { pattern, env, cwd = root, ...options }) {
   const chunks = [];
   const collect = (chunk) => chunks.push(chunk);
   const args = ['--require', './tests/support/preload.js', '--test-reporter=tap',
@@ -42,7 +42,7 @@ export async function runTestFile(program, file, { pattern, env, ...options }) {
   let code;
   let seconds;
   try {
-    code = await runProgram(program, args, { ...options, cwd: root, stdout: collect, stderr: collect, timeout,
+    code = await runProgram(program, args, { ...options, cwd, stdout: collect, stderr: collect, timeout,
       env: { ...env, BORVANTA_TEMP: options.host ? temp : `Z:${temp.replaceAll('/', '\\')}` } });
   } finally {
     seconds = (performance.now() - start) / 1000;
