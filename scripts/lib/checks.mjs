@@ -7,7 +7,7 @@ import { promisify } from 'node:util';
 import { buildFolder } from './build.mjs';
 import { onWindows, root, run, say } from './shell.mjs';
 
-const formatter = 'clang-format-14';
+const formatter = 'clang-format-19';
 
 const sourceFiles = (...folders) => folders
   .flatMap((folder) => readdirSync(path.join(root, folder), { recursive: true })

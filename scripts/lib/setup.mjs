@@ -5,6 +5,7 @@ import { createHash } from 'node:crypto';
 import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import { onWindows, root, run, say, SetupError, succeeds } from './shell.mjs';
+import { ensureWine, winePackages } from './wine_files.mjs';
 
 // Each Debian package with one of its files. On a system without dpkg, a package counts as installed if its file
 // exists.
@@ -13,13 +14,13 @@ const buildPackages = {
   'ninja-build': '/usr/bin/ninja',
   'g++-mingw-w64-x86-64-posix': '/usr/bin/x86_64-w64-mingw32-g++-posix',
   'nlohmann-json3-dev': '/usr/include/nlohmann/json.hpp',
-  wine64: '/usr/lib/wine/wine64',
+  ...winePackages,
 };
 const testPackages = {
   'clang-19': '/usr/bin/clang++-19',
-  'clang-format-14': '/usr/bin/clang-format-14',
+  'clang-format-19': '/usr/bin/clang-format-19',
   'clang-tidy-19': '/usr/bin/clang-tidy-19',
-  'lldb-14': '/usr/bin/lldb-14',
+  'lldb-19': '/usr/bin/lldb-19',
   openssl: '/usr/bin/openssl',
   osslsigncode: '/usr/bin/osslsigncode',
 };
@@ -31,7 +32,10 @@ const testPackages = {
 export function ensureTools({ forTests = false } = {}) {
   if (onWindows && forTests) ensureNoClient();
   if (onWindows) ensureMsvc();
-  else ensureDebianPackages(forTests ? { ...buildPackages, ...testPackages } : buildPackages);
+  else {
+    ensureDebianPackages(forTests ? { ...buildPackages, ...testPackages } : buildPackages);
+    ensureWine();
+  }
   ensureNpmPackages(root);
   ensureNpmPackages(windowsNodeFolder, nodeVersions.map(windowsNodeFile));
 }
@@ -97,7 +101,7 @@ function ensureNpmPackages(folder, wanted = []) {
 }
 
 /** The releases of Node.js in which the module is tested. The last one is the default. */
-export const nodeVersions = ['18', '20', '22'];
+export const nodeVersions = ['18', '22', '24', '26'];
 
 const windowsNodeFolder = path.join(root, 'tools', 'windows-node');
 

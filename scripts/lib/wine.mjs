@@ -4,10 +4,7 @@ import { closeSync, cpSync, existsSync, mkdirSync, mkdtempSync, openSync, readSy
 import os from 'node:os';
 import path from 'node:path';
 import { exitCode, onWindows, root, runBeside, say, SetupError, succeeds } from './shell.mjs';
-
-// The 64-bit loader and server themselves: the wrapper scripts in /usr/bin need a 32-bit Wine.
-const wine = '/usr/lib/wine/wine64';
-const wineServer = '/usr/lib/wine/wineserver64';
+import { wine, wineServer } from './wine_files.mjs';
 
 // Wine needs some fixed addresses. Where Linux places memory at random, about one process in 5,000 finds one of them in
 // use and does not start: Windows' error 1359 (ERROR_INTERNAL_ERROR), which Node.js calls "spawn UNKNOWN". So random
@@ -15,9 +12,13 @@ const wineServer = '/usr/lib/wine/wineserver64';
 const fixedLayout = !onWindows && succeeds('setarch', ['-R', 'true']) ? ['setarch', '-R'] : [];
 const [command, ...commandArgs] = [...fixedLayout, wine];
 
-/** The environment variables of Windows programs. The locale decides how Wine reads arguments and file names. */
+/**
+ * The environment variables of Windows programs. The locale decides how Wine reads arguments and file names. With TMPDIR,
+ * Wine 10 does not start.
+ */
 const wineEnvironment = (prefix) => ({
-  WINEPREFIX: prefix, WINEARCH: 'win64', WINEDEBUG: '-all', LC_ALL: 'C.UTF-8',
+  WINEPREFIX: prefix, WINESERVER: wineServer, WINEARCH: 'win64', WINEDEBUG: '-all', LC_ALL: 'C.UTF-8',
+  TMPDIR: undefined,
   // Our DbgHelp is in the executable's folder (windowsNode()). mscoree and mshtml are disabled, because otherwise a new
   // prefix opens a window and offers a download for them. winedbg is disabled so that a program that crashes ends at
   // once.
@@ -36,17 +37,26 @@ export function winePrefix(lane = 0) {
 }
 
 async function makePrefix(lane) {
-  const prefix = path.join(root, 'build', 'wine', `lane-${lane}`);
+  const prefix = path.join(root, 'build', 'wine-prefixes', `lane-${lane}`);
   if (existsSync(prefix)) return prefix;
   // Made under another name and then renamed: so an unfinished prefix is never used, and of two processes one wins.
   mkdirSync(path.dirname(prefix), { recursive: true });
   const draft = mkdtempSync(`${prefix}.`);
+  try {
+    await fillPrefix(draft, lane);
+    renameSync(draft, prefix);
+  } catch (error) {
+    rmSync(draft, { recursive: true });
+    if (!existsSync(prefix)) throw error;
+  }
+  return prefix;
+}
+
+async function fillPrefix(draft, lane) {
   if (lane === 0) {
     say('Making the Wine prefix (about ten seconds)');
     const env = wineEnvironment(draft);
     await runBeside(command, [...commandArgs, 'wineboot', '-i'], { env });
-    // A new prefix reports Windows 7, on which Node.js refuses to start.
-    await runBeside(command, [...commandArgs, 'winecfg', '-v', 'win10'], { env });
     stopWine(draft);
   } else {
     const first = await winePrefix(0);
@@ -54,13 +64,6 @@ async function makePrefix(lane) {
     say(`Copying the Wine prefix for lane ${lane}`);
     cpSync(first, draft, { recursive: true, verbatimSymlinks: true });
   }
-  try {
-    renameSync(draft, prefix);
-  } catch (error) {
-    rmSync(draft, { recursive: true });
-    if (!existsSync(prefix)) throw error;
-  }
-  return prefix;
 }
 
 /** Ends every Windows program of a prefix and waits until its registry is on disk. */

@@ -24,7 +24,9 @@ void StartWorker(const char* threadName, Work work) {
   const auto gate = std::make_shared<win::SrwLock>();
   const std::lock_guard detaching(*gate);
   std::thread([threadName, work = std::move(work), gate]() mutable noexcept {
-    { const std::lock_guard detached(*gate); }
+    {
+      const std::lock_guard detached(*gate);
+    }
     SetCurrentThreadName(threadName);
     work();
   }).detach();

@@ -30,7 +30,7 @@ struct GpuProcessUsageResult {
 struct EngineKind {
   struct Sum {
     const char* name;
-    double GpuProcessUsageResult::*value;
+    double GpuProcessUsageResult::* value;
   };
 
   /// The part of an instance's name that follows "engtype_", in lower case.
@@ -39,7 +39,7 @@ struct EngineKind {
   Sum nativeProc;
   Sum sys;
   const char* flagName;
-  bool GpuProcessUsageResult::*flag;
+  bool GpuProcessUsageResult::* flag;
 };
 
 using Result = GpuProcessUsageResult;

@@ -33,7 +33,7 @@ struct CaptureField {
   const char* property;
   /// The member of the report, or null if the report does not have this part.
   const char* reportMember;
-  Value CaptureJankArgs::*value;
+  Value CaptureJankArgs::* value;
 };
 
 /// All parts of the request, in the order in which the properties are read. Script can see that order by getters.

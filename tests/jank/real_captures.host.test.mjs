@@ -28,7 +28,7 @@ test('a capture leaves a dump and a report, and the stack trace of a deep stack 
 
 test('lldb finds the stalled thread, the other thread and the modules in the dump', () => {
   const dump = path.join(folder, `chain ${dumpOf(chain.jsonFilename)}`);
-  const said = run('lldb-14', '-b', '-o', `target create --core "${dump}"`, '-o', 'thread list', '-o', 'image list');
+  const said = run('lldb-19', '-b', '-o', `target create --core "${dump}"`, '-o', 'thread list', '-o', 'image list');
   const hex = (id) => `tid = 0x${id.toString(16).padStart(4, '0')}`;
   const stalled = said.split('\n').filter((line) => line.trim().startsWith('* thread'));
   assert.ok(stalled.length === 1 && stalled[0].includes(hex(chain.threadId)), said);

@@ -30,10 +30,11 @@ Function* Find(HMODULE module, const char* name) {
 
 }  // namespace
 
-extern "C" __declspec(dllexport) BOOL WINAPI
-    MiniDumpWriteDump(HANDLE process, DWORD processId, HANDLE file, MINIDUMP_TYPE type,
-                      const PMINIDUMP_EXCEPTION_INFORMATION exception, const PMINIDUMP_USER_STREAM_INFORMATION streams,
-                      const PMINIDUMP_CALLBACK_INFORMATION callback) {
+extern "C" __declspec(dllexport) BOOL WINAPI MiniDumpWriteDump(HANDLE process, DWORD processId, HANDLE file,
+                                                               MINIDUMP_TYPE type,
+                                                               const PMINIDUMP_EXCEPTION_INFORMATION exception,
+                                                               const PMINIDUMP_USER_STREAM_INFORMATION streams,
+                                                               const PMINIDUMP_CALLBACK_INFORMATION callback) {
   if (!exception || exception->ExceptionPointers) {
     return realMiniDumpWriteDump(process, processId, file, type, exception, streams, callback);
   }
@@ -58,7 +59,7 @@ BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
   realMiniDumpWriteDump = Find<decltype(MiniDumpWriteDump)>(real, "MiniDumpWriteDump");
   Find<decltype(SymSetOptions)>(real, "SymSetOptions")(SYMOPT_DEFERRED_LOADS);
   const auto importsOf = Find<decltype(ImageDirectoryEntryToData)>(real, "ImageDirectoryEntryToData");
-  const auto read = Find<decltype(ReadProcessMemory)>(GetModuleHandleW(L"kernel32"), "ReadProcessMemory");
+  const auto read = Find<decltype(ReadProcessMemory)>(GetModuleHandleW(L"kernelbase"), "ReadProcessMemory");
   ULONG size = 0;
   auto import = static_cast<decltype(&ReadProcessMemory)*>(importsOf(real, TRUE, IMAGE_DIRECTORY_ENTRY_IAT, &size));
   DWORD protection = 0;
