@@ -1,6 +1,5 @@
 # Cross-compiles with Clang, the second compiler. Its build is for tests and checks, and never ships. The headers, the
-# C++ library and the linker are those of MinGW-w64. (LLD, Clang's own linker, puts the table of the delay-loaded
-# Node-API functions into read-only memory, and the module then crashes while loading.)
+# C++ library and the linker are those of MinGW-w64.
 include(${CMAKE_CURRENT_LIST_DIR}/mingw-w64-x86_64.cmake)
 
 execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-libgcc-file-name

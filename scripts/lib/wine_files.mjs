@@ -29,8 +29,9 @@ const unneeded = /^(mshtml|jscript|vbscript|wined3d|d2d1|d3d\w+|msi|msxml3|msvc[
 export function ensureWine() {
   if (!onDebian12) return;
   // Programs of the folder have its path in them, so a folder that was moved with its checkout is not used.
-  const stamp = path.join(unpacked, 'unpacked-in');
-  if (existsSync(stamp) && readFileSync(stamp, 'utf8') === unpacked) return;
+  const stamp = path.join(unpacked, 'unpacked');
+  const wanted = [unpacked, ...packages].join('\n');
+  if (existsSync(stamp) && readFileSync(stamp, 'utf8') === wanted) return;
   say('Unpacking Wine 10 from packages of Debian 13 into build/wine-10 (about ten seconds)');
   // Complete or not at all: a draft of an earlier run that did not come to its end is deleted.
   const draft = `${unpacked}.draft`;
@@ -45,7 +46,7 @@ export function ensureWine() {
     rmSync(downloads, { recursive: true });
     for (const name of ['doc', 'locale']) rmSync(path.join(draft, 'usr/share', name), { recursive: true });
     setUp(draft);
-    writeFileSync(path.join(draft, path.basename(stamp)), unpacked);
+    writeFileSync(path.join(draft, path.basename(stamp)), wanted);
     renameSync(draft, unpacked);
   } catch (error) {
     rmSync(draft, { recursive: true, force: true });

@@ -74,6 +74,27 @@ extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace {
 
+/// Memory of the module that can be written to as long as this object lives.
+class WritableMemory {
+ public:
+  WritableMemory(void* start, size_t size) : start_(start), size_(size) {
+    writable_ = VirtualProtect(start_, size_, PAGE_READWRITE, &protection_) != FALSE;
+  }
+  ~WritableMemory() {
+    if (writable_) VirtualProtect(start_, size_, protection_, &protection_);
+  }
+  WritableMemory(const WritableMemory&) = delete;
+  WritableMemory& operator=(const WritableMemory&) = delete;
+
+  explicit operator bool() const { return writable_; }
+
+ private:
+  void* start_;
+  size_t size_;
+  DWORD protection_ = 0;
+  bool writable_;
+};
+
 /// True if every function of Node-API that the module imports has been found.
 bool BindNodeApi() {
   const HMODULE nodeApi = FindNodeApi();
@@ -82,6 +103,12 @@ bool BindNodeApi() {
   const auto& table = __DELAY_IMPORT_DESCRIPTOR_libnode_api_delay_a;
   auto* name = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + table.rvaINT);
   auto* slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + table.rvaIAT);
+  size_t count = 0;
+  while (name[count].u1.AddressOfData)
+    ++count;
+  // Some linkers put the table into memory that is only for reading.
+  const WritableMemory writable(slot, count * sizeof(*slot));
+  if (!writable) return false;
   for (; name->u1.AddressOfData; ++name, ++slot) {
     const auto* const byName = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
     const FARPROC function = GetProcAddress(nodeApi, reinterpret_cast<const char*>(byName->Name));
