@@ -21,6 +21,9 @@ target_compile_options(borvanta_settings INTERFACE
   # Each check stops the process, and tests/support/trap_report.cc reports the place. Conversions that change only the
   # sign are allowed, because the handles and codes of system calls need them.
   -fsanitize=undefined,implicit-conversion -fno-sanitize=implicit-integer-sign-change -fsanitize-trap=all
+  # Rarely called functions go to sections of the same name as in GCC's C++ library: else the linker does not see that a
+  # function of both is the same.
+  "SHELL:-mllvm -profile-guided-section-prefix=false"
   # An uninitialised variable holds a pattern, so that it is not 0 by chance.
   -ftrivial-auto-var-init=pattern)
 # An index beyond the end of a string, an array or a vector ends the process too.
