@@ -2,7 +2,7 @@
 // MinGW-w64. Uses Debian's tools.
 import { existsSync } from 'node:fs';
 import path from 'node:path';
-import { root, run } from './shell.mjs';
+import { run } from './shell.mjs';
 
 const tool = (name) => `x86_64-w64-mingw32-${name}`;
 
@@ -23,7 +23,8 @@ function imageBase(file) {
  */
 export function describeAddress(file, offset) {
   const address = `0x${(imageBase(file) + offset).toString(16)}`;
-  const said = run(tool('addr2line'), ['-e', file, '-f', '-C', '-i', '-p', address]).replaceAll(`${root}/`, '');
+  // cmake/Reproducible.cmake names the project's folder.
+  const said = run(tool('addr2line'), ['-e', file, '-f', '-C', '-i', '-p', address]).replaceAll('/borvanta-util/', '');
   const functions = said.trim().split('\n').filter((line) => !line.startsWith('??'))
     .map((line) => line.trim().replace(/^\(inlined by\) /, ''));
   const own = functions.filter((line) => !line.includes(' at /'));

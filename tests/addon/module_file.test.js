@@ -1,6 +1,8 @@
 'use strict';
 const { spawnSync } = require('node:child_process');
-const { assert, fs, load, modulePath, path, runScript, scriptedSystem, temporaryFolder, test } = require('../support');
+const {
+  assert, fs, load, modulePath, path, runScript, scriptedSystem, system: windows, temporaryFolder, test,
+} = require('../support');
 
 test('the module has the functions of index.d.ts in the same order, unnamed, as ordinary properties', () => {
   const util = load();
@@ -13,7 +15,7 @@ test('the module has the functions of index.d.ts in the same order, unnamed, as 
   }
 });
 
-test('the file exports three functions, imports from Windows only, is hardened, and has a debug file', (t) => {
+test('the file exports three functions, imports from Windows only, is hardened, and has a debug file with its id', (t) => {
   const system = scriptedSystem(t);
   const { exports, imports, dllCharacteristics } = system.executable;
   assert.deepEqual(exports, ['GetDbgHelpFunctions', 'napi_register_module_v1', 'node_api_module_get_api_version_v1']);
@@ -27,7 +29,23 @@ test('the file exports three functions, imports from Windows only, is hardened, 
   // DYNAMIC_BASE, HIGH_ENTROPY_VA and NX_COMPAT; with MSVC also GUARD_CF.
   const [debugFile, hardening] = fs.existsSync(pdb) ? [pdb, 0x4160] : [`${modulePath}.debug`, 0x160];
   assert.equal(dllCharacteristics & hardening, hardening);
-  assert.ok(fs.statSync(debugFile).size > fs.statSync(modulePath).size);
+  const bytes = (file) => fs.readFileSync(file, 'latin1');
+  assert.ok(bytes(debugFile).length > bytes(modulePath).length);
+  const [, id] = bytes(modulePath).match(/RSDS([^]{16})/);
+  assert.ok(bytes(debugFile).includes(id));
+});
+
+test('the file names its product, its version and itself', () => {
+  const info = Buffer.alloc(4096);
+  windows('version', 'int GetFileVersionInfoW(str16, uint32, uint32, void*)')(modulePath, 0, info.length, info);
+  const query = windows('version', 'int VerQueryValueW(void*, str16, _Out_ str16*, _Out_ uint32*)');
+  const { name, version } = require('../../package.json');
+  for (const [key, expected] of Object.entries({ ProductName: name, FileVersion: version, ProductVersion: version,
+    OriginalFilename: 'borvanta-util.node' })) {
+    const [value, size] = [[null], [0]];
+    query(info, `\\StringFileInfo\\040904b0\\${key}`, value, size);
+    assert.equal(value[0], expected, key);
+  }
 });
 
 test('the module loads in a renamed host, and does not load in a process without Node-API', async (t) => {
