@@ -2,20 +2,22 @@
 // passed and failed.
 import { readdirSync } from 'node:fs';
 import path from 'node:path';
-import { build, buildWithClang, clangPackage } from './lib/build.mjs';
+import { build } from './lib/build.mjs';
 import { checkAll } from './lib/checks.mjs';
 import { report, reportTotals } from './lib/report.mjs';
 import { ensureTools, nodeVersions } from './lib/setup.mjs';
 import { onWindows, readArguments, root, runMain, SetupError } from './lib/shell.mjs';
 import { runTestFile } from './lib/test_file.mjs';
+import { makeClangFolder, makePackedFolder, testFolders } from './lib/test_folders.mjs';
 import { windowsNode } from './lib/windows.mjs';
 import { holdDesktop, stopWine, winePrefix } from './lib/wine.mjs';
 
 const usage =
-  `npm test -- [--node=${nodeVersions.join('|')}] [--build=shipped|clang] [--name=PATTERN] [--output] [PATH...]
+  `npm test -- [--node=${nodeVersions.join('|')}] [--build=shipped|clang|FOLDER] [--name=PATTERN] [--output] [PATH...]
   PATH      only test files whose path contains PATH (or one of several)
   --node    only in this release of Node.js for Windows
-  --build   only with the module that ships, or with the one that Clang built
+  --build   only with the module that ships, or with the one that Clang built; or with the build that "npm run package"
+            has packed into FOLDER, and then compiles nothing
   --name    only tests whose name matches this regular expression
   --output  shows also what passing tests print
 Without any of these, it also checks types, format, includes and common mistakes.`;
@@ -32,19 +34,17 @@ function testFiles(ending) {
  * The runs of all tests in Node.js for Windows: { name, file, version, build }. Clang's module is tested in the last
  * release only. A file with ".once" in its name runs in the last release only.
  */
-function scriptRuns() {
+function scriptRuns(builds) {
   const last = nodeVersions.at(-1);
-  const builds = [...nodeVersions.toReversed().map((version) => ({ version, build: 'shipped' })),
-    ...(onWindows ? [] : [{ version: last, build: 'clang' }])];
-  return builds.flatMap(({ version, build }) => testFiles('.test.js')
-    .filter((file) => version === last || !file.endsWith('.once.test.js'))
-    .map((file) => ({
-      name: `${file} in Node.js ${version}${build === 'clang' ? ', built by Clang' : ''}`, file, version, build })));
+  return builds.flatMap((build) => (build === 'clang' ? [last] : nodeVersions.toReversed())
+    .flatMap((version) => testFiles('.test.js')
+      .filter((file) => version === last || !file.endsWith('.once.test.js'))
+      .map((file) => ({
+        name: `${file} in Node.js ${version}${build === 'clang' ? ', built by Clang' : ''}`, file, version, build }))));
 }
 
 /** The runs of tests that need Debian, to run Windows programs in Wine or to read dumps with another debugger. */
 function hostRuns() {
-  if (onWindows) return [];
   return testFiles('.host.test.mjs').map((file) => ({ name: `${file} on the host`, file, build: 'shipped' }));
 }
 
@@ -52,40 +52,41 @@ await runMain(async () => {
   const text = { type: 'string' };
   const { values: only, positionals: paths } = readArguments(usage,
     { options: { node: text, build: text, name: text, output: { type: 'boolean' } }, allowPositionals: true });
-  const runs = [...hostRuns(), ...scriptRuns()].filter(({ file, version, build }) => (
+  const builds = onWindows ? ['shipped'] : ['shipped', 'clang'];
+  const packed = only.build && !builds.includes(only.build) && path.resolve(process.env.INIT_CWD ?? '.', only.build);
+  const all = packed ? scriptRuns(['packed']) : [...(onWindows ? [] : hostRuns()), ...scriptRuns(builds)];
+  const runs = all.filter(({ file, version, build }) => (
     (paths.length === 0 || paths.some((part) => file.includes(part)))
-    && (!only.node || version === only.node) && (!only.build || build === only.build)));
+    && (!only.node || version === only.node) && (packed || !only.build || build === only.build)));
   if (runs.length === 0) throw new SetupError(`No test file matches.\nUsage: ${usage}`);
 
-  ensureTools({ forTests: true });
+  ensureTools({ forTests: true, finished: packed });
   const prefixes = onWindows ? [] : lanes.map((lane) => winePrefix(lane));
-  await Promise.all([build({ tests: true }), ...prefixes]);
-  for (const version of nodeVersions) windowsNode(version);
+  await Promise.all([packed ? makePackedFolder(packed) : build({ tests: true }), ...prefixes]);
+  const standIns = path.join(packed ? testFolders.packed : root, 'build', 'mingw', 'runtime');
+  const nodes = Object.fromEntries(nodeVersions.map((version) => [version, windowsNode(version, standIns)]));
   // The Clang build and the checks run at the same time as the tests, which mostly wait. Their errors are thrown later,
   // where their results are awaited.
   const checksToo = paths.length === 0 && Object.keys(only).length === 0;
-  const clang = runs.some((run) => run.build === 'clang') ? buildWithClang() : Promise.resolve();
+  const clang = runs.some((run) => run.build === 'clang') ? makeClangFolder() : Promise.resolve();
   const checks = checksToo ? checkAll(clang) : Promise.resolve([]);
-  for (const beside of [clang, checks]) beside.catch(() => {});
+  for (const later of [clang, checks]) later.catch(() => {});
 
   async function runOne({ name, file, version, build: built }, lane) {
     if (built === 'clang') await clang;
-    // These tests load the package, and the package loads the module that lies in it.
-    const inPackage = /^tests\/(package|watchdog)\//.test(file);
-    const where = built !== 'clang' ? {} : inPackage ? { cwd: clangPackage } : { env: { BORVANTA_BUILD: 'clang' } };
-    const result = await runTestFile(version ? windowsNode(version) : process.execPath, file, {
-      lane, host: onWindows || !version, pattern: only.name, ...where });
+    const result = await runTestFile(version ? nodes[version] : process.execPath, file, {
+      lane, host: onWindows || !version, pattern: only.name, cwd: testFolders[built] });
     report({ name, ...result }, only.output);
   }
-  // The tests of the watchdog mostly wait and write no registry. So they run at the same time as all others, in the
-  // first lane's prefix.
-  const waits = ({ file }) => file.startsWith('tests/watchdog/');
-  const queues = [runs.filter(waits), runs.filter((run) => !waits(run))];
+  // The tests of the watchdog mostly wait and write no registry, and the second build runs at a low priority. So they run
+  // at the same time as all others, in the first lane's prefix.
+  const beside = ({ file }) => /^tests\/(watchdog|package\/two_builds)/.test(file);
+  const queues = [runs.filter(beside), runs.filter((run) => !beside(run))];
   async function runAll(queue, lane) {
     for (let next = queue.shift(); next; next = queue.shift()) await runOne(next, lane);
   }
   try {
-    if (!onWindows) await Promise.all(lanes.map((lane) => holdDesktop(lane, windowsNode())));
+    if (!onWindows) await Promise.all(lanes.map((lane) => holdDesktop(lane, nodes[nodeVersions.at(-1)])));
     await Promise.all([runAll(queues[0], lanes[0]), ...lanes.map((lane) => runAll(queues[1], lane))]);
   } finally {
     // If one lane has thrown, the others must not start another test in a prefix that is being stopped.

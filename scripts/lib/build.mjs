@@ -1,4 +1,4 @@
-import { cpSync, existsSync, mkdirSync, readFileSync, rmSync, symlinkSync } from 'node:fs';
+import { existsSync, readFileSync, rmSync } from 'node:fs';
 import path from 'node:path';
 import { onWindows, root, runBeside, say } from './shell.mjs';
 
@@ -36,22 +36,8 @@ export async function build({ tests = false } = {}) {
   await buildPreset(preset, tests ? [] : ['borvanta_util', 'runtime']);
 }
 
-/** A copy of the package and its tests, with Clang's module instead of the one that ships. */
-export const clangPackage = path.join(buildFolder('clang'), 'package');
-
 /** Builds with Clang, into build/clang, at a low priority, because tests run at the same time. */
-export async function buildWithClang() {
-  await buildPreset('clang', [], ['nice']);
-  rmSync(clangPackage, { recursive: true, force: true });
-  for (const part of ['lib', 'tests', 'package.json']) {
-    cpSync(path.join(root, part), path.join(clangPackage, part), { recursive: true });
-  }
-  const prebuilds = path.join(clangPackage, 'prebuilds', 'win32-x64');
-  mkdirSync(prebuilds, { recursive: true });
-  const module = 'borvanta-util.node';
-  cpSync(path.join(buildFolder('clang'), 'module', module), path.join(prebuilds, module));
-  symlinkSync(path.join(root, 'tools'), path.join(clangPackage, 'tools'));
-}
+export const buildWithClang = () => buildPreset('clang', [], ['nice']);
 
 /** Builds the module and the code that `npm run bench` compares it with. */
 export async function buildBench() {

@@ -26,17 +26,17 @@ const testPackages = {
 };
 
 /**
- * Installs the tools for building and running; with `forTests` also those for the tests. Throws a SetupError if the
- * user must do something first.
+ * Installs the tools for building and running; with `forTests` also those for the tests. With `finished`, installs only
+ * what tests of a finished build need. Throws a SetupError if the user must do something first.
  */
-export function ensureTools({ forTests = false } = {}) {
+export function ensureTools({ forTests = false, finished = false } = {}) {
   if (onWindows && forTests) ensureNoClient();
-  if (onWindows) ensureMsvc();
-  else {
-    ensureDebianPackages(forTests ? { ...buildPackages, ...testPackages } : buildPackages);
+  if (onWindows && !finished) ensureMsvc();
+  if (!onWindows) {
+    ensureDebianPackages(finished ? winePackages : { ...buildPackages, ...(forTests ? testPackages : {}) });
     ensureWine();
   }
-  ensureNpmPackages(root);
+  if (!finished) ensureNpmPackages(root);
   ensureNpmPackages(windowsNodeFolder, nodeVersions.map(windowsNodeFile));
 }
 
@@ -100,12 +100,13 @@ function ensureNpmPackages(folder, wanted = []) {
   writeFileSync(stamp, lock);
 }
 
-/** The releases of Node.js in which the module is tested. The last one is the default. */
-export const nodeVersions = ['18', '22', '24', '26'];
+/** The releases of Node.js in which tests run: the last one is the default. On Windows only the running one. */
+export const nodeVersions = onWindows ? [process.versions.node.split('.')[0]] : ['18', '22', '24', '26'];
 
 const windowsNodeFolder = path.join(root, 'tools', 'windows-node');
 
-/** The path of a release's node.exe, where npm installs it. */
+/** The path of a release's node.exe: where npm installs it, or on Windows the running one. */
 export function windowsNodeFile(version) {
+  if (onWindows) return process.execPath;
   return path.join(windowsNodeFolder, 'node_modules', `node${version}`, 'bin', 'node.exe');
 }

@@ -1,6 +1,6 @@
 // Runs Windows programs: directly on Windows, in Wine elsewhere.
 import { spawn } from 'node:child_process';
-import { copyFileSync, existsSync, linkSync, mkdirSync, readdirSync, rmSync, statSync } from 'node:fs';
+import { copyFileSync, existsSync, linkSync, mkdirSync, readdirSync, readFileSync, rmSync, statSync } from 'node:fs';
 import path from 'node:path';
 import { buildFolder } from './build.mjs';
 import { nodeVersions, windowsNodeFile } from './setup.mjs';
@@ -8,11 +8,13 @@ import { exitCode, onWindows, root } from './shell.mjs';
 import { runInWine } from './wine.mjs';
 
 /**
- * The path of a release's node.exe, in a folder together with the DLLs of tests/stand_ins/. A Windows program prefers
- * the DLLs of its own folder to those of the system.
+ * The path of a release's node.exe, in a folder together with the DLLs of tests/stand_ins/, which are in the folder
+ * `standIns`. A Windows program prefers the DLLs of its own folder to those of the system. On Windows there are no
+ * stand-ins.
  */
-export function windowsNode(version = nodeVersions.at(-1)) {
+export function windowsNode(version = nodeVersions.at(-1), standIns = path.join(buildFolder(), 'runtime')) {
   const source = windowsNodeFile(version);
+  if (onWindows) return source;
   const folder = path.join(root, 'build', 'windows', `node${version}`);
   const target = path.join(folder, 'node.exe');
   mkdirSync(folder, { recursive: true });
@@ -20,15 +22,14 @@ export function windowsNode(version = nodeVersions.at(-1)) {
     rmSync(target, { force: true });
     linkSync(source, target);
   }
-  const platform = path.join(buildFolder(), 'runtime');
-  if (!onWindows && existsSync(platform)) {
-    for (const name of readdirSync(platform)) copyIfNewer(path.join(platform, name), path.join(folder, name));
+  if (existsSync(standIns)) {
+    for (const name of readdirSync(standIns)) copyIfChanged(path.join(standIns, name), path.join(folder, name));
   }
   return target;
 }
 
-function copyIfNewer(from, to) {
-  if (!existsSync(to) || statSync(from).mtimeMs > statSync(to).mtimeMs) copyFileSync(from, to);
+function copyIfChanged(from, to) {
+  if (!existsSync(to) || !readFileSync(from).equals(readFileSync(to))) copyFileSync(from, to);
 }
 
 /**

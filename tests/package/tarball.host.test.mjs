@@ -1,8 +1,8 @@
-// Tests the package as a client gets it: packs it, installs it with npm into an empty project, loads it there in
-// Node.js for Windows, and compiles TypeScript that uses it. Runs in the build machine's Node.js.
+// Tests the tarballs of "npm run package", which ship. Installs the package with npm into an empty project, loads it
+// there in Node.js for Windows, and compiles TypeScript that uses it. Runs in the build machine's Node.js.
 import assert from 'node:assert/strict';
-import { spawnSync } from 'node:child_process';
-import { copyFileSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { execFileSync, spawnSync } from 'node:child_process';
+import { copyFileSync, mkdtempSync, readdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
 import test from 'node:test';
@@ -16,14 +16,17 @@ const run = (program, ...args) => spawnSync(program, args, options);
 const node = (...args) => run(process.execPath, ...args);
 const write = (name, text) => writeFileSync(path.join(project, name), text);
 
-// The module has just been built, so packing need not build it.
-const [{ filename, files }] = JSON.parse(run('npm', 'pack', root, '--ignore-scripts', '--json').stdout);
+node(path.join(root, 'scripts/package.mjs'));
+const packages = path.join(root, 'build/packages');
+const [debug, , tarball] = readdirSync(packages).filter((name) => name.endsWith('.tgz')).sort();
 write('package.json', '{ "private": true }');
 // Offline, so that the installation fails if the package needs another one.
-run('npm', 'install', '--offline', '--no-audit', '--no-fund', `./${filename}`);
-const names = files.map((file) => file.path);
+run('npm', 'install', '--offline', '--no-audit', '--no-fund', path.join(packages, tarball));
+const installed = path.join(project, 'node_modules/borvanta-util');
+const names = readdirSync(installed, { recursive: true, withFileTypes: true }).filter((file) => file.isFile())
+  .map((file) => path.relative(installed, path.join(file.parentPath, file.name)));
 const pages = names.filter((name) => name.endsWith('.md'))
-  .map((name) => [name, readFileSync(path.join(project, 'node_modules/borvanta-util', name), 'utf8')]);
+  .map((name) => [name, readFileSync(path.join(installed, name), 'utf8')]);
 
 test('the package has only the module, scripts, headers and pages, and all files that pages link to', () => {
   const wanted = /^(lib\/[\w./-]+|(docs\/)?[\w-]+\.md|package\.json|prebuilds\/win32-x64\/[\w-]+\.node|src\/.*\.h)$/;
@@ -31,6 +34,23 @@ test('the package has only the module, scripts, headers and pages, and all files
   const links = pages.flatMap(([page, text]) => [...text.matchAll(/\]\((?!https?:)([^)#]+)/g)]
     .map(([, link]) => path.join(path.dirname(page), link)));
   assert.deepEqual(links.filter((link) => !names.includes(link)), []);
+});
+
+test('the manifest is the client\'s, npm packs the same files again, and refuses to pack the repository', () => {
+  const manifest = JSON.parse(readFileSync(path.join(installed, 'package.json'), 'utf8'));
+  assert.equal(manifest.type, 'commonjs');
+  assert.deepEqual(['scripts', 'private', 'devDependencies'].filter((name) => name in manifest), []);
+  const [{ files }] = JSON.parse(run('npm', 'pack', installed, '--dry-run', '--json').stdout);
+  assert.deepEqual(files.map((file) => file.path).sort(), names.sort());
+  assert.match(run('npm', 'pack', root, '--dry-run').stdout, /^This is not what ships\./m);
+});
+
+test('the tarballs have the module and the debug file of the build', () => {
+  const built = (file) => readFileSync(path.join(root, 'prebuilds/win32-x64', file));
+  const module = 'prebuilds/win32-x64/borvanta-util.node';
+  assert.ok(readFileSync(path.join(installed, module)).equals(built('borvanta-util.node')));
+  const unpacked = execFileSync('tar', ['-xzOf', path.join(packages, debug)], { maxBuffer: 1 << 28 });
+  assert.ok(unpacked.equals(built('borvanta-util.node.debug')));
 });
 
 test('the package loads in Node.js for Windows, and on Linux throws that it runs on Windows only', () => {

@@ -12,14 +12,12 @@ const { promisify } = require('node:util');
 
 const root = path.resolve(__dirname, '..', '..');
 
-/** The tested build's folder: the one in build/ that BORVANTA_BUILD names, or else that of the build that ships. */
-const build = process.env.BORVANTA_BUILD;
-exports.buildFolder = [build ?? 'mingw', 'msvc'].map((name) => path.join(root, 'build', name))
+/** The folder with the programs of the tested build. scripts/lib/test_folders.mjs says where tests run. */
+exports.buildFolder = ['mingw', 'msvc', 'clang'].map((name) => path.join(root, 'build', name))
   .find((folder) => fs.existsSync(folder));
 
-/** The built module. */
-const folder = build ? path.join(exports.buildFolder, 'module') : path.join(root, 'prebuilds', 'win32-x64');
-exports.modulePath = path.join(folder, 'borvanta-util.node');
+/** The tested module. */
+exports.modulePath = path.join(root, 'prebuilds', 'win32-x64', 'borvanta-util.node');
 exports.load = () => require(exports.modulePath);
 
 /** Calls a function whose last parameter is a callback and resolves to the callback's argument. */

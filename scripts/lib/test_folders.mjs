@@ -1,0 +1,36 @@
+// The folders in which tests run. Tests load the package of their own folder: the checkout's, or a copy of the tests
+// beside another build.
+import { cpSync, mkdirSync, rmSync, symlinkSync } from 'node:fs';
+import path from 'node:path';
+import { buildFolder, buildWithClang } from './build.mjs';
+import { unpackPackages } from './packages.mjs';
+import { root, say } from './shell.mjs';
+
+/** The folder for each build: "shipped" is the checkout's own, "clang" is Clang's, "packed" is what tarballs hold. */
+export const testFolders = {
+  shipped: root, clang: path.join(buildFolder('clang'), 'tested'), packed: path.join(root, 'build', 'packed'),
+};
+
+function copyTests(folder) {
+  cpSync(path.join(root, 'tests'), path.join(folder, 'tests'), { recursive: true });
+  symlinkSync(path.join(root, 'tools'), path.join(folder, 'tools'), 'junction');
+}
+
+/** Builds with Clang and fills the folder "clang": the package with Clang's module, and Clang's test programs. */
+export async function makeClangFolder() {
+  await buildWithClang();
+  const folder = testFolders.clang;
+  rmSync(folder, { recursive: true, force: true });
+  for (const part of ['lib', 'package.json']) cpSync(path.join(root, part), path.join(folder, part), { recursive: true });
+  cpSync(path.join(buildFolder('clang'), 'module'), path.join(folder, 'prebuilds', 'win32-x64'), { recursive: true });
+  mkdirSync(path.join(folder, 'build', 'clang'), { recursive: true });
+  symlinkSync(path.join(buildFolder('clang'), 'targets'), path.join(folder, 'build', 'clang', 'targets'));
+  copyTests(folder);
+}
+
+/** Fills the folder "packed" from a folder that "npm run package" has made. */
+export function makePackedFolder(from) {
+  say(`Unpacking ${from}`);
+  unpackPackages(from, testFolders.packed);
+  copyTests(testFolders.packed);
+}
