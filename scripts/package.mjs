@@ -10,7 +10,7 @@ import { onWindows, readArguments, runMain, say, SetupError } from './lib/shell.
 
 await runMain(async () => {
   readArguments('npm run package');
-  if (onWindows) throw new SetupError('This command runs on Debian only: see "What each compiler is for", ARCHITECTURE.md.');
+  if (onWindows) throw new SetupError('This command runs on Debian only, where the module that ships is built.');
   ensureTools();
   await build({ tests: true });
   say(`Packed in build/packages:\n  ${makePackages().join('\n  ')}`);

@@ -36,7 +36,7 @@ function testFiles(ending) {
  */
 function scriptRuns(builds) {
   const last = nodeVersions.at(-1);
-  return builds.flatMap((build) => (build === 'clang' ? [last] : nodeVersions.toReversed())
+  return builds.flatMap((build) => (build === 'clang' ? [last] : [...nodeVersions].reverse())
     .flatMap((version) => testFiles('.test.js')
       .filter((file) => version === last || !file.endsWith('.once.test.js'))
       .map((file) => ({
@@ -78,8 +78,8 @@ await runMain(async () => {
       lane, host: onWindows || !version, pattern: only.name, cwd: testFolders[built] });
     report({ name, ...result }, only.output);
   }
-  // The tests of the watchdog mostly wait and write no registry, and the second build runs at a low priority. So they run
-  // at the same time as all others, in the first lane's prefix.
+  // The tests of the watchdog mostly wait and write no registry, and the second build has a low priority. So they all
+  // run at the same time as the others, in the first lane's prefix.
   const beside = ({ file }) => /^tests\/(watchdog|package\/two_builds)/.test(file);
   const queues = [runs.filter(beside), runs.filter((run) => !beside(run))];
   async function runAll(queue, lane) {

@@ -22,7 +22,7 @@ const npmPack = (from, to) => JSON.parse(
 const pack = (tarball, folder, ...files) => run('tar', ['--sort=name', '--mtime=@0', '--owner=0', '--group=0',
   '--numeric-owner', '--mode=644', '-I', 'gzip -n', '-cf', tarball, '-C', folder, ...files]);
 
-/** Unpacks a tarball. Its content comes by standard input, because some programs take "C:" for the name of a machine. */
+/** Unpacks a tarball. It is given as standard input, because GNU tar takes the "C:" of a path for a machine. */
 const unpack = (tarball, folder, ...options) => run('tar', ['-xzmf', '-', ...options],
   { cwd: folder, input: readFileSync(tarball), stdio: 'pipe' });
 

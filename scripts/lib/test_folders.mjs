@@ -11,9 +11,12 @@ export const testFolders = {
   shipped: root, clang: path.join(buildFolder('clang'), 'tested'), packed: path.join(root, 'build', 'packed'),
 };
 
+/** Copies the tests, and koffi, which they load from tools/. */
 function copyTests(folder) {
-  cpSync(path.join(root, 'tests'), path.join(folder, 'tests'), { recursive: true });
-  symlinkSync(path.join(root, 'tools'), path.join(folder, 'tools'), 'junction');
+  const modules = 'tools/windows-node/node_modules';
+  for (const part of ['tests', `${modules}/koffi`, `${modules}/@koromix`]) {
+    cpSync(path.join(root, part), path.join(folder, part), { recursive: true });
+  }
 }
 
 /** Builds with Clang and fills the folder "clang": the package with Clang's module, and Clang's test programs. */
@@ -21,8 +24,9 @@ export async function makeClangFolder() {
   await buildWithClang();
   const folder = testFolders.clang;
   rmSync(folder, { recursive: true, force: true });
-  for (const part of ['lib', 'package.json']) cpSync(path.join(root, part), path.join(folder, part), { recursive: true });
-  cpSync(path.join(buildFolder('clang'), 'module'), path.join(folder, 'prebuilds', 'win32-x64'), { recursive: true });
+  const copy = (from, to) => cpSync(from, path.join(folder, to), { recursive: true });
+  for (const part of ['lib', 'package.json']) copy(path.join(root, part), part);
+  copy(path.join(buildFolder('clang'), 'module'), 'prebuilds/win32-x64');
   mkdirSync(path.join(folder, 'build', 'clang'), { recursive: true });
   symlinkSync(path.join(buildFolder('clang'), 'targets'), path.join(folder, 'build', 'clang', 'targets'));
   copyTests(folder);

@@ -15,7 +15,7 @@ test('the module has the functions of index.d.ts in the same order, unnamed, as 
   }
 });
 
-test('the file exports three functions, imports from Windows only, is hardened, and has a debug file with its id', (t) => {
+test('the file exports three functions, imports from Windows only, is hardened, and its debug file has its id', (t) => {
   const system = scriptedSystem(t);
   const { exports, imports, dllCharacteristics } = system.executable;
   assert.deepEqual(exports, ['GetDbgHelpFunctions', 'napi_register_module_v1', 'node_api_module_get_api_version_v1']);
