@@ -1,6 +1,6 @@
 // npm run --silent symbolise -- REPORT.json [FOLDER...]: prints the stack trace of a jank report with functions and
 // source lines, for the modules whose debug information is in one of the folders (by default the folders of the build).
-// Runs on Debian and reads the debug information of GCC. docs/jank-report.md says what to use for a build by MSVC.
+// Runs on Debian. docs/jank-report.md says what to use elsewhere.
 import { readFileSync } from 'node:fs';
 import path from 'node:path';
 import { buildFolder } from './lib/build.mjs';
@@ -22,7 +22,7 @@ function readTrace(file) {
 }
 
 await runMain(() => {
-  // The tools are Debian's. They cannot read the debug information of MSVC.
+  // The tools are Debian's.
   if (onWindows) {
     throw new SetupError('This command runs on Debian only. On Windows, use llvm-symbolizer: see docs/jank-report.md.');
   }
