@@ -2,11 +2,9 @@
 
 #include <pdhmsg.h>
 
-#include <array>
 #include <cstddef>
 #include <memory>
 #include <new>
-#include <string_view>
 #include <type_traits>
 
 #include "gpu_usage/usage_accumulator.h"
@@ -35,29 +33,12 @@ PdhFunctions pdh;
 
 win::NeverDestroyed<Sampler> shared;
 
-/// Looks for pdh.dll where Windows looks for the imports of an add-on: first in the module's own folder.
-HMODULE LoadPdhLibrary() noexcept {
-  constexpr std::wstring_view kName = L"\\pdh.dll";
-  HMODULE self = nullptr;
-  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                     reinterpret_cast<LPCWSTR>(&pdh), &self);
-  std::array<wchar_t, MAX_PATH> path{};
-  const DWORD length = GetModuleFileNameW(self, path.data(), static_cast<DWORD>(path.size()));
-  const size_t folder = std::wstring_view(path.data(), length).rfind(L'\\');
-  if (folder != std::wstring_view::npos && folder + kName.size() < path.size()) {
-    path[folder + kName.copy(&path[folder], kName.size())] = L'\0';
-    const HMODULE library = LoadLibraryExW(path.data(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-    if (library) return library;
-  }
-  return LoadLibraryW(L"pdh.dll");
-}
-
 /// Loads PDH if it is not loaded yet; false if the system has no such library or the library lacks a function. PDH is
-/// not an import of the module, because most clients load the module long before they need PDH, and because the rest of
-/// the module must work without PDH. It is never unloaded, because a query may stay open until the process ends.
+/// not an import of the module, because the rest of the module must work without it. It is never unloaded, because a
+/// query may stay open until the process ends.
 bool LoadPdh() noexcept {
   if (pdh.openQuery) return true;
-  const HMODULE library = LoadPdhLibrary();
+  const HMODULE library = LoadLibraryExW(L"pdh.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
   PdhFunctions found;
   const auto find = [library](auto& function, const char* name) {
     function = win::GetFunction<std::remove_reference_t<decltype(function)>>(library, name);

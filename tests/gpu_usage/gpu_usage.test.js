@@ -122,7 +122,10 @@ test('bad arguments throw and start nothing; without PDH the result is an empty 
   for (const args of [[], [1, 2], ['1', 2, assert.fail], [1, '2', assert.fail], [1, 2n, assert.fail], [1, 2, {}]]) {
     assert.throws(() => system.util.getGpuUsage(...args), { name: 'TypeError', message: 'Invalid arg' });
   }
-  system.fail('LoadLibraryW');
+  system.play('LoadLibraryExW', (real, ...args) => {
+    assert.deepEqual(args, ['pdh.dll', null, 0x800 /* LOAD_LIBRARY_SEARCH_SYSTEM32 */]);
+    return null;
+  });
   system.util.initGpuUsage();
   assert.deepEqual([await sample(), await sample(), await newCalls(0)], [{}, {}, []]);
 });
