@@ -4,7 +4,7 @@ target_compile_options(borvanta_settings INTERFACE
   -Weverything
   # These warn about code that older standards of C++ do not accept. This is C++20.
   -Wno-c++98-compat -Wno-c++98-compat-pedantic -Wno-pre-c++14-compat -Wno-pre-c++17-compat
-  -Wno-pre-c++20-compat-pedantic
+  -Wno-pre-c++20-compat-pedantic -Wno-c++20-compat
   # System calls return and take pointers and their lengths separately.
   -Wno-unsafe-buffer-usage
   # Objects may have padding and live until the process ends, and a class may have its virtual table in several files.

@@ -11,7 +11,6 @@
 #include "jank/jank_report.h"
 #include "jank/minidump.h"
 #include "jank/stack_walk.h"
-#include "win/never_destroyed.h"
 #include "win/text.h"
 #include "win/unique_resource.h"
 
@@ -22,11 +21,11 @@ namespace {
 /// The width of these rights depends on _WIN32_WINNT.
 static_assert(PROCESS_ALL_ACCESS == 0x1FFFFF && THREAD_ALL_ACCESS == 0x1FFFFF);
 
-win::NeverDestroyed<DumpNameState> dumpNames;
+constinit DumpNameState dumpNames;
 
-/// The memory and the results of the work that is done while the thread is frozen. Allocated before the freeze. Freed
-/// only after the DbgHelp call lock has been left: if the thread could not be resumed, it may hold the heap's lock for
-/// ever, and then freeing memory waits for ever. With the call lock held, that would block every later capture too.
+/// The memory and the results of the work that is done while the thread is frozen. Freed only after the DbgHelp call
+/// lock has been left: if the thread could not be resumed, it may hold the heap's lock for ever, and then freeing memory
+/// waits for ever. With the call lock held, that would block every later capture too.
 struct FrozenWork {
   std::wstring dumpPath;
   WalkMemory walkMemory;
@@ -39,11 +38,11 @@ struct FrozenWork {
 };
 
 /// Suspends the thread, writes the dump, walks the stack and resumes the thread. Returns false if the thread cannot be
-/// suspended; then nothing has been written. While the thread is suspended, this module's own code takes nothing from
-/// the process heap. The caller holds the DbgHelp call lock.
+/// suspended; then nothing has been written. The caller holds the DbgHelp call lock. While the thread is suspended: No
+/// heap.
 bool WorkFrozen(const CaptureJankArgs& args, HANDLE process, HANDLE thread, const DumpNameChoice& choice,
                 FrozenWork& frozen) {
-  frozen.dumpPath = args.janksDir + win::AnsiToWide(choice.name.characters.data());
+  frozen.dumpPath = args.janksDir + win::AnsiToWide(choice.name.text.data());
 
   ThreadSuspension suspension(thread);
   if (!suspension) return false;
@@ -51,7 +50,7 @@ bool WorkFrozen(const CaptureJankArgs& args, HANDLE process, HANDLE thread, cons
     frozen.dumped = true;
   } else {
     frozen.dumped = WriteMiniDump(frozen.dumpPath, process, args.processId, args.threadId, frozen.dumpError);
-    dumpNames.object.Publish(choice.name, frozen.dumped);
+    dumpNames.Publish(choice.name, frozen.dumped);
   }
   frozen.stackTrace = WalkThreadStack(process, thread, frozen.walkMemory, frozen.walkError);
   frozen.resumed = suspension.Resume();
@@ -73,11 +72,11 @@ void CaptureThread(const DbgHelpFunctions& dbgHelp, const CaptureJankArgs& args,
     result.errorText = "Failed suspend thread";
     return;
   }
-  DumpNameChoice choice = dumpNames.object.FirstLook();
+  DumpNameChoice choice = dumpNames.Choose();
   bool suspended = false;
   {
     const DbgHelpGuard guard(dbgHelp);
-    dumpNames.object.SecondLook(choice);
+    dumpNames.Confirm(choice);
     suspended = WorkFrozen(args, process, thread.Get(), choice, frozen);
   }
   if (!suspended) {
@@ -89,7 +88,7 @@ void CaptureThread(const DbgHelpFunctions& dbgHelp, const CaptureJankArgs& args,
   result.dumpJankResult.errorText = frozen.dumpError;
   result.captureStackResult.stackTrace = frozen.stackTrace;
   result.captureStackResult.errorText = frozen.walkError;
-  WriteJankReport(args, std::string(choice.name.View()), result);
+  WriteJankReport(args, choice.name.text.data(), result);
 }
 
 }  // namespace
@@ -102,6 +101,7 @@ void RunCapture(const CaptureJankArgs& args, CaptureJankResult& result) {
     text->reserve(kLongestErrorText);
   }
   const DbgHelpFunctions* const dbgHelp = GetDbgHelpFunctions();
+  // Other native code can overwrite the table, so even these fields may be null.
   if (!dbgHelp || !dbgHelp->Lock || !dbgHelp->Unlock || !dbgHelp->SymInitialize || !dbgHelp->SymCleanup) {
     result.errorText = "Invalid dbghelp functions";
     return;

@@ -1,45 +1,44 @@
 #include "jank/dump_name.h"
 
-#include <ctime>
+#include <windows.h>
+
 #include <mutex>
 
 namespace jank {
 
 DumpName MakeDumpFileName() noexcept {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  // If the clock is outside the calendar's range, localtime_s stores fields that strftime does not accept.
-  if (localtime_s(&local, &now) != 0) {
-    local = std::tm{};
-    local.tm_mday = 1;
-    local.tm_year = 70;
-  }
-  // Not std::put_time: some standard libraries switch the process's locale for it. std::strftime writes numbers in the
-  // same way. The calendar ends with the year 3000, so the name always fits.
-  DumpName name;
-  std::strftime(name.characters.data(), name.characters.size(), "%Y-%m-%d %H-%M-%S.dmp", &local);
+  // Not the functions of the C library: they may allocate memory.
+  SYSTEMTIME now{};
+  GetLocalTime(&now);
+  DumpName name{.text = {"0000-00-00 00-00-00.dmp"}};
+  const auto write = [&name](size_t first, size_t last, unsigned number) {
+    for (size_t place = last + 1; place-- > first; number /= 10)
+      name.text[place] = static_cast<char>('0' + number % 10);
+  };
+  write(0, 3, now.wYear);
+  write(5, 6, now.wMonth);
+  write(8, 9, now.wDay);
+  write(11, 12, now.wHour);
+  write(14, 15, now.wMinute);
+  write(17, 18, now.wSecond);
   return name;
 }
 
-DumpNameChoice DumpNameState::FirstLook() noexcept {
-  // The name is made before the lock is taken: the conversion of the time may allocate memory.
-  const DumpName fresh = MakeDumpFileName();
+DumpNameChoice DumpNameState::Choose() noexcept {
   const std::lock_guard lock(lock_);
   if (!pendingDumpName_.IsEmpty()) return {.name = pendingDumpName_, .reuse = true};
-  return Choose(fresh);
+  return ChooseNew();
 }
 
-void DumpNameState::SecondLook(DumpNameChoice& choice) noexcept {
-  if (!choice.reuse) return;
-  const DumpName fresh = MakeDumpFileName();
+void DumpNameState::Confirm(DumpNameChoice& choice) noexcept {
   const std::lock_guard lock(lock_);
-  if (lastDumpName_ != choice.name) choice = Choose(fresh);
+  if (choice.reuse && lastDumpName_ != choice.name) choice = ChooseNew();
 }
 
-DumpNameChoice DumpNameState::Choose(const DumpName& fresh) noexcept {
-  pendingDumpName_ = fresh;
+DumpNameChoice DumpNameState::ChooseNew() noexcept {
+  pendingDumpName_ = MakeDumpFileName();
   lastDumpName_ = {};
-  return {.name = fresh, .reuse = false};
+  return {.name = pendingDumpName_, .reuse = false};
 }
 
 void DumpNameState::Publish(const DumpName& name, bool succeeded) noexcept {

@@ -1,24 +1,20 @@
 #pragma once
 
 #include <array>
-#include <string_view>
 
 #include "win/srw_lock.h"
 
 namespace jank {
 
-/// The file name of a dump, without its directory: 23 characters, or none in a fresh value. Takes nothing from the
-/// heap.
+/// The file name of a dump, without its directory: 23 characters, or none in a fresh value. No heap.
 struct DumpName {
-  /// NUL-terminated.
-  std::array<char, sizeof("2024-03-05 14-07-09.dmp")> characters{};
+  std::array<char, sizeof("2024-03-05 14-07-09.dmp")> text{};
 
-  bool IsEmpty() const noexcept { return characters[0] == '\0'; }
-  std::string_view View() const noexcept { return characters.data(); }
+  bool IsEmpty() const noexcept { return text[0] == '\0'; }
   bool operator==(const DumpName&) const = default;
 };
 
-/// The dump name for this moment in local time. Two calls within a second return the same name. Any thread.
+/// The dump name for this moment in local time. Two calls within a second return the same name. Any thread. No heap.
 DumpName MakeDumpFileName() noexcept;
 
 /// The dump file that a capture works with.
@@ -30,11 +26,7 @@ struct DumpNameChoice {
 
 /// Lets captures that overlap share one dump, because a minidump holds every thread of the process anyway. Captures of
 /// different processes share one too (docs/jank-report.md). One instance serves all captures of the process. Any
-/// thread. Lock order: the DbgHelp call lock is taken before this object's lock, never after it.
-///
-/// While one capture has a thread frozen, another one may be in FirstLook. So nothing is taken from the heap or given
-/// back to it under this object's lock: the frozen thread may hold the heap's own lock, and the two captures would then
-/// wait for each other for ever.
+/// thread. No heap. Lock order: the DbgHelp call lock is taken before this object's lock, never after it.
 ///
 /// A capture that fails before it publishes leaves its name pending. That does no harm: the next capture finds that the
 /// name was never published, and chooses a new one.
@@ -42,19 +34,19 @@ class DumpNameState {
  public:
   /// Called before the DbgHelp call lock is taken. Returns the name of the dump that is being written, or else a new
   /// name.
-  DumpNameChoice FirstLook() noexcept;
+  DumpNameChoice Choose() noexcept;
 
   /// Called with the DbgHelp call lock held: a capture that was writing a dump has published it by then. Confirms a
   /// reused name or replaces it by a new one. A new name means that this capture must write the dump itself.
-  void SecondLook(DumpNameChoice& choice) noexcept;
+  void Confirm(DumpNameChoice& choice) noexcept;
 
   /// Called after a capture has tried to write its own dump. If that succeeded, other captures may share the dump. Not
   /// called by a capture that reuses a dump.
   void Publish(const DumpName& name, bool succeeded) noexcept;
 
  private:
-  /// Makes `fresh` the pending name. The caller holds the lock.
-  DumpNameChoice Choose(const DumpName& fresh) noexcept;
+  /// Makes a new name and notes it as pending. The caller holds the lock.
+  DumpNameChoice ChooseNew() noexcept;
 
   win::SrwLock lock_;
   /// Chosen by a capture that has not yet published. Empty if there is none.

@@ -35,7 +35,7 @@ std::string MakeJankReport(const CaptureJankArgs& args, const std::string& dumpF
 }  // namespace
 
 void WriteJankReport(const CaptureJankArgs& args, const std::string& dumpFileName, CaptureJankResult& result) {
-  // Compatibility: the dump's ".dmp" stays inside the name. The client finds a report's dump by it.
+  // Compatibility: the dump's ".dmp" stays inside the name.
   std::string fileName = dumpFileName + "-" + std::to_string(args.threadId) + ".json";
   const win::UniqueFile file = CreateOutputFile(args.janksDir + win::AnsiToWide(fileName));
   if (!file) {

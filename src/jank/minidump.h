@@ -10,8 +10,7 @@ namespace jank {
 /// Writes a small minidump of a process to `path`, in place of an existing file, and marks `threadId` in it as the
 /// thread that stalled. Returns whether that succeeded. If not, `errorText` says why, and a partly written file stays.
 ///
-/// The caller holds the DbgHelp call lock. Runs while a thread is frozen, so this function's own code takes nothing
-/// from the process heap. But Windows may use the heap to create the file, and DbgHelp to write the dump.
+/// The caller holds the DbgHelp call lock. No heap.
 bool WriteMiniDump(const std::wstring& path, HANDLE process, DWORD processId, DWORD threadId,
                    std::string_view& errorText);
 

@@ -7,8 +7,7 @@
 namespace jank {
 
 /// Creates a file in the client's directory for writing, in place of an existing file. The result is false if that
-/// fails, or if the path has an embedded NUL, where Windows would cut the path off. This function's own code takes
-/// nothing from the heap. Any thread.
+/// fails, or if the path has an embedded NUL, where Windows would cut the path off. Any thread. No heap.
 inline win::UniqueFile CreateOutputFile(const std::wstring& path) noexcept {
   if (path.find(L'\0') != std::wstring::npos) return {};
   return win::UniqueFile(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS,

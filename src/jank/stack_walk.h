@@ -45,7 +45,7 @@ BOOL CALLBACK OnLoadedModule(PCWSTR moduleName, DWORD64 moduleBase, ULONG module
 /// If the stack cannot be walked, the result is empty and `errorText` says why. A walk that ends early is no error.
 ///
 /// The caller has suspended the thread, holds the DbgHelp call lock, and has started the symbol handler for `process`.
-/// This function's own code takes nothing from the process heap.
+/// No heap.
 std::string_view WalkThreadStack(HANDLE process, HANDLE thread, WalkMemory& memory, std::string_view& errorText);
 
 }  // namespace jank

@@ -148,7 +148,7 @@ async function overlap(t, answers) {
     results.push(capture.run(args));
     await capture.system.held(held);
     capture.field('Lock', capture.addresses.get('Lock'));
-    capture.time += 1;
+    capture.second += 1;
   }
   capture.system.mend('first');
   await results[0];
@@ -181,7 +181,7 @@ test('captures that do not overlap write a dump each, also after one that could 
   for (const suspended of [0, 0, failed, 0, failed]) {
     assert.equal(await firstFile(suspended), suspended === failed ? undefined : create(name)[1]);
   }
-  capture.time += 1;
+  capture.second += 1;
   assert.equal(await firstFile(0), create('2024-03-05 14-07-10.dmp')[1]);
 });
 

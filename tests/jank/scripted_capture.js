@@ -1,7 +1,7 @@
 'use strict';
 // Captures in a scripted system: a fresh copy of the module for which DbgHelp, the stalled thread, its process, the
 // time and all files are played. Nothing real is frozen or written.
-const { call, captureArgs, koffi, memoryAt, scriptedSystem, system: windows } = require('../support');
+const { call, captureArgs, koffi, memoryAt, scriptedSystem } = require('../support');
 const { declarations } = require('../support/declarations.js');
 
 const handles = exports.handles = { process: 0x7f0004n, thread: 0x7f0008n, dump: 0x7f000cn, report: 0x7f0010n };
@@ -52,7 +52,8 @@ const healthy = {
 exports.ScriptedCapture = class ScriptedCapture {
   /** The calls in order. Of the calls of one stack walk, only the first. */
   steps = [];
-  time = Date.UTC(2024, 2, 5, 13, 7, 9) / 1000;
+  /** The second of the local time 2024-03-05 14:07. */
+  second = 9;
   modules = [['C:\\a.dll', 0x10000, 0x1000], ['D:\\b\\c.exe', 0x20000, 0x1000]];
   frames = [0x10ABCn, 0x20010n, 0x99n];
   /** The addresses of DbgHelp's exports, by name. */
@@ -63,7 +64,9 @@ exports.ScriptedCapture = class ScriptedCapture {
    * there is null. If the answer of any other function is null, the real function is called.
    */
   constructor(t, answers) {
-    const facts = { GetProcessId: 5, GetProcessIdOfThread: 5, GetThreadId: 6, _time64: () => this.time };
+    const GetLocalTime = ([, time]) => [2024, 3, 2, 5, 14, 7, this.second, 999]
+      .forEach((part, index) => memoryAt(time, 16).writeUInt16LE(part, index * 2));
+    const facts = { GetProcessId: 5, GetProcessIdOfThread: 5, GetThreadId: 6, GetLocalTime };
     this.answers = { ...facts, ...healthy, ...answers };
     this.system = scriptedSystem(t);
     for (const name of Object.keys(this.answers)) {
@@ -131,7 +134,3 @@ exports.ScriptedCapture = class ScriptedCapture {
     return call(this.system.util.captureNativeJank, view(captureArgs({ processId: 5, threadId: 6, ...args })));
   }
 };
-
-// Sets the local time of the module's C runtime to one hour ahead of UTC.
-windows('msvcrt', 'int _putenv(str)')('TZ=ABC-1');
-windows('msvcrt', 'void _tzset()')();

@@ -48,7 +48,6 @@ const source = `
   int GetThreadContext(void*, void*)
   void* CreateFileW(str16, uint32, uint32, void*, uint32, uint32, void*)
   int WriteFile(void*, void*, uint32, void*, void*)
-  int64 _time64(void*)
   // addon, gpu_usage and process_list
   int SetThreadDescription(void*, str16)
   int PdhOpenQueryW(void*, size_t, void*)
