@@ -2,7 +2,6 @@
 
 #include <napi.h>
 
-#include <optional>
 #include <string>
 
 // Functions with which the handlers of all folders read and build script values. Script thread only.
@@ -29,11 +28,6 @@ inline std::wstring ToWide(const Napi::Value& text) {
 /// An empty string is no value.
 inline void SetIfPresent(const Napi::Object& object, const char* name, const std::string& utf8) {
   if (!utf8.empty()) object.Set(name, Napi::String::New(object.Env(), utf8));
-}
-
-/// An empty string in the optional is a value.
-inline void SetIfPresent(const Napi::Object& object, const char* name, const std::optional<std::string>& utf8) {
-  if (utf8) object.Set(name, Napi::String::New(object.Env(), *utf8));
 }
 
 /// Exactly 0 is no value. NaN is a value.

@@ -14,7 +14,6 @@ inline constexpr wchar_t kInstallKey[] = L"SOFTWARE\\Borvanta";
 /// Where the installer notes which version it has just installed.
 inline constexpr wchar_t kInstallNotesKey[] = L"SOFTWARE\\Borvanta\\version";
 
-/// Where crash marks are kept.
 inline constexpr wchar_t kMarkKey[] = L"SOFTWARE\\Borvanta\\mark";
 
 /// Opens one of the client's keys for `access`, always in the 32-bit view, because the installer writes there. Does not

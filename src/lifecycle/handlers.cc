@@ -47,16 +47,17 @@ Napi::Value RemoveOldVersion(const Napi::CallbackInfo& info) {
   if (info[0].Type() != napi_string) return addon::ThrowBadArgument(env, "Invalid path");
   if (info[1].Type() != napi_string) return addon::ThrowBadArgument(env, "Invalid version");
 
-  const auto gpuError = RemoveGpuPreference(addon::ToWide(info[0]));
-  gpuResult.Set("delSuccess", Napi::Boolean::New(env, !gpuError));
+  const std::string gpuError = RemoveGpuPreference(addon::ToWide(info[0]));
+  gpuResult.Set("delSuccess", Napi::Boolean::New(env, gpuError.empty()));
   addon::SetIfPresent(gpuResult, "errorText", gpuError);
 
   const auto version = info[1].As<Napi::String>();
   const std::string prefix(kFirewallRulePrefix);
   firewallResult.Set("firewallName", Napi::String::New(env, prefix + version.Utf8Value()));
-  const auto firewallError = RemoveFirewallRule(std::wstring(prefix.begin(), prefix.end()) + addon::ToWide(version));
-  firewallResult.Set("delSuccess", Napi::Boolean::New(env, !firewallError));
-  firewallResult.Set("errorText", Napi::String::New(env, firewallError.value_or("")));
+  const std::string firewallError =
+      RemoveFirewallRule(std::wstring(prefix.begin(), prefix.end()) + addon::ToWide(version));
+  firewallResult.Set("delSuccess", Napi::Boolean::New(env, firewallError.empty()));
+  firewallResult.Set("errorText", Napi::String::New(env, firewallError));
 
   result.Set("gpuPreferencesDelResult", gpuResult);
   result.Set("firewallDelResult", firewallResult);

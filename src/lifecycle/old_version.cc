@@ -21,29 +21,28 @@ std::string ErrorText(const char* step, HRESULT code) {
 
 }  // namespace
 
-std::optional<std::string> RemoveGpuPreference(const std::wstring& path) {
-  // Compatibility: the key is opened for query only, so Windows refuses the removal, and the client expects that
-  // answer. Unlike for the client's own keys, there is no flag for the 32-bit view, because this key belongs to
-  // Windows.
+std::string RemoveGpuPreference(const std::wstring& path) {
+  // Compatibility: the key is opened for query only, so Windows refuses the removal. Unlike for the client's own keys,
+  // there is no flag for the 32-bit view, because this key belongs to Windows.
   const auto preferences =
       win::RegistryKey::Open(HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\DirectX\\UserGpuPreferences", KEY_QUERY_VALUE);
   if (!preferences) return "Failed to open key";
   if (!preferences.DeleteValue(path.c_str())) return "Failed to delete key";
-  return std::nullopt;
+  return {};
 }
 
-std::optional<std::string> RemoveFirewallRule(const std::wstring& name) {
+std::string RemoveFirewallRule(const std::wstring& name) {
   win::UniqueCom<INetFwPolicy2> policy;
   HRESULT status = CoCreateInstance(kNetFwPolicy2, nullptr, CLSCTX_INPROC_SERVER, kINetFwPolicy2,
                                     reinterpret_cast<void**>(policy.Receive()));
-  // Compatibility: the error text names a function that was not called, and the client looks for this text.
+  // Compatibility: the error text names a function that was not called.
   if (FAILED(status)) return ErrorText("Fail to CoInitializeEx", status);
   win::UniqueCom<INetFwRules> rules;
   status = policy.Get()->get_Rules(rules.Receive());
   if (FAILED(status)) return ErrorText("Fail to get_Rules", status);
   status = rules.Get()->Remove(win::MakeBstr(name).Get());
   if (FAILED(status)) return ErrorText("Fail to Remove", status);
-  return std::nullopt;
+  return {};
 }
 
 }  // namespace lifecycle

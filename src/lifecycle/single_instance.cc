@@ -11,20 +11,22 @@ namespace lifecycle {
 
 namespace {
 
-/// Guards `claim` between script workers.
+/// Without a namespace prefix, so it belongs to the terminal session and other sessions do not see it. Compatibility:
+/// the name is kept as it is.
+constexpr char kMutexName[] = "__MUTEX_TESSARON_LIVE_EXE__";
+
 win::SrwLock claimLock;
 
 /// The handle of the last claim; null when there is none. Compatibility: this is a plain HANDLE, which closes nothing
 /// by itself. A second claim overwrites the handle of the first one without closing it, so the mutex stays until the
-/// process ends. The client relies on that.
+/// process ends.
 HANDLE claim = nullptr;
 
 }  // namespace
 
 bool ClaimSingleInstance() noexcept {
   const std::lock_guard guard(claimLock);
-  // The name has no namespace prefix, so it belongs to the terminal session and other sessions do not see it.
-  claim = CreateMutexA(nullptr, TRUE, "__MUTEX_TESSARON_LIVE_EXE__");
+  claim = CreateMutexA(nullptr, TRUE, kMutexName);
   if (GetLastError() == ERROR_ALREADY_EXISTS) return true;
   // Compatibility: a mutex that exists but that this user may not open counts as another instance. Any other failure
   // does not.

@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <mutex>
-#include <utility>
 
 #include "lifecycle/build_version.h"
 #include "lifecycle/client_registry.h"
@@ -40,12 +39,11 @@ bool RecordBootable(const std::string& executable) {
   return OpenClientKey(kInstallKey, KEY_SET_VALUE).WriteText(kLatestBootableVersion, win::AnsiToWide(executable));
 }
 
-/// The installer's note in the value `name`, when it names this version.
-std::optional<std::string> TakeInstallNote(const win::RegistryKey& notes, const wchar_t* name) {
+/// The installer's note in the value `name`. Empty if it does not name this version.
+std::string TakeInstallNote(const win::RegistryKey& notes, const wchar_t* name) {
   std::string version = win::WideToUtf8(notes.ReadText(name));
-  if (version != kBuildVersion) return std::nullopt;
-  // Compatibility: the key is open for query only, so Windows refuses the deletion and the note stays. The installer
-  // relies on that.
+  if (version != kBuildVersion) return {};
+  // Compatibility: the key is open for query only, so Windows refuses the deletion and the note stays.
   notes.DeleteValue(name);
   return version;
 }
@@ -58,8 +56,7 @@ StartupEntry EnterStartup() {
   entry.hasMask = crash_marks::hasMark(kStartupMark, kBuildVersion);
   if (entry.hasMask) {
     const auto install = OpenClientKey(kInstallKey, KEY_QUERY_VALUE);
-    std::string lastVersion = win::WideToUtf8(install.ReadText(kLatestBootableVersion));
-    if (!lastVersion.empty()) entry.lastVersion = std::move(lastVersion);
+    entry.lastVersion = win::WideToUtf8(install.ReadText(kLatestBootableVersion));
   } else {
     crash_marks::setMark(kStartupMark, kBuildVersion);
   }

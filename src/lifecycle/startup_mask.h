@@ -1,35 +1,33 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
 namespace lifecycle {
 
-/// These functions record the start-ups of this build, so that the client's launcher notices when one has crashed. All
-/// strings are UTF-8. When the registry or the file system fails, the answer lacks the part that needed it, and nothing
-/// is thrown. Each function throws std::bad_alloc when memory runs out. Any thread.
+// These functions record the start-ups of this build, so that the client's launcher notices when one has crashed. All
+// strings are UTF-8. When the registry or the file system fails, the string that needed it is empty, and nothing is
+// thrown. Each function throws std::bad_alloc when memory runs out. Any thread.
 
 struct StartupEntry {
-  /// True when a mark was found: an earlier start-up has not finished.
+  /// Whether this version's start-up mark was found: an earlier start-up has not finished.
   bool hasMask = false;
   /// The executable of the latest build that finished its start-up. Looked for only if `hasMask` is true.
-  std::optional<std::string> lastVersion;
+  std::string lastVersion;
 };
 
 /// Sets this version's start-up mark. A mark that is still set stays unchanged.
 StartupEntry EnterStartup();
 
-/// Clears this version's start-up mark.
 void ClearStartupMark();
 
 struct StartupRecord {
   /// This build's executable, when it has been recorded as the latest bootable one.
-  std::optional<std::string> writeRegVersion;
+  std::string writeRegVersion;
   /// This version, when the installer has noted a normal or a silent install of it.
-  std::optional<std::string> installVersion;
-  std::optional<std::string> silentVersion;
-  /// The folder of installed builds. Absent, like all the other fields, when the install key cannot be opened.
-  std::optional<std::string> deleteFolderPath;
+  std::string installVersion;
+  std::string silentVersion;
+  /// The folder of installed builds. Empty, like all the other fields, when the install key cannot be opened.
+  std::string deleteFolderPath;
 };
 
 /// Records this build's executable, if it exists, as the latest bootable one, and reads the installer's notes.
