@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <array>
+#include <bit>
 #include <mutex>
 #include <span>
 
@@ -39,15 +40,12 @@ bool IsInPeriod(std::span<const BYTE> periodEnd) noexcept {
   GetLocalTime(&now);
   FILETIME fileTime{};
   if (!SystemTimeToFileTime(&now, &fileTime)) return false;
-  ULARGE_INTEGER ticks{};
-  ticks.LowPart = fileTime.dwLowDateTime;
-  ticks.HighPart = fileTime.dwHighDateTime;
-  return ticks.QuadPart / 10000 <= last;
+  return std::bit_cast<uint64_t>(fileTime) / 10000 <= last;
 }
 
 bool Decide(FileSignature& signature) noexcept {
   // Compatibility: `module` is null when the module's file has another name. Then the resources and the signature of
-  // the host executable decide. Hosts that rename the file rely on this.
+  // the host executable decide.
   const HMODULE module = GetModuleHandleW(L"borvanta-util.node");
   const auto periodEnd = FindPeriodEnd(module);
   if (periodEnd.empty() || !IsInPeriod(periodEnd)) return false;

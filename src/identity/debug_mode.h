@@ -7,12 +7,11 @@
 
 namespace identity {
 
-/// Whether this copy of the module runs in debug mode. A debug build contains a resource with the end of its debug
-/// period. Until then, debug mode is on if the module's file is signed and unchanged. A release build has no such
-/// resource.
+/// Whether this copy of the module runs in debug mode. A build with a debug period has a resource with the period's end.
+/// Until then, debug mode is on if the module's file is signed and unchanged. Other builds have no such resource.
 class DebugMode {
  public:
-  /// The process's one instance. It exists until the process ends.
+  /// The process's one instance.
   static DebugMode& Instance();
 
   /// Returns true in debug mode. The first call decides, and blocks; every failure means false. The answer stays the

@@ -14,29 +14,26 @@ namespace identity {
 
 namespace {
 
-/// Compatibility: the letter before the first colon in this string is probed as a drive too. The string has no colon,
-/// so only drive C is probed. A colon would change existing identifiers.
+/// Compatibility: the letter before the first colon in this string is probed as a drive too. The string is kept as it
+/// is: it has no colon, so only drive C is probed.
 constexpr std::wstring_view kDriveAnchor = L"tessaron";
 
 constexpr size_t kMaxDiskLength = 40;
 constexpr size_t kMaxEscapedInput = 2048;
 
-/// The drives that are probed: C, and the letter before the first colon in `anchor` if it is another one. 0 means no
-/// drive.
-std::array<wchar_t, 2> DriveLetters(std::wstring_view anchor) {
-  std::array<wchar_t, 2> letters = {L'C', 0};
-  const size_t colon = anchor.find(L':');
-  if (colon == std::wstring_view::npos || colon == 0) return letters;
-  const wchar_t letter = anchor[colon - 1];
-  if (letter != L'C' && letter != L'c') letters[1] = letter;
-  return letters;
+/// The drives that are probed: C, and the letter before the anchor's first colon if it is another one. 0 means no drive.
+constexpr std::array<wchar_t, 2> DriveLetters() {
+  const size_t colon = kDriveAnchor.find(L':');
+  if (colon == std::wstring_view::npos || colon == 0) return {L'C'};
+  const wchar_t letter = kDriveAnchor[colon - 1];
+  return {L'C', letter == L'C' || letter == L'c' ? L'\0' : letter};
 }
 
 /// Runs `probe` for one drive after the other until it succeeds. Returns the field that `probe` filled in, or an empty
 /// field if it never succeeded.
 std::wstring ProbeDrives(bool (*probe)(wchar_t letter, std::wstring& field)) {
   std::wstring field;
-  for (const wchar_t letter : DriveLetters(kDriveAnchor)) {
+  for (const wchar_t letter : DriveLetters()) {
     if (letter && probe(letter, field)) break;
   }
   return field;

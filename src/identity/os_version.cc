@@ -26,7 +26,6 @@ constexpr std::array<GenerationName, 19> kGenerationNames = {{
     {OsGeneration::kServer, L"Server"},
 }};
 
-// The fields that this file compares with VerifyVersionInfoW.
 constexpr std::array<DWORD, 5> kVersionFields = {VER_MAJORVERSION, VER_MINORVERSION, VER_BUILDNUMBER,
                                                  VER_SERVICEPACKMAJOR, VER_PRODUCT_TYPE};
 
@@ -94,8 +93,7 @@ OsGeneration ClassifyOsGeneration() {
   if (IsVersionOrGreater(6, 1, 0)) return OsGeneration::k7;
   if (IsVersionOrGreater(6, 0, 0)) return OsGeneration::kVista;
   if (IsVersionOrGreater(5, 1, 0)) return OsGeneration::kXp;
-  // Compatibility: the test for a server is the last one, so a server is normally named by its version. The client
-  // expects that.
+  // Compatibility: the test for a server is the last one, so a server is normally named by its version.
   return IsServer() ? OsGeneration::kServer : OsGeneration::kUnknown;
 }
 

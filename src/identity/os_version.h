@@ -5,8 +5,8 @@
 
 namespace identity {
 
-/// The generations of Windows that have a name. ClassifyOsGeneration returns only some of them. The others are listed
-/// because code outside this module uses the same numbers.
+/// The generations of Windows that have a name. Compatibility: the list is complete, although ClassifyOsGeneration
+/// returns only some of them.
 enum class OsGeneration : int32_t {
   kUnknown = 0x1000,
   k32s = 0x1001,

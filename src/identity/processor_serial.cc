@@ -51,7 +51,7 @@ std::wstring ProcessorField() {
   // stay 0.
   if (win::CallUnderFaultGuard(&ExecuteCpuid, &version)) win::CallUnderFaultGuard(&ExecuteCpuid, &serial);
   if (!(version.edx & kSerialNumberFeature)) return L"0";
-  // Compatibility: existing identifiers have the signature (EAX) last, although it is the number's highest part.
+  // Compatibility: the signature (EAX) comes last, although it is the number's highest part.
   return UpperHex(serial.ecx, 8) + UpperHex(serial.edx, 8) + UpperHex(version.eax, 8);
 }
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstring>
 #include <vector>
@@ -35,17 +36,8 @@ std::wstring StringAt(std::span<const BYTE> buffer, DWORD offset) {
 
 /// The bytes of a handle's value as a string, up to the first zero byte.
 std::wstring HandleValueAsString(HANDLE handle) {
-  std::array<char, sizeof(handle)> bytes{};
-  std::memcpy(bytes.data(), &handle, sizeof(handle));
+  const auto bytes = std::bit_cast<std::array<char, sizeof(handle)>>(handle);
   return win::ThreadAnsiToWide(std::string(bytes.data(), strnlen(bytes.data(), bytes.size())));
-}
-
-/// Copies an enumeration's value that a driver has reported. Copies its bytes, because the value may be outside the
-/// enumeration.
-template <typename Enum>
-void CopyNumber(const Enum& value, uint32_t& number) {
-  static_assert(sizeof(value) == sizeof(number));
-  std::memcpy(&number, &value, sizeof(number));
 }
 
 bool QueryDeviceProperty(HANDLE device, DiskRecord& record) {
@@ -62,7 +54,7 @@ bool QueryDeviceProperty(HANDLE device, DiskRecord& record) {
 }
 
 /// Compatibility: if the driver answers this query, the serial number is the value of our handle, not the answer.
-/// Existing identifiers contain it. Drivers of fixed disks normally refuse the query.
+/// Drivers of fixed disks normally refuse the query.
 bool QueryMediaSerialNumber(HANDLE device, DiskRecord& record) {
   std::vector<BYTE> buffer(kBufferSize);
   DWORD returned = 0;
@@ -88,7 +80,8 @@ bool ProbeStorageProperty(const std::wstring& devicePath, DiskRecord& record) {
                        nullptr)) {
     return false;
   }
-  CopyNumber(geometry.MediaType, record.mediaType);
+  // Both enumerations come from a driver and may have a value that is none of theirs, so they are copied as bits.
+  record.mediaType = std::bit_cast<uint32_t>(geometry.MediaType);
   const bool hasDescription = QueryDeviceProperty(device.Get(), record);
   const bool hasMediaSerialNumber = QueryMediaSerialNumber(device.Get(), record);
   return hasDescription || hasMediaSerialNumber;
@@ -102,7 +95,7 @@ void ReadDeviceDescriptor(std::span<const BYTE> buffer, DiskRecord& record) {
   record.serialNumber = StringAt(buffer, descriptor.SerialNumberOffset);
   record.vendorId = StringAt(buffer, descriptor.VendorIdOffset);
   record.productRevision = StringAt(buffer, descriptor.ProductRevisionOffset);
-  CopyNumber(descriptor.BusType, record.busType);
+  record.busType = std::bit_cast<uint32_t>(descriptor.BusType);
 }
 
 }  // namespace identity

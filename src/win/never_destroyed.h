@@ -1,15 +1,12 @@
 #pragma once
 
-#include <utility>
-
 namespace win {
 
 /// A process-wide object whose destructor never runs. While the process ends, system calls are not safe, and a thread
 /// may have been stopped while it held the object's lock. The module is not unloaded earlier (addon/module.cc).
 template <typename Object>
 union NeverDestroyed {
-  template <typename... Arguments>
-  explicit NeverDestroyed(Arguments&&... arguments) : object(std::forward<Arguments>(arguments)...) {}
+  NeverDestroyed() : object() {}
   ~NeverDestroyed() {}
   NeverDestroyed(const NeverDestroyed&) = delete;
   NeverDestroyed& operator=(const NeverDestroyed&) = delete;

@@ -7,27 +7,24 @@
 namespace win {
 
 RegistryKey RegistryKey::Open(HKEY root, const wchar_t* path, REGSAM access) noexcept {
-  RegistryKey result;
-  HKEY key = nullptr;
-  if (RegOpenKeyExW(root, path, 0, access, &key) == ERROR_SUCCESS) result.key_.Reset(key);
-  return result;
+  RegistryKey key;
+  if (RegOpenKeyExW(root, path, 0, access, key.key_.Receive()) != ERROR_SUCCESS) return {};
+  return key;
 }
 
 RegistryKey RegistryKey::OpenAnsi(HKEY root, const char* path, REGSAM access) noexcept {
-  RegistryKey result;
-  HKEY key = nullptr;
-  if (RegOpenKeyExA(root, path, 0, access, &key) == ERROR_SUCCESS) result.key_.Reset(key);
-  return result;
+  RegistryKey key;
+  if (RegOpenKeyExA(root, path, 0, access, key.key_.Receive()) != ERROR_SUCCESS) return {};
+  return key;
 }
 
 RegistryKey RegistryKey::Create(HKEY root, const wchar_t* path, REGSAM access) noexcept {
-  RegistryKey result;
-  HKEY key = nullptr;
-  if (RegCreateKeyExW(root, path, 0, nullptr, REG_OPTION_NON_VOLATILE, access, nullptr, &key, nullptr) ==
+  RegistryKey key;
+  if (RegCreateKeyExW(root, path, 0, nullptr, REG_OPTION_NON_VOLATILE, access, nullptr, key.key_.Receive(), nullptr) !=
       ERROR_SUCCESS) {
-    result.key_.Reset(key);
+    return {};
   }
-  return result;
+  return key;
 }
 
 std::string RegistryKey::ReadAnsiText(const char* valueName) const {

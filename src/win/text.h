@@ -30,8 +30,7 @@ inline std::wstring AnsiToWide(const std::string& text) {
   return NarrowToWide(CP_ACP, text);
 }
 
-/// UTF-16 to the ANSI code page of the calling thread. Compatibility: the strings of src/identity are in this code
-/// page, but are passed to script as if they were UTF-8. The client has always got them in this way.
+/// UTF-16 to the ANSI code page of the calling thread. What script gets from it is plain ASCII, and so UTF-8 too.
 inline std::string WideToThreadAnsi(const std::wstring& text) {
   return WideToNarrow(CP_THREAD_ACP, text);
 }
