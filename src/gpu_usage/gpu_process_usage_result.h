@@ -33,8 +33,8 @@ struct EngineKind {
     double GpuProcessUsageResult::* value;
   };
 
-  /// The part of an instance's name that follows "engtype_", in lower case.
-  std::wstring_view engine;
+  /// What an instance of this kind has in its name, in lower case.
+  std::wstring_view marker;
   Sum gpuProc;
   Sum nativeProc;
   Sum sys;
@@ -42,35 +42,33 @@ struct EngineKind {
   bool GpuProcessUsageResult::* flag;
 };
 
-using Result = GpuProcessUsageResult;
-
 /// In the order in which script sees the properties.
 inline constexpr EngineKind kEngineKinds[] = {
-    {L"3d",
-     {"gpuProc3d", &Result::gpuProc3d},
-     {"nativeProc3d", &Result::nativeProc3d},
-     {"sys3d", &Result::sys3d},
+    {L"engtype_3d",
+     {"gpuProc3d", &GpuProcessUsageResult::gpuProc3d},
+     {"nativeProc3d", &GpuProcessUsageResult::nativeProc3d},
+     {"sys3d", &GpuProcessUsageResult::sys3d},
      "has3d",
-     &Result::has3d},
-    {L"videoencode",
-     {"gpuProcEnc", &Result::gpuProcEnc},
-     {"nativeProcEnc", &Result::nativeProcEnc},
-     {"sysEnc", &Result::sysEnc},
+     &GpuProcessUsageResult::has3d},
+    {L"engtype_videoencode",
+     {"gpuProcEnc", &GpuProcessUsageResult::gpuProcEnc},
+     {"nativeProcEnc", &GpuProcessUsageResult::nativeProcEnc},
+     {"sysEnc", &GpuProcessUsageResult::sysEnc},
      "hasEnc",
-     &Result::hasEnc},
-    {L"videodecode",
-     {"gpuProcDec", &Result::gpuProcDec},
-     {"nativeProcDec", &Result::nativeProcDec},
-     {"sysDec", &Result::sysDec},
+     &GpuProcessUsageResult::hasEnc},
+    {L"engtype_videodecode",
+     {"gpuProcDec", &GpuProcessUsageResult::gpuProcDec},
+     {"nativeProcDec", &GpuProcessUsageResult::nativeProcDec},
+     {"sysDec", &GpuProcessUsageResult::sysDec},
      "hasDec",
-     &Result::hasDec},
+     &GpuProcessUsageResult::hasDec},
     // The system spells this engine with a space.
-    {L"video codec",
-     {"gpuProcCod", &Result::gpuProcCod},
-     {"nativeProcCod", &Result::nativeProcCod},
-     {"sysCod", &Result::sysCod},
+    {L"engtype_video codec",
+     {"gpuProcCod", &GpuProcessUsageResult::gpuProcCod},
+     {"nativeProcCod", &GpuProcessUsageResult::nativeProcCod},
+     {"sysCod", &GpuProcessUsageResult::sysCod},
      "hasCod",
-     &Result::hasCod},
+     &GpuProcessUsageResult::hasCod},
 };
 
 }  // namespace gpu_usage

@@ -66,12 +66,11 @@ void Sampler::CounterTraits::Close(Value value) noexcept {
 
 void Sampler::OpenAndPrime() noexcept {
   if (!LoadPdh()) return;
-  // Compatibility: the status codes are ignored; only the handles show success. The client has always got its samples
-  // in this way.
+  // Compatibility: the status codes are ignored; only the handles show success.
   if (!query_) pdh.openQuery(nullptr, 0, query_.Receive());
   if (!query_) return;
-  // Compatibility: not PdhAddEnglishCounterW. On a Windows that has a translated name for this counter, the client has
-  // always got empty samples.
+  // Compatibility: not PdhAddEnglishCounterW, so samples are empty on a Windows that has a translated name for this
+  // counter.
   if (!counter_) pdh.addCounter(query_.Get(), kCounterPath, 0, counter_.Receive());
   if (!counter_) return;
   pdh.collectQueryData(query_.Get());

@@ -18,10 +18,9 @@ class UsageAccumulator {
   /// lower case do not matter. An instance of another engine kind (copy, compute) is ignored. Throws std::bad_alloc.
   ///
   /// Compatibility: a process is found by "pid_" and its id anywhere in the name, no matter which character follows. So
-  /// id 12 also counts the instances of process 123, and the client's figures have always included them.
+  /// id 12 also counts the instances of process 123.
   void Add(const wchar_t* instanceName, double value);
 
-  /// The sums and flags so far.
   const GpuProcessUsageResult& Result() const noexcept { return result_; }
 
  private:
