@@ -7,7 +7,9 @@ target_compile_definitions(borvanta_settings INTERFACE
 if(MSVC)
   set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
   target_compile_definitions(borvanta_settings INTERFACE _CRT_SECURE_NO_WARNINGS)
-  target_compile_options(borvanta_settings INTERFACE /W4 /WX /permissive- /utf-8 /Zc:__cplusplus /EHsc /guard:cf)
+  # C4702, unreachable code, comes from the code generator, which also warns about the headers of other projects.
+  target_compile_options(borvanta_settings INTERFACE
+    /W4 /WX /wd4702 /permissive- /utf-8 /Zc:__cplusplus /EHsc /guard:cf)
   target_link_options(borvanta_settings INTERFACE
     /WX /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT /GUARD:CF /CETCOMPAT
     # /OPT:REF and /OPT:ICF exclude incremental linking, which debug information would otherwise turn on.

@@ -1,5 +1,4 @@
-# node_api: the headers of Node-API and node-addon-api, and an import library for the Node-API functions, which
-# src/addon/node_api_binding.cc binds to the host of Node.js when the module is loaded.
+# node_api: the headers of Node-API and node-addon-api, and an import library for the Node-API functions.
 set(node_modules ${CMAKE_SOURCE_DIR}/node_modules)
 if(NOT EXISTS ${node_modules}/node-addon-api/napi.h)
   message(FATAL_ERROR "node-addon-api is missing: run 'npm ci' first.")
@@ -37,5 +36,3 @@ endif()
 add_custom_target(node_api_import_library DEPENDS ${import_library})
 add_dependencies(node_api node_api_import_library)
 target_link_libraries(node_api INTERFACE ${import_library})
-# Every target that links node_api needs the code that binds its functions.
-target_sources(node_api INTERFACE ${CMAKE_SOURCE_DIR}/src/addon/node_api_binding.cc)

@@ -1,10 +1,10 @@
 #include "native/frozen_time.h"
 
 #include <atomic>
+#include <chrono>
 #include <vector>
 
 #include "jank/dbghelp_functions.h"
-#include "native/ticks.h"
 #include "native/import_patch.h"
 #include "win/get_function.h"
 #include "win/unique_resource.h"
@@ -13,17 +13,20 @@ namespace bench {
 
 namespace {
 
-double suspendedAt = 0;
-std::atomic<double> frozenTime = 0;
+using std::chrono::steady_clock;
+using Nanoseconds = std::chrono::duration<double, std::nano>;
+
+steady_clock::time_point suspendedAt;
+std::atomic<Nanoseconds> frozenTime{};
 
 DWORD WINAPI NoteSuspend(HANDLE thread) {
-  suspendedAt = NowInNanoseconds();
+  suspendedAt = steady_clock::now();
   return SuspendThread(thread);
 }
 
 DWORD WINAPI NoteResume(HANDLE thread) {
   const DWORD result = ResumeThread(thread);
-  frozenTime = NowInNanoseconds() - suspendedAt;
+  frozenTime = steady_clock::now() - suspendedAt;
   return result;
 }
 
@@ -76,7 +79,7 @@ void WatchFrozenTime() {
 }
 
 double LatestFrozenTime() {
-  return frozenTime;
+  return frozenTime.load().count();
 }
 
 BareCapture CaptureBare(DWORD processId, DWORD threadId, const std::wstring& path) {
@@ -86,15 +89,15 @@ BareCapture CaptureBare(DWORD processId, DWORD threadId, const std::wstring& pat
   const win::UniqueHandle thread(OpenThread(THREAD_ALL_ACCESS, FALSE, threadId));
   dbgHelp.SymInitialize(process.Get(), nullptr, TRUE);
 
-  const double start = NowInNanoseconds();
+  const auto start = steady_clock::now();
   SuspendThread(thread.Get());
   const bool dumped = Dump(dbgHelp, process.Get(), processId, threadId, path);
   const size_t frames = Walk(dbgHelp, process.Get(), thread.Get());
   ResumeThread(thread.Get());
-  const double frozen = NowInNanoseconds() - start;
+  const Nanoseconds frozen = steady_clock::now() - start;
 
   dbgHelp.SymCleanup(process.Get());
-  return {.nanoseconds = dumped && frames > 0 ? frozen : 0, .frames = frames};
+  return {.nanoseconds = dumped && frames > 0 ? frozen.count() : 0, .frames = frames};
 }
 
 }  // namespace bench

@@ -1,16 +1,19 @@
 #include "native/usage_sums.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cwchar>
 #include <cwctype>
 
 #include "gpu_usage/usage_accumulator.h"
-#include "native/ticks.h"
 
 namespace bench {
 
 namespace {
+
+using std::chrono::steady_clock;
+using Nanoseconds = std::chrono::duration<double, std::nano>;
 
 constexpr int32_t kNativePid = 1000;
 constexpr int32_t kGpuPid = 1008;
@@ -52,7 +55,7 @@ std::vector<Instance> MakeInstances(size_t count) {
 
 TimedSums SumWithAccumulator(const std::vector<Instance>& instances, size_t rounds) {
   TimedSums timed;
-  const double start = NowInNanoseconds();
+  const auto start = steady_clock::now();
   for (size_t round = 0; round < rounds; ++round) {
     gpu_usage::UsageAccumulator accumulator(kNativePid, kGpuPid);
     for (const Instance& instance : instances)
@@ -62,13 +65,13 @@ TimedSums SumWithAccumulator(const std::vector<Instance>& instances, size_t roun
                   sums.gpuProcDec + sums.nativeProcDec + sums.sysDec + sums.gpuProcCod + sums.nativeProcCod +
                   sums.sysCod;
   }
-  timed.nanoseconds = NowInNanoseconds() - start;
+  timed.nanoseconds = Nanoseconds(steady_clock::now() - start).count();
   return timed;
 }
 
 TimedSums SumBare(const std::vector<Instance>& instances, size_t rounds) {
   TimedSums timed;
-  const double start = NowInNanoseconds();
+  const auto start = steady_clock::now();
   for (size_t round = 0; round < rounds; ++round) {
     std::array<Sums, 4> sums{};
     for (const Instance& instance : instances)
@@ -77,7 +80,7 @@ TimedSums SumBare(const std::vector<Instance>& instances, size_t rounds) {
     for (const auto& [native, gpu, system] : sums)
       timed.total += native + gpu + system;
   }
-  timed.nanoseconds = NowInNanoseconds() - start;
+  timed.nanoseconds = Nanoseconds(steady_clock::now() - start).count();
   return timed;
 }
 

@@ -36,11 +36,11 @@ struct BackgroundFunction {
 /// | called  | none: freed after the callback         | Node.js                           | none                   |
 /// | ended   | none, or the worker until it delivers  | Node.js                           | none                   |
 ///
-/// Deliver sets the state "queued" or "refused", OnScriptThread sets "called", and OnEnvironmentEnd sets "ended".
-/// OnEnvironmentEnd is a clean-up hook of the environment. Hooks run in the reverse order of their registration, so it
-/// runs before Node.js' own hook for the thread-safe function. Node.js' hook frees the function. Some releases of
-/// Node.js free it even if the worker has not released it yet, so the worker must not use the function after
-/// OnEnvironmentEnd.
+/// Deliver sets the state "queued", or "refused" if there is no memory for the queue's item. OnScriptThread sets
+/// "called", and OnEnvironmentEnd sets "ended". OnEnvironmentEnd is a clean-up hook of the environment. Hooks run in the
+/// reverse order of their registration, so it runs before Node.js' own hook, which closes the thread-safe function and
+/// frees it. So the function is never closed while Deliver uses it. Some releases of Node.js free it even if the worker
+/// has not released it yet, so the worker must not use it after OnEnvironmentEnd.
 template <typename Record>
 class BackgroundCall {
  public:
@@ -64,8 +64,8 @@ class BackgroundCall {
   }
 
   /// Queues the record to the script thread. A null record means that it could not be allocated; the callback then gets
-  /// a default-constructed one. If the environment is closing, or if there is no memory for the queue's own item,
-  /// Deliver frees the record and the callback never runs. Worker thread, once.
+  /// a default-constructed one. If there is no memory for the queue's own item, Deliver frees the record and the
+  /// callback never runs. Called once. Any thread.
   void Deliver(std::unique_ptr<Record> record) noexcept {
     // The lock must cover both the queueing and the release: as soon as OnScriptThread or OnEnvironmentEnd has
     // returned, Node.js may free the thread-safe function. Both wait for this lock on the script thread. That cannot
@@ -74,15 +74,12 @@ class BackgroundCall {
     if (!isWorking_) return;
     isWorking_ = false;
     record_ = std::move(record);
-    napi_status status = napi_generic_failure;
     try {
-      status = threadSafeFunction_.NonBlockingCall(this, &OnScriptThread);
+      threadSafeFunction_.NonBlockingCall(this, &OnScriptThread);
     } catch (const std::bad_alloc&) {
-      // There is no memory for the queue's item: the call ends without its callback.
+      record_.reset();
     }
-    if (status != napi_ok) record_.reset();
-    // napi_closing: the environment is closing, and Node.js has released the function already.
-    if (status != napi_closing) threadSafeFunction_.Release();
+    threadSafeFunction_.Release();
   }
 
  private:
@@ -114,7 +111,7 @@ class BackgroundCall {
 
   Napi::Value (*const toScript_)(Napi::Env env, const Record& record);
   Napi::ThreadSafeFunction threadSafeFunction_;
-  /// Only the script thread touches it.
+  /// Only for the script thread.
   std::shared_ptr<BackgroundCall> self_;
 
   /// Guards the members below. An SrwLock also works after memory has run out.
@@ -123,7 +120,7 @@ class BackgroundCall {
   std::unique_ptr<Record> record_;
 };
 
-/// Runs `work(Record&)` on a worker thread. Later, on the script thread, calls `callback` with one argument: the value
+/// Runs `work(Record&)` on a worker. Later, on the script thread, calls `callback` with one argument: the value
 /// that `function.toScript` makes of the record. The receiver (`this`) is `undefined`. Calls may overlap; callbacks
 /// come in the order in which the workers finish. An exception that the callback throws is passed on to Node.js, which
 /// decides what happens next.

@@ -20,7 +20,8 @@ void SetCurrentThreadName(const char* name) noexcept;
 template <typename Work>
 void StartWorker(const char* threadName, Work work) {
   // MinGW-w64's thread library has a defect: if a thread ends while it is being detached, the next two threads share
-  // one record, and one of them runs the other's work. So the new thread waits here until it has been detached.
+  // one record, and one of them runs the other's work. So the new thread first takes this lock, which it gets only when
+  // it has been detached.
   const auto gate = std::make_shared<win::SrwLock>();
   const std::lock_guard detaching(*gate);
   std::thread([threadName, work = std::move(work), gate]() mutable noexcept {
