@@ -1,5 +1,5 @@
 // One of many small processes for the process list: "waiter PROCESSID" waits until that process has ended. It has no
-// run-time library and no console, so that hundreds of them cost little.
+// C library and no console, so that hundreds of them cost little.
 
 #include <windows.h>
 

@@ -37,10 +37,10 @@ struct BackgroundFunction {
 /// | ended   | none, or the worker until it delivers  | Node.js                           | none                   |
 ///
 /// Deliver sets the state "queued", or "refused" if there is no memory for the queue's item. OnScriptThread sets
-/// "called", and OnEnvironmentEnd sets "ended". OnEnvironmentEnd is a clean-up hook of the environment. Hooks run in the
-/// reverse order of their registration, so it runs before Node.js' own hook, which closes the thread-safe function and
-/// frees it. So the function is never closed while Deliver uses it. Some releases of Node.js free it even if the worker
-/// has not released it yet, so the worker must not use it after OnEnvironmentEnd.
+/// "called", and OnEnvironmentEnd sets "ended". OnEnvironmentEnd is a clean-up hook of the environment. Hooks run in
+/// the reverse order of their registration, so it runs before Node.js' own hook, which closes the thread-safe function
+/// and frees it. So the function is never closed while Deliver uses it. Some releases of Node.js free it even if the
+/// worker has not released it yet, so the worker must not use it after OnEnvironmentEnd.
 template <typename Record>
 class BackgroundCall {
  public:

@@ -12,8 +12,8 @@ namespace gpu_usage {
 
 namespace {
 
-/// Compatibility: a kind that was not seen has no properties, not even a flag that is false, and a sum of exactly zero is
-/// left out.
+/// Compatibility: a kind that was not seen has no properties, not even a flag that is false, and a sum of exactly zero
+/// is left out.
 Napi::Value ToScript(Napi::Env env, const GpuProcessUsageResult& result) {
   const auto usage = Napi::Object::New(env);
   for (const EngineKind& kind : kEngineKinds) {

@@ -7,8 +7,9 @@
 
 namespace identity {
 
-/// Whether this copy of the module runs in debug mode. A build with a debug period has a resource with the period's end.
-/// Until then, debug mode is on if the module's file is signed and unchanged. Other builds have no such resource.
+/// Whether this copy of the module runs in debug mode. A build with a debug period has a resource with the end of that
+/// period. Until then, debug mode is on if the module's file is signed and unchanged. Other builds have no such
+/// resource.
 class DebugMode {
  public:
   /// The process's one instance.

@@ -11,7 +11,6 @@ namespace identity {
 
 /// What one probe has read from a disk. A string is empty and a number is 0 if the disk did not report it.
 struct DiskRecord {
-  /// The path of the device that was opened.
   std::wstring devicePath;
   std::wstring serialNumber;
   /// Model and vendor. Only the storage-property probe fills them in.

@@ -21,7 +21,7 @@ constexpr std::wstring_view kDriveAnchor = L"tessaron";
 constexpr size_t kMaxDiskLength = 40;
 constexpr size_t kMaxEscapedInput = 2048;
 
-/// The drives that are probed: C, and the letter before the anchor's first colon if it is another one. 0 means no drive.
+/// The drives that are probed: C, and the letter before the anchor's first colon if it is another one. 0 is no drive.
 constexpr std::array<wchar_t, 2> DriveLetters() {
   const size_t colon = kDriveAnchor.find(L':');
   if (colon == std::wstring_view::npos || colon == 0) return {L'C'};

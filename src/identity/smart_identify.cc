@@ -26,7 +26,6 @@ constexpr uint16_t kFixedDevice = 0x40;
 constexpr uint16_t kRemovableMedia = 0x80;
 constexpr DWORD kMaxOutputLength = 545;
 
-/// The differences between the two probes.
 struct Variant {
   DWORD shareMode;
   bool needsIdeDevice;

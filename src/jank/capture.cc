@@ -24,8 +24,8 @@ static_assert(PROCESS_ALL_ACCESS == 0x1FFFFF && THREAD_ALL_ACCESS == 0x1FFFFF);
 constinit DumpNameState dumpNames;
 
 /// The memory and the results of the work that is done while the thread is frozen. Freed only after the DbgHelp call
-/// lock has been left: if the thread could not be resumed, it may hold the heap's lock for ever, and then freeing memory
-/// waits for ever. With the call lock held, that would block every later capture too.
+/// lock has been left: if the thread could not be resumed, it may hold the heap's lock for ever, and then freeing
+/// memory waits for ever. With the call lock held, that would block every later capture too.
 struct FrozenWork {
   std::wstring dumpPath;
   WalkMemory walkMemory;
@@ -101,7 +101,7 @@ void RunCapture(const CaptureJankArgs& args, CaptureJankResult& result) {
     text->reserve(kLongestErrorText);
   }
   const DbgHelpFunctions* const dbgHelp = GetDbgHelpFunctions();
-  // Other native code can overwrite the table, so even these fields may be null.
+  // Other code may have overwritten the table.
   if (!dbgHelp || !dbgHelp->Lock || !dbgHelp->Unlock || !dbgHelp->SymInitialize || !dbgHelp->SymCleanup) {
     result.errorText = "Invalid dbghelp functions";
     return;

@@ -11,7 +11,7 @@ struct CaptureJankArgs {
   /// The process to capture and its stalled thread.
   uint32_t processId = 0;
   uint32_t threadId = 0;
-  /// The kind of jank in the client's own words.
+  /// The kind of stall in the client's own words.
   std::string jankType;
   /// The directory for the dump and the report. File names are appended without a separator, so it must end with a
   /// backslash.
@@ -26,7 +26,6 @@ struct CaptureJankArgs {
   uint32_t duration = 0;
 };
 
-/// A part of the client's request.
 template <typename Value>
 struct CaptureField {
   /// The property of the script object.

@@ -9,7 +9,6 @@
 
 namespace jank {
 
-/// Holds the DbgHelp call lock.
 class DbgHelpGuard {
  public:
   explicit DbgHelpGuard(const DbgHelpFunctions& dbgHelp) : dbgHelp_(dbgHelp) { dbgHelp_.Lock(); }

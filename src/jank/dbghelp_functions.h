@@ -14,8 +14,9 @@
 ///
 /// Compatibility: other native code of the client reads this table by the order of its fields.
 ///
-/// In a table that GetDbgHelpFunctions returns, SymInitialize, SymCleanup, Lock and Unlock are never null. Any other
-/// field is null if the loaded DbgHelp lacks that function, so check those that you need.
+/// In a table that GetDbgHelpFunctions returns, SymInitialize, SymCleanup, Lock and Unlock are not null, unless other
+/// code has overwritten them. Any other field is null if the loaded DbgHelp lacks that function, so check those that
+/// you need.
 struct DbgHelpFunctions {
   decltype(&::SymInitialize) SymInitialize;
   decltype(&::SymCleanup) SymCleanup;
@@ -30,8 +31,6 @@ struct DbgHelpFunctions {
   /// Enters the DbgHelp call lock. DbgHelp must not be called by two threads at once: put every call, or series of
   /// calls, between Lock and Unlock. A thread that holds the lock may enter it again.
   void (*Lock)();
-
-  /// Leaves the DbgHelp call lock.
   void (*Unlock)();
 };
 

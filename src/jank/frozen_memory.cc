@@ -25,7 +25,6 @@ std::byte* FrozenMemory::Extend(size_t bytes) noexcept {
   return added;
 }
 
-/// Makes sure that the first `bytes` bytes can be used.
 bool FrozenMemory::Commit(size_t bytes) noexcept {
   if (!base_) return false;
   if (bytes <= committed_) return true;

@@ -10,9 +10,9 @@
 namespace jank {
 
 /// Memory for the time in which a thread is frozen. It is there for clients that capture a thread of their own process,
-/// although docs/api.md advises against that: the thread may hold the heap's lock, and an allocation from the heap would
-/// then wait for ever. This memory comes from the system page by page. It grows in place, never moves, and is given back
-/// as a whole by the destructor. One thread.
+/// although docs/api.md advises against that: the thread may hold the heap's lock, and an allocation from the heap
+/// would then wait for ever. This memory comes from the system page by page. It grows in place, never moves, and is
+/// given back as a whole by the destructor. One thread.
 class FrozenMemory {
  public:
   /// Reserves the address space and commits the first pages. False if the system refuses that.

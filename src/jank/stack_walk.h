@@ -9,7 +9,6 @@
 
 namespace jank {
 
-/// A loaded module of the target process.
 struct ModuleRange {
   /// The file name without its directory, in the system's ANSI code page. Characters outside it are replaced.
   std::string_view name;
@@ -24,7 +23,6 @@ struct ModuleList {
   FrozenArray<char> names;
 };
 
-/// The memory of one walk.
 struct WalkMemory {
   ModuleList modules;
   FrozenArray<char> trace;

@@ -29,7 +29,6 @@ struct BstrTraits {
   static void Close(Value value) noexcept { SysFreeString(value); }
 };
 
-/// A string of COM automation.
 using UniqueBstr = UniqueResource<BstrTraits>;
 
 /// A copy of the whole of `text`, embedded NULs included. Throws std::bad_alloc. Any thread.

@@ -15,7 +15,7 @@ static int BorvantaCallUnderFaultGuard(void (*function)(void*), void* argument) 
 
 #else
 
-// GCC has no __try, but its assembler can describe the same thing. The exceptions of this frame go to the C runtime's
+// GCC has no __try, but its assembler can describe the same thing. The exceptions of this frame go to the C library's
 // handler, __C_specific_handler. The handler's table has one entry: after any exception between .LguardBegin and
 // .LguardEnd, continue at .LguardFaulted. So the system itself unwinds the stack, as it does for __try. A jump out of a
 // vectored handler would be worse: Windows would go on treating its list of handlers as in use, and a processor with

@@ -29,7 +29,6 @@ class UniqueResource {
   UniqueResource(const UniqueResource&) = delete;
   UniqueResource& operator=(const UniqueResource&) = delete;
 
-  /// True when there is a resource to use (and to close).
   explicit operator bool() const noexcept { return value_ != Traits::Invalid(); }
 
   /// The resource, still owned by this object.
@@ -79,7 +78,6 @@ using UniqueHandle = UniqueResource<KernelHandleTraits>;
 /// A file, device or snapshot, whose opening function fails with INVALID_HANDLE_VALUE.
 using UniqueFile = UniqueResource<FileHandleTraits>;
 
-/// A DLL that was loaded at run time.
 using UniqueLibrary = UniqueResource<LibraryTraits>;
 
 }  // namespace win
