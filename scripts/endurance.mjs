@@ -12,6 +12,6 @@ await runMain(async () => {
     { options: { seed: number, calls: number, captures: number, workers: number } });
   ensureTools({ forTests: true });
   await build({ tests: true });
-  const test = path.join(root, 'tests', 'endurance', 'endurance.once.test.js');
+  const test = path.join(root, 'tests', 'endurance', 'endurance.test.js');
   return runScript([test, '--calls=100000', '--captures=200', '--workers=100', ...process.argv.slice(2)]);
 });

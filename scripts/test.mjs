@@ -31,14 +31,14 @@ function testFiles(ending) {
 }
 
 /**
- * The runs of all tests in Node.js for Windows: { name, file, version, build }. Clang's module is tested in the last
- * release only. A file with ".once" in its name runs in the last release only.
+ * The runs of all tests in Node.js for Windows: { name, file, version, build }. All files run in the last release, with
+ * both builds. In the other releases only those run that are named "*.every_release.test.js".
  */
 function scriptRuns(builds) {
   const last = nodeVersions.at(-1);
   return builds.flatMap((build) => (build === 'clang' ? [last] : [...nodeVersions].reverse())
     .flatMap((version) => testFiles('.test.js')
-      .filter((file) => version === last || !file.endsWith('.once.test.js'))
+      .filter((file) => version === last || file.endsWith('.every_release.test.js'))
       .map((file) => ({
         name: `${file} in Node.js ${version}${build === 'clang' ? ', built by Clang' : ''}`, file, version, build }))));
 }

@@ -1,5 +1,5 @@
-// npm run --silent windows-node -- [--node=18|20|22] SCRIPT.js [ARGS]: runs a script in Node.js for Windows, prints the
-// script's output and ends with its exit code. Options for Node.js itself may precede the script.
+// npm run --silent windows-node -- [--node=18|22|24|26] SCRIPT.js [ARGS]: runs a script in Node.js for Windows, prints
+// the script's output and ends with its exit code. Options for Node.js itself may precede the script.
 import { ensureTools, nodeVersions } from './lib/setup.mjs';
 import { runMain, SetupError } from './lib/shell.mjs';
 import { runScript } from './lib/windows.mjs';

@@ -40,10 +40,10 @@ export function readArguments(usage, { options = {}, allowPositionals = false } 
   }
 }
 
-/** Prints what a failed command printed, and returns a SetupError that names the command. */
-function commandError(command, args, { stdout, stderr, error }) {
+/** Prints what a failed command printed, and returns a SetupError that says which command failed and why. */
+function commandError(command, args, why, stdout, stderr) {
   say(`${stdout ?? ''}${stderr ?? ''}`.trim());
-  return new SetupError(`Failed: ${[command, ...args].join(' ')}${error ? ` (${error.message})` : ''}`);
+  return new SetupError(`Failed (${why}): ${[command, ...args].join(' ')}`);
 }
 
 const settings = (options) => ({
@@ -52,30 +52,34 @@ const settings = (options) => ({
 
 /** Runs a command to its end and returns its stdout. If it fails, shows its output and throws a SetupError. */
 export function run(command, args, options = {}) {
-  const result = spawnSync(command, args, { stdio: ['ignore', 'pipe', 'pipe'], ...settings(options) });
-  if (result.error || result.status !== 0) throw commandError(command, args, result);
-  return result.stdout;
+  const { error, status, signal, stdout, stderr } = spawnSync(command, args,
+    { stdio: ['ignore', 'pipe', 'pipe'], ...settings(options) });
+  if (!error && status === 0) return stdout;
+  throw commandError(command, args, error?.message ?? describeEnd(status ?? signal), stdout, stderr);
 }
 
 /** Like run(), but asynchronous: resolves to the stdout. */
 export function runBeside(command, args, options = {}) {
   return new Promise((resolve, reject) => {
     execFile(command, args, settings(options), (error, stdout, stderr) => {
-      if (error) {
-        reject(commandError(command, args,
-          { stdout, stderr, error: typeof error.code === 'number' ? undefined : error }));
-      } else resolve(stdout);
+      if (!error) return resolve(stdout);
+      const { code, signal, message } = error;
+      const why = typeof code === 'string' ? message : describeEnd(code ?? signal);
+      reject(commandError(command, args, why, stdout, stderr));
     }).stdin.end();
   });
 }
 
-/** Resolves to a child process's exit code, or to 1 if a signal ended the process. */
-export function exitCode(child) {
+/** Resolves to a child process's exit code, or to the name of the signal that ended the process. */
+export function endOf(child) {
   return new Promise((resolve, reject) => {
     child.on('error', (error) => { if (error.name !== 'AbortError') reject(error); });
-    child.on('close', (code) => resolve(code ?? 1));
+    child.on('close', (code, signal) => resolve(code ?? signal));
   });
 }
+
+/** Says how a program ended: `end` is an exit code or the name of a signal. */
+export const describeEnd = (end) => (typeof end === 'number' ? `exit code ${end}` : `signal ${end}`);
 
 /** Returns true if the command exists and succeeds. Shows nothing. */
 export function succeeds(command, args) {

@@ -4,10 +4,11 @@ import os from 'node:os';
 import path from 'node:path';
 import { buildFolder } from './build.mjs';
 import { describeAddress, findDebugFile } from './debug_info.mjs';
-import { root, say } from './shell.mjs';
+import { describeEnd, root, say } from './shell.mjs';
 import { runProgram } from './windows.mjs';
 
-const timeout = 300_000;
+// A file that prints nothing for so long, in ms, is killed. Waits in a test end before (tests/support/waiting.js).
+const longestSilence = 60_000;
 
 /** Adds the function and source line to each trap that tests/support/trap_report.cc has reported in the output. */
 function nameTraps(output) {
@@ -29,30 +30,36 @@ function removeFolder(folder) {
 
 /**
  * Runs a test file with the Node.js `program` and resolves to { passed, failed, skipped, output, seconds }. The file
- * also counts as failed if it ends without a count of its tests or with an exit code other than 0. With `pattern`, runs
- * only the tests whose names match it.
+ * also counts as failed if it ends without a count of its tests or with an exit code other than 0; `output` then says
+ * how it ended and which test had started last. With `pattern`, runs only the tests whose names match it.
  */
 export async function runTestFile(program, file, { pattern, env, cwd = root, ...options }) {
   const chunks = [];
-  const collect = (chunk) => chunks.push(chunk);
+  const silence = new AbortController();
+  const timer = setTimeout(() => silence.abort(), longestSilence);
+  const collect = (chunk) => { chunks.push(chunk); timer.refresh(); };
   const args = ['--require', './tests/support/preload.js', '--test-reporter=tap',
     ...(pattern ? [`--test-name-pattern=${pattern}`] : []), file];
   const temp = mkdtempSync(path.join(os.tmpdir(), 'borvanta-test-'));
   const start = performance.now();
-  let code;
+  let end;
   let seconds;
   try {
-    code = await runProgram(program, args, { ...options, cwd, stdout: collect, stderr: collect, timeout,
+    end = await runProgram(program, args, { ...options, cwd, stdout: collect, stderr: collect, signal: silence.signal,
       env: { ...env, BORVANTA_TEMP: options.host ? temp : `Z:${temp.replaceAll('/', '\\')}` } });
   } finally {
+    clearTimeout(timer);
     seconds = (performance.now() - start) / 1000;
     removeFolder(temp);
   }
   const output = Buffer.concat(chunks).toString();
   const count = (what) => Number(output.match(new RegExp(`^# ${what} (\\d+)\r?$`, 'm'))?.[1] ?? 0);
   const [passed, skipped] = [count('pass'), count('skipped')];
-  const ended = output.match(/^# pass \d+\r?$/m) && code === 0 && (pattern || passed + skipped > 0);
-  const failed = count('fail') || (ended ? 0 : 1);
-  const end = seconds * 1000 < timeout ? `exit code ${code}` : `killed after ${timeout / 1000} s`;
-  return { passed, failed, skipped, seconds, output: `${nameTraps(output)}\n(${end})` };
+  const counted = /^# pass \d+\r?$/m.test(output);
+  const succeeded = counted && end === 0 && (pattern || passed + skipped > 0);
+  const failed = count('fail') || (succeeded ? 0 : 1);
+  const how = silence.signal.aborted ? `killed, after ${longestSilence / 1000} s without output` : describeEnd(end);
+  const last = [...output.matchAll(/^running: (.*?)\r?$/gm)].at(-1)?.[1] ?? 'none';
+  const where = counted ? '' : `, without a count of its tests; the last that started: ${last}`;
+  return { passed, failed, skipped, seconds, output: `${nameTraps(output)}\n(${how}${where})` };
 }

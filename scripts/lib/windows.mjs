@@ -4,7 +4,7 @@ import { copyFileSync, existsSync, linkSync, mkdirSync, readdirSync, readFileSyn
 import path from 'node:path';
 import { buildFolder } from './build.mjs';
 import { nodeVersions, windowsNodeFile } from './setup.mjs';
-import { exitCode, onWindows, root } from './shell.mjs';
+import { describeEnd, endOf, onWindows, root, say } from './shell.mjs';
 import { runInWine } from './wine.mjs';
 
 /**
@@ -33,9 +33,9 @@ function copyIfChanged(from, to) {
 }
 
 /**
- * Runs a Windows program, or with `host` a program of this system, to its end. Resolves to its exit code (see
+ * Runs a Windows program, or with `host` a program of this system, to its end. Resolves to how it ended (see
  * runInWine). `stdout` and `stderr` are called with each piece of output, at once. The program's standard input is
- * empty. The program is killed if it takes longer than `timeout` milliseconds, or if `signal` is aborted.
+ * empty. The program is killed when `signal` is aborted.
  */
 export async function runProgram(program, args, { lane = 0, host = onWindows, stdout, stderr, env, ...options }) {
   if (!host) return runInWine(program, args, { lane, stdout, stderr, env, ...options });
@@ -43,12 +43,13 @@ export async function runProgram(program, args, { lane = 0, host = onWindows, st
     { ...options, env: { ...process.env, ...env }, stdio: ['ignore', 'pipe', 'pipe'] });
   child.stdout.on('data', stdout);
   child.stderr.on('data', stderr);
-  return exitCode(child);
+  return endOf(child);
 }
 
 /**
  * Runs a Windows program in place of this process: in the folder in which npm was called, with its output on this
- * process's stdout and stderr. The program ends with this process, and when nobody reads its output any more.
+ * process's stdout and stderr. The program ends with this process, and when nobody reads its output any more. Resolves
+ * to its exit code. If that is not 0, says so: a program that crashes often ends without a word.
  */
 export async function runHere(program, args) {
   const ended = new AbortController();
@@ -57,8 +58,10 @@ export async function runHere(program, args) {
     stream.on('error', () => ended.abort());
     return (chunk) => { if (!ended.signal.aborted) stream.write(chunk); };
   };
-  return runProgram(program, args, { cwd: process.env.INIT_CWD ?? process.cwd(), stdout: write(process.stdout),
+  const end = await runProgram(program, args, { cwd: process.env.INIT_CWD ?? process.cwd(), stdout: write(process.stdout),
     stderr: write(process.stderr), signal: ended.signal });
+  if (end !== 0 && !ended.signal.aborted) say(`${path.basename(program)} ended with ${describeEnd(end)}`);
+  return typeof end === 'number' ? end : 1;
 }
 
 /** Like runHere(), for a script in a release of Node.js for Windows. */

@@ -3,7 +3,7 @@ import { spawn, spawnSync } from 'node:child_process';
 import { closeSync, cpSync, existsSync, mkdirSync, mkdtempSync, openSync, readSync, renameSync, rmSync } from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
-import { exitCode, onWindows, root, runBeside, say, SetupError, succeeds } from './shell.mjs';
+import { describeEnd, endOf, onWindows, root, runBeside, say, SetupError, succeeds } from './shell.mjs';
 import { wine, wineServer } from './wine_files.mjs';
 
 // Wine needs some fixed addresses. Where Linux places memory at random, about one process in 5,000 finds one of them in
@@ -99,7 +99,7 @@ class FileFollower {
 
 /**
  * Runs a Windows program in a lane. Resolves to the low eight bits of its exit code, or to 1 if the code is not 0 but
- * these bits are. `stdout` and `stderr` are called with each piece of output, at once. The program's standard input is
+ * these bits are; if a signal ended it, to the signal's name. `stdout` and `stderr` are called with each piece of output, at once. The program's standard input is
  * empty. The other options are those of child_process.spawn.
  */
 export async function runInWine(program, args, { lane, stdout, stderr, env, ...options }) {
@@ -110,7 +110,7 @@ export async function runInWine(program, args, { lane, stdout, stderr, env, ...o
   const fds = files.map((file) => openSync(file, 'a'));
   const followers = [new FileFollower(files[0], stdout), new FileFollower(files[1], stderr)];
   try {
-    return await exitCode(spawn(command, [...commandArgs, program, ...args], { ...options, killSignal: 'SIGKILL',
+    return await endOf(spawn(command, [...commandArgs, program, ...args], { ...options, killSignal: 'SIGKILL',
       env: { ...process.env, ...wineEnvironment(prefix), ...env }, stdio: ['ignore', ...fds] }));
   } finally {
     for (const follower of followers) follower.stop();
@@ -137,6 +137,6 @@ export async function holdDesktop(lane, node) {
       new SetupError(`Wine's desktop in lane ${lane} did not open: ${reason}\n${printed.join('')}`));
     late = setTimeout(() => fail('not within a minute'), 60_000);
     runInWine(node, ['-e', script], { lane, cwd: root, stdout: resolve, stderr: (chunk) => printed.push(chunk) })
-      .then((code) => fail(`exit code ${code}`), fail);
+      .then((end) => fail(describeEnd(end)), fail);
   }).finally(() => clearTimeout(late));
 }

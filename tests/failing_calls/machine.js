@@ -2,7 +2,7 @@
 // The machine on which calls fail. Every script function finds something to do there: the client is installed, the
 // module is a debug build, a thread has stalled, and the graphics processor is busy.
 const {
-  call, captureArgs, koffi, memoryAt, openHandles, scriptedSystem, sleep, system: windows,
+  call, captureArgs, koffi, memoryAt, openHandles, scriptedSystem, system: windows, until,
 } = require('../support');
 
 /**
@@ -85,7 +85,7 @@ exports.Machine = class Machine {
       system.fail(called, { nth, value, late: givesBack.test(called) });
     }
     const answer = await scenarios[name](system.util, this.target);
-    while (system.count('_beginthreadex') > system.count('_endthreadex')) await sleep(1, undefined, { ref: false });
+    await until(() => system.count('_beginthreadex') <= system.count('_endthreadex'), 'the end of the threads');
     for (const called of Object.keys(failing)) system.mend(called);
     const calls = Object.entries(system.counts).map(([called, count]) => [called, count - (before[called] ?? 0)]);
     return { answer, calls: calls.filter(([called, count]) => count > 0 && !cannotFail.test(called)) };

@@ -1,5 +1,5 @@
 'use strict';
-const { assert, captureArgs, koffi, sleep, test } = require('../support');
+const { assert, captureArgs, inTime, koffi, sleep, test } = require('../support');
 const { declarations } = require('../support/declarations.js');
 const { handles, ScriptedCapture } = require('./scripted_capture.js');
 
@@ -239,5 +239,5 @@ test('the thread that holds the lock can take it again, and no other thread can 
   await sleep(50);
   assert.equal(entered, false);
   unlock();
-  await other;
+  await inTime('the lock, on another thread', other);
 });

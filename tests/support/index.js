@@ -9,4 +9,5 @@ module.exports = {
   ...require('./scripted_system.js'),
   ...require('./windows_api.js'),
   ...require('./windows.js'),
+  ...require('./waiting.js'),
 };

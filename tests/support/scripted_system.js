@@ -7,9 +7,9 @@ const assert = require('node:assert/strict');
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
-const { setTimeout: sleep } = require('node:timers/promises');
 const { declarations } = require('./declarations.js');
 const { executableMemory, koffi, makeWritable, memoryAt, readExecutable, system } = require('./windows_api.js');
+const { until } = require('./waiting.js');
 const { modulePath } = require('./windows.js');
 
 const getModuleHandle = system('kernel32', 'void* GetModuleHandleW(str16)');
@@ -236,9 +236,7 @@ class ScriptedSystem {
   hold(name) { this.#stubOf(name).writeBigUInt64LE(koffi.address(createEvent(null, 1, 0, null)), field.event); }
 
   /** Resolves when hold() has stopped a thread in this import. */
-  async held(name) {
-    while (this.#stubOf(name).readUInt32LE(field.held) === 0) await sleep(1);
-  }
+  held(name) { return until(() => this.#stubOf(name).readUInt32LE(field.held) > 0, `a thread in ${name}`); }
 
   /**
    * Makes a COM object. `methods` has, by its index in the table of methods, each method's name in declarations.js and

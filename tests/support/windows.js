@@ -6,9 +6,9 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const readline = require('node:readline');
-const { setTimeout: sleep } = require('node:timers/promises');
-const captureFields = require('../../lib/capture_fields.js');
 const { promisify } = require('node:util');
+const captureFields = require('../../lib/capture_fields.js');
+const { inTime } = require('./waiting.js');
 
 const root = path.resolve(__dirname, '..', '..');
 
@@ -21,9 +21,9 @@ exports.modulePath = path.join(root, 'prebuilds', 'win32-x64', 'borvanta-util.no
 exports.load = () => require(exports.modulePath);
 
 /** Calls a function whose last parameter is a callback and resolves to the callback's argument. */
-exports.call = (start, ...args) => new Promise((resolve) => {
+exports.call = (start, ...args) => inTime('a callback', new Promise((resolve) => {
   start(...args, resolve);
-});
+}));
 
 const scriptSource = (body, module) => `'use strict'; const util = ${module && `require(${JSON.stringify(module)})`};
   const print = (value) => process.stdout.write(JSON.stringify(value) + '\\n');
@@ -35,21 +35,26 @@ const scriptSource = (body, module) => `'use strict'; const util = ${module && `
  * with an error whose `code` is the exit code.
  */
 exports.runScript = async (body, { execPath = process.execPath, module = exports.modulePath } = {}) => {
-  const { stdout } = await promisify(execFile)(execPath, ['-e', scriptSource(body, module)]);
+  const running = promisify(execFile)(execPath, ['-e', scriptSource(body, module)]);
+  const { stdout } = await inTime('the end of a script', running).finally(() => running.child.kill());
   return stdout.split('\n').filter(Boolean).map((line) => JSON.parse(line));
 };
 
 /**
- * Starts a program. next() resolves to the next value that the program prints as a line of JSON. kill() ends the
- * program as a crash would, and resolves when it has ended.
+ * Starts a program. next() resolves to the next value that the program prints as a line of JSON, and rejects if the
+ * program ends instead. kill() ends the program as a crash would, and resolves when it has ended.
  */
 const startProgram = (program, args) => {
   const child = spawn(program, args, { stdio: ['ignore', 'pipe', 'inherit'] });
   const closed = once(child, 'close');
   const lines = readline.createInterface({ input: child.stdout })[Symbol.asyncIterator]();
   return {
-    next: async () => JSON.parse((await lines.next()).value),
-    kill: () => child.kill('SIGKILL') && closed,
+    next: async () => {
+      const { value } = await inTime(`a line from ${program}`, lines.next());
+      if (value === undefined) throw new Error(`${program} ended: exit code and signal are ${await closed}`);
+      return JSON.parse(value);
+    },
+    kill: () => child.kill('SIGKILL') && inTime(`the end of ${program}`, closed),
   };
 };
 
@@ -71,13 +76,6 @@ exports.temporaryFolder = (t) => {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-'));
   t.after(() => fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 }));
   return folder;
-};
-
-/** Resolves when `condition` is true, and rejects if that takes a minute. */
-exports.until = async (condition) => {
-  for (const start = Date.now(); !await condition(); await sleep(5)) {
-    if (Date.now() - start > 60_000) throw new Error(`This did not become true: ${condition}`);
-  }
 };
 
 /** Returns random(end), which returns whole numbers below `end`. The same seed always gives the same numbers. */

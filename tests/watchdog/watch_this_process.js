@@ -1,5 +1,5 @@
 'use strict';
-// Starts a watchdog that watches the test's own process, and stalls this process.
+// Starts a watchdog that watches the test's own process.
 const { enumProcessList } = require('borvanta-util/promises');
 const { watchForJank } = require('borvanta-util/watchdog');
 const { fs, path, temporaryFolder, test, until } = require('../support');
@@ -16,16 +16,4 @@ exports.watchThisProcess = (t, options) => {
   let isReady = false;
   watch.ready.then(() => { isReady = true; });
   return { watch, janks, errors, ready: () => until(() => isReady), files: () => fs.readdirSync(janksDir) };
-};
-
-const never = new Int32Array(new SharedArrayBuffer(4));
-
-/**
- * Blocks the event loop until `condition(elapsedMs)` is true, with a wait of `pause` milliseconds after each check. A
- * `pause` of 0 makes a busy loop. Returns the time at which the blocking began.
- */
-exports.block = (condition, pause = 20) => {
-  const start = Date.now();
-  while (!condition(Date.now() - start)) pause && Atomics.wait(never, 0, 0, pause);
-  return start;
 };

@@ -54,7 +54,7 @@ test('after a system call that fails, nothing leaks or stays locked, and the nex
   for (const name of [...others, facts]) {
     const machine = newMachine();
     const [machineOf, keptBlocks] = name === facts ? [newMachine, 5] : [() => machine, 0];
-    await t.test(name, { timeout: 90_000 }, async () => {
+    await t.test(name, async () => {
       for (const [called, count] of calls[name]) {
         for (let nth = 1; nth <= Math.min(count, 3); ++nth) {
           await check([[name, { [called]: nth }]], machineOf, keptBlocks);
@@ -78,7 +78,7 @@ test('after a system call that fails, nothing leaks or stays locked, and the nex
       await check(Array.from({ length: 50 }, attempt), () => machine);
     }
   });
-  await t.test('the process ends when a call fails that the module cannot do without', { timeout: 90_000 }, () => (
+  await t.test('the process ends when a call fails that the module cannot do without', () => (
     Promise.all(vital.map((called) => assert.rejects(runScript(`
       const { Machine, scenarios } = require(${JSON.stringify(require.resolve('./machine.js'))});
       const machine = new Machine({ after() {} });

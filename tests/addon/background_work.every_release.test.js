@@ -1,7 +1,7 @@
 'use strict';
 const { createHook } = require('node:async_hooks');
 const {
-  assert, call, captureArgs, koffi, modulePath, runScript, scriptedSystem, sleep, test, until,
+  assert, captureArgs, inTime, koffi, modulePath, runScript, scriptedSystem, test, until,
 } = require('../support');
 
 test('an asynchronous function names its thread and its async resource, and calls back once and later', async (t) => {
@@ -27,12 +27,12 @@ test('an asynchronous function names its thread and its async resource, and call
     const hook = createHook({ init: (_, type) => resources.push(type) }).enable();
     const received = [];
     let returned = 'nothing';
-    await new Promise((resolve) => {
+    await inTime('the callback', new Promise((resolve) => {
       returned = system.util[start](...args, function callback(...rest) {
         received.push([this, rest.length, returned]);
         setTimeout(resolve, 50);
       });
-    });
+    }));
     hook.disable();
     assert.deepEqual(received, [[undefined, 1, undefined]], 'this, number of arguments, returned value');
     assert.deepEqual(threads.splice(0), [[thisThread, thread]]);
@@ -47,12 +47,12 @@ test('an exception from a callback becomes a warning of Node.js, and the call le
   const system = scriptedSystem(t);
   const warnings = [];
   process.removeAllListeners('warning').on('warning', ({ code }) => warnings.push(code));
-  const throwing = () => new Promise((resolve) => {
+  const throwing = () => inTime('the callback', new Promise((resolve) => {
     system.util.enumProcessList(() => {
       setTimeout(resolve, 5);
       throw new Error('expected');
     });
-  });
+  }));
   const balance = () => system.count('malloc') - system.count('free');
   await throwing();
   const before = balance();

@@ -1,7 +1,7 @@
 'use strict';
 const inspector = require('node:inspector');
-const { assert, sleep, system, test, until } = require('../support');
-const { block, isRunning, watchThisProcess } = require('./watch_this_process.js');
+const { assert, block, sleep, system, test, until } = require('../support');
+const { isRunning, watchThisProcess } = require('./watch_this_process.js');
 
 const openProcess = system('kernel32', 'size_t OpenProcess(uint32, int, uint32)');
 const closeHandle = system('kernel32', 'int CloseHandle(size_t)');

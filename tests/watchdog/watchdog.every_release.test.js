@@ -1,8 +1,8 @@
 'use strict';
 const { Session } = require('node:inspector');
 const { mainThreadId, readReport, watchForJank } = require('borvanta-util/watchdog');
-const { assert, fs, path, runScript, startScript, system, test, until } = require('../support');
-const { block, isRunning, watchThisProcess } = require('./watch_this_process.js');
+const { assert, block, fs, path, runScript, startScript, system, test, until } = require('../support');
+const { isRunning, watchThisProcess } = require('./watch_this_process.js');
 
 test('mainThreadId gives the result of GetCurrentThreadId, and does not disturb the host\'s own tracing', async () => {
   const host = new Session();
