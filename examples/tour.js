@@ -14,12 +14,23 @@ const stops = [
 
 const print = (line = '') => console.log(line && `  ${line}`);
 
+// The stop that the tour has reached, until its end.
+let reached = 'the start';
+
 async function main() {
   console.log(`borvanta-util in Node.js ${process.version} for Windows`);
   for (const [name, title] of stops) {
+    reached = title;
     console.log(`\n${title}`);
     await require(`./tour/${name}.js`).tour(util, print);
   }
+  reached = undefined;
 }
 
+// Also if this process ends because nothing keeps the event loop alive.
+process.on('exit', () => {
+  if (!reached) return;
+  console.error(`\nThe tour ended before its last stop, at: ${reached}`);
+  process.exitCode ||= 1;
+});
 main();

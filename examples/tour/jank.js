@@ -1,48 +1,32 @@
 'use strict';
 // Starts a process that stalls on purpose, captures it, and shows the report.
-const { spawn } = require('node:child_process');
-const { once } = require('node:events');
 const fs = require('node:fs');
 const path = require('node:path');
-const readline = require('node:readline');
 const { captureNativeJank } = require('borvanta-util/promises');
+const { startProgram } = require('./start_program.js');
 
-/** Starts a test program that stalls. Resolves to its child process and the ids that it prints; rejects on failure. */
-async function startStalledProcess() {
+/** Starts a test program that stalls. Resolves to its child process and the ids that it prints. */
+function startStalledProcess() {
   const build = path.join(__dirname, '..', '..', 'build');
   const program = ['mingw', 'msvc'].map((preset) => path.join(build, preset, 'targets', 'stall_target.exe'))
     .find((file) => fs.existsSync(file));
-  if (!program) throw new Error('it is not built; "npm run build" does that');
-  const child = spawn(program, { stdio: ['ignore', 'pipe', 'ignore'] });
-  await once(child, 'spawn');
-  const timer = setTimeout(() => child.kill(), 10_000);
-  const { value } = await readline.createInterface({ input: child.stdout })[Symbol.asyncIterator]().next();
-  clearTimeout(timer);
-  if (!value) throw new Error('it did not report within ten seconds that it stalls');
-  return { child, ...JSON.parse(value) };
+  if (!program) throw new Error('stall_target.exe is not built: "npm run build" does that');
+  return startProgram(program);
 }
 
 exports.tour = async function tour(util, print) {
-  let stalled;
-  try {
-    stalled = await startStalledProcess();
-  } catch (error) {
-    print(`There is no stalled process to capture: ${error.message}.`);
-    return;
-  }
+  const { child, value: { processId, threadId } } = await startStalledProcess();
   // Kept until the next tour, so that the user can run the command that is printed last.
   const folder = path.join(__dirname, '..', '..', 'build', 'tour');
   fs.rmSync(folder, { recursive: true, force: true });
   fs.mkdirSync(folder, { recursive: true });
   try {
-    const { child, processId, threadId } = stalled;
     print(`Process ${processId} stalls on purpose in thread ${threadId}; capturing it.`);
     const result = await captureNativeJank({
       processId, threadId, jankType: 'tour', janksDir: `${folder}\\`, userId: 'nobody', deviceId: 'this machine',
       version: '5.165.3.4096', systemVersion: util.getOsVersionWithReleaseId(), logFilename: 'tour.log', living: false,
       uptime: process.uptime(), duration: 1500,
     });
-    child.kill();
     if (result.errorText) print(`The capture reports an error: ${result.errorText}`);
     const report = result.jsonFilename && JSON.parse(fs.readFileSync(path.join(folder, result.jsonFilename), 'utf8'));
     if (!report) return;
@@ -58,6 +42,6 @@ exports.tour = async function tour(util, print) {
     fs.copyFileSync(path.join(folder, result.jsonFilename), path.join(folder, 'report.json'));
     print('To see function names: npm run --silent symbolise -- build/tour/report.json');
   } finally {
-    stalled.child.kill();
+    child.kill();
   }
 };

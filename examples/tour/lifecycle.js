@@ -1,11 +1,12 @@
 'use strict';
 // Shows the check for a second instance, a start-up that succeeds and one that does not, and the removal of an old
 // build. Restores the client's registry keys at the end.
-const { execFileSync, spawn } = require('node:child_process');
+const { execFileSync } = require('node:child_process');
 const { once } = require('node:events');
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
+const { startProgram } = require('./start_program.js');
 
 const library = path.resolve(__dirname, '..', '..', 'lib', 'index.js');
 // The 32-bit view of HKLM\SOFTWARE\Borvanta.
@@ -61,13 +62,11 @@ async function keepingRegistry(work) {
  * Starts a process that evaluates `expression` with the module as `util` and then idles; resolves to the process and to
  * the expression's value.
  */
-async function start(expression) {
+function start(expression) {
   const source = `const util = require(${JSON.stringify(library)});
     process.stdout.write(JSON.stringify(${expression}) + '\\n');
     setInterval(() => {}, 1000);`;
-  const child = spawn(process.execPath, ['-e', source], { stdio: ['ignore', 'pipe', 'inherit'] });
-  const [value] = await once(child.stdout, 'data');
-  return { child, value: JSON.parse(value) };
+  return startProgram(process.execPath, '-e', source);
 }
 
 async function kill(child) {

@@ -31,8 +31,6 @@ exports.tour = async function tour(util, print) {
     print(`It was captured when it had stood still for ${duration} ms${late ? ', but had turned again by then' : ''}.`);
     print(`Its stack then had ${report.frames.length} frames, the innermost first:`);
     for (const { module, offset } of report.frames.slice(0, 8)) print(`  ${module} + 0x${offset.toString(16)}`);
-  } catch (error) {
-    print(`It was not captured: ${error.message}`);
   } finally {
     await watch?.stop();
     clearInterval(alive);

@@ -58,8 +58,8 @@ export async function runTestFile(program, file, { pattern, env, cwd = root, ...
   const counted = /^# pass \d+\r?$/m.test(output);
   const succeeded = counted && end === 0 && (pattern || passed + skipped > 0);
   const failed = count('fail') || (succeeded ? 0 : 1);
-  const how = silence.signal.aborted ? `killed, after ${longestSilence / 1000} s without output` : describeEnd(end);
+  const how = silence.signal.aborted ? `killed after ${longestSilence / 1000} s without output` : describeEnd(end);
   const last = [...output.matchAll(/^running: (.*?)\r?$/gm)].at(-1)?.[1] ?? 'none';
-  const where = counted ? '' : `, without a count of its tests; the last that started: ${last}`;
+  const where = counted ? '' : ` before it had counted its tests; the last one that started: ${last}`;
   return { passed, failed, skipped, seconds, output: `${nameTraps(output)}\n(${how}${where})` };
 }
