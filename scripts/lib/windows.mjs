@@ -58,7 +58,8 @@ export async function runHere(program, args) {
     stream.on('error', () => ended.abort());
     return (chunk) => { if (!ended.signal.aborted) stream.write(chunk); };
   };
-  const end = await runProgram(program, args, { cwd: process.env.INIT_CWD ?? process.cwd(), stdout: write(process.stdout),
+  const cwd = process.env.INIT_CWD ?? process.cwd();
+  const end = await runProgram(program, args, { cwd, stdout: write(process.stdout),
     stderr: write(process.stderr), signal: ended.signal });
   if (end !== 0 && !ended.signal.aborted) say(`${path.basename(program)} ended with ${describeEnd(end)}`);
   return typeof end === 'number' ? end : 1;

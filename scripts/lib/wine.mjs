@@ -13,8 +13,8 @@ const fixedLayout = !onWindows && succeeds('setarch', ['-R', 'true']) ? ['setarc
 const [command, ...commandArgs] = [...fixedLayout, wine];
 
 /**
- * The environment variables of Windows programs. The locale decides how Wine reads arguments and file names. With TMPDIR,
- * Wine 10 does not start.
+ * The environment variables of Windows programs. The locale decides how Wine reads arguments and file names. With
+ * TMPDIR, Wine 10 does not start.
  */
 const wineEnvironment = (prefix) => ({
   WINEPREFIX: prefix, WINESERVER: wineServer, WINEARCH: 'win64', WINEDEBUG: '-all', LC_ALL: 'C.UTF-8',
@@ -99,8 +99,8 @@ class FileFollower {
 
 /**
  * Runs a Windows program in a lane. Resolves to the low eight bits of its exit code, or to 1 if the code is not 0 but
- * these bits are; if a signal ended it, to the signal's name. `stdout` and `stderr` are called with each piece of output, at once. The program's standard input is
- * empty. The other options are those of child_process.spawn.
+ * these bits are; if a signal ended it, to the signal's name. `stdout` and `stderr` are called with each piece of
+ * output, at once. The program's standard input is empty. The other options are those of child_process.spawn.
  */
 export async function runInWine(program, args, { lane, stdout, stderr, env, ...options }) {
   const prefix = await winePrefix(lane);

@@ -12,7 +12,7 @@ const skip = path.basename(buildFolder) !== 'clang' && 'only for the build with 
 test('random answers of disks and counters are read without a fault', { skip }, () => {
   const seed = String(Date.now() % 2 ** 31);
   console.log(`seed ${seed}`);
-  const { error, status, stderr } = spawnSync(path.join(buildFolder, 'targets', 'hostile_answers.exe'), ['1000000', seed],
-    { encoding: 'utf8', timeout: longestWait });
+  const { error, status, stderr } = spawnSync(path.join(buildFolder, 'targets', 'hostile_answers.exe'),
+    ['1000000', seed], { encoding: 'utf8', timeout: longestWait });
   assert.equal(status, 0, `with seed ${seed}: ${error ?? stderr}`);
 });
