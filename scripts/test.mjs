@@ -78,10 +78,14 @@ await runMain(async () => {
       lane, host: onWindows || !version, pattern: only.name, cwd: testFolders[built] });
     report({ name, ...result }, only.output);
   }
-  // The tests of the watchdog mostly wait and write no registry, and the second build has a low priority. So they all
-  // run at the same time as the others, in the first lane's prefix.
-  const beside = ({ file }) => /^tests\/(watchdog|package\/two_builds)/.test(file);
-  const queues = [runs.filter(beside), runs.filter((run) => !beside(run))];
+  // The tests of the watchdog mostly wait and write no registry, and the second build has a low priority. So these run,
+  // one after the other, at the same time as all others, in the first lane's prefix.
+  const waits = ({ file }) => file.startsWith('tests/watchdog/');
+  const buildsAgain = ({ file }) => file.startsWith('tests/package/two_builds.');
+  const queues = [
+    [...runs.filter(waits), ...runs.filter(buildsAgain)],
+    runs.filter((run) => !waits(run) && !buildsAgain(run)),
+  ];
   async function runAll(queue, lane) {
     for (let next = queue.shift(); next; next = queue.shift()) await runOne(next, lane);
   }

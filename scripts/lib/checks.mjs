@@ -56,7 +56,7 @@ async function checkTidy() {
   const cache = path.join(root, 'build', 'tidy');
   mkdirSync(cache, { recursive: true });
   const waiting = JSON.parse(read(commands)).map(({ file }) => path.relative(root, file))
-    .filter((file) => /^(build\/clang\/)?src\//.test(file))
+    .filter((file) => /^(build\/clang\/)?src\/.*\.(cc|cxx)$/.test(file))
     .map((file) => ({ file, stamp: path.join(cache, `${common}-${file.replaceAll('/', '-')}`) }))
     .filter(({ stamp }) => !existsSync(stamp));
   if (waiting.length > 0) say('Running clang-tidy');
