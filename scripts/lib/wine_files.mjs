@@ -1,6 +1,6 @@
 // Wine 10, in which Windows programs run here. Debian 13 has it as a package. On Debian 12, whose own Wine is too old for
 // today's Node.js, it is unpacked from Debian 13's packages into build/wine-10/: nothing is installed.
-import { copyFileSync, existsSync, mkdirSync, readdirSync, readFileSync, renameSync, rmSync, writeFileSync } from 'node:fs';
+import { copyFileSync, existsSync, mkdirSync, readdirSync, readFileSync, renameSync, rmSync, symlinkSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import { root, run, say, SetupError } from './shell.mjs';
 
@@ -18,6 +18,8 @@ export const winePackages = onDebian12 ? { patchelf: '/usr/bin/patchelf' } : { w
 // Wine, and of the packages that it depends on those that a program without a window needs.
 const packages = [
   'wine64', 'libwine', 'libz-mingw-w64', 'libc6', 'libgcc-s1', 'libunwind8', 'liblzma5', 'zlib1g',
+  // Fonts: without them, Wine complains.
+  'libfreetype6', 'libpng16-16t64', 'libbz2-1.0',
   // The cryptography: a signature is verified with it.
   'libgnutls30t64', 'libp11-kit0', 'libffi8', 'libidn2-0', 'libunistring5', 'libtasn1-6', 'libnettle8t64',
   'libhogweed6t64', 'libgmp10', 'libzstd1', 'libbrotli1',
@@ -91,6 +93,8 @@ function download(target) {
 function setUp(draft) {
   const libraries = path.join(draft, 'usr/lib/x86_64-linux-gnu');
   const modules = path.join(libraries, 'wine/x86_64-windows');
+  // The server looks for its tables there, or else in the folders of the system's own Wine.
+  symlinkSync('.', path.join(draft, 'usr/share/wine/wine'));
   // Wine takes a DLL for its own by these 32 bytes behind the DOS header.
   const zlib = readFileSync(path.join(draft, 'usr/x86_64-w64-mingw32/lib/zlib1.dll'));
   zlib.fill(0, 64, 96).write('Wine builtin DLL', 64);
