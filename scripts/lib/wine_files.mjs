@@ -1,10 +1,14 @@
-// Wine 10, in which Windows programs run here. Debian 13 has it as a package. On Debian 12, whose own Wine is too old for
-// today's Node.js, it is unpacked from Debian 13's packages into build/wine-10/: nothing is installed.
-import { copyFileSync, existsSync, mkdirSync, readdirSync, readFileSync, renameSync, rmSync, symlinkSync, writeFileSync } from 'node:fs';
+// Wine 10, in which Windows programs run here. Debian 13 has it as a package. Debian 12's own Wine is too old for today's
+// Node.js. There, Debian 13's packages are unpacked into build/wine-10/, and nothing is installed.
+import {
+  copyFileSync, existsSync, mkdirSync, readdirSync, readFileSync, renameSync, rmSync, symlinkSync, writeFileSync,
+} from 'node:fs';
 import path from 'node:path';
 import { root, run, say, SetupError } from './shell.mjs';
 
-const onDebian12 = existsSync('/etc/os-release') && /^VERSION_ID="?12"?$/m.test(readFileSync('/etc/os-release', 'utf8'));
+const release = '/etc/os-release';
+const onDebian12 = existsSync(release) && /^ID=debian$/m.test(readFileSync(release, 'utf8'))
+  && /^VERSION_ID="?12"?$/m.test(readFileSync(release, 'utf8'));
 const unpacked = path.join(root, 'build', 'wine-10');
 const folder = onDebian12 ? unpacked : '/';
 
