@@ -1,5 +1,5 @@
-// Wine 10, in which Windows programs run here. Debian 13 has it as a package. Debian 12's own Wine is too old for today's
-// Node.js. There, Debian 13's packages are unpacked into build/wine-10/, and nothing is installed.
+// Wine 10, in which Windows programs run here. Debian 13 has it as a package. The Wine of Debian 12 is too old for Node.js
+// 24 and later. There, packages of Debian 13 are unpacked into build/wine-10/, and nothing is installed.
 import {
   copyFileSync, existsSync, mkdirSync, readdirSync, readFileSync, renameSync, rmSync, symlinkSync, writeFileSync,
 } from 'node:fs';
