@@ -4,7 +4,7 @@ import { closeSync, cpSync, existsSync, mkdirSync, mkdtempSync, openSync, readSy
 import os from 'node:os';
 import path from 'node:path';
 import { describeEnd, endOf, onWindows, root, runBeside, say, SetupError, succeeds } from './shell.mjs';
-import { wine, wineServer } from './wine_files.mjs';
+import { wine, wineFilesEnvironment, wineServer } from './wine_files.mjs';
 
 // Wine needs some fixed addresses. Where Linux places memory at random, about one process in 5,000 finds one of them in
 // use and does not start: Windows' error 1359 (ERROR_INTERNAL_ERROR), which Node.js calls "spawn UNKNOWN". So random
@@ -17,7 +17,7 @@ const [command, ...commandArgs] = [...fixedLayout, wine];
  * TMPDIR, Wine 10 does not start.
  */
 const wineEnvironment = (prefix) => ({
-  WINEPREFIX: prefix, WINESERVER: wineServer, WINEARCH: 'win64', WINEDEBUG: '-all', LC_ALL: 'C.UTF-8',
+  WINEPREFIX: prefix, ...wineFilesEnvironment, WINEARCH: 'win64', WINEDEBUG: '-all', LC_ALL: 'C.UTF-8',
   TMPDIR: undefined,
   // Our DbgHelp is in the executable's folder (windowsNode()). mscoree and mshtml are disabled, because otherwise a new
   // prefix opens a window and offers a download for them. winedbg is disabled so that a program that crashes ends at

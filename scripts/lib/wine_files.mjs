@@ -16,14 +16,19 @@ const folder = onDebian12 ? unpacked : '/';
 export const wine = path.join(folder, 'usr/lib/wine/wine64');
 export const wineServer = path.join(folder, 'usr/lib/wine/wineserver64');
 
+/** The environment variables with which Wine's programs find what is theirs. */
+export const wineFilesEnvironment = {
+  WINESERVER: wineServer, ...(onDebian12 && { FONTCONFIG_PATH: path.join(folder, 'etc/fonts') }),
+};
+
 /** The Debian packages that Wine needs here, each with one of its files. */
 export const winePackages = onDebian12 ? { patchelf: '/usr/bin/patchelf' } : { wine64: wine };
 
 // Wine, and of the packages that it depends on those that a program without a window needs.
 const packages = [
   'wine64', 'libwine', 'libz-mingw-w64', 'libc6', 'libgcc-s1', 'libunwind8', 'liblzma5', 'zlib1g',
-  // Fonts: without them, Wine complains.
-  'libfreetype6', 'libpng16-16t64', 'libbz2-1.0',
+  // Fonts: without them, no process gets its desktop window.
+  'fonts-wine', 'libfreetype6', 'libpng16-16t64', 'libbz2-1.0', 'libfontconfig1', 'fontconfig-config', 'libexpat1',
   // The cryptography: a signature is verified with it.
   'libgnutls30t64', 'libp11-kit0', 'libffi8', 'libidn2-0', 'libunistring5', 'libtasn1-6', 'libnettle8t64',
   'libhogweed6t64', 'libgmp10', 'libzstd1', 'libbrotli1',
