@@ -3,6 +3,8 @@
 const fs = require('node:fs/promises');
 const captureFields = require('../capture_fields.js');
 const { checkType } = require('../check_arguments.js');
+const { nameFrames } = require('./native_names/name_frames.js');
+const { stallFiles } = require('./stall_files.js');
 
 /** The members of a report with their types. */
 const members = {
@@ -30,13 +32,21 @@ function parseReport(json) {
   return { ...report, frames: parseTrace(report.main_thread_trace) };
 }
 
-exports.readReport = async (path) => {
-  checkType('path', path, 'string');
-  const json = await fs.readFile(path, 'utf8');
+/** Like readReport(), but the frames have no function names. */
+exports.readPlainReport = async (file) => {
+  const json = await fs.readFile(file, 'utf8');
   try {
     return parseReport(json);
   } catch (cause) {
-    throw Object.assign(new Error(`${path} is not a jank report: ${cause.message}`, { cause }),
+    throw Object.assign(new Error(`${file} is not a jank report: ${cause.message}`, { cause }),
       { code: 'ERR_INVALID_REPORT' });
   }
+};
+
+exports.readReport = async (file) => {
+  checkType('path', file, 'string');
+  const report = await exports.readPlainReport(file);
+  const { dumpName, dumpPath, threadId } = stallFiles(file) ?? {};
+  if (report.dmp_file === dumpName) await nameFrames(report.frames, dumpPath, threadId);
+  return report;
 };
