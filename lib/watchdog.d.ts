@@ -15,6 +15,23 @@ export interface Frame {
   module: string;
   /** The address minus the module's address; with "<unknown>" the address itself. */
   offset: number;
+  /**
+   * The function's name, as the module exports it. Only there if it is certain. Where the linker has merged functions
+   * with the same code, it can be the name of another one of them.
+   */
+  function?: string;
+}
+
+/** A frame of the script stack. */
+export interface ScriptFrame {
+  /** The function's name; "" if it has none. */
+  function: string;
+  /** The script's address, or its path. */
+  url: string;
+  /** The line, from 1. */
+  line: number;
+  /** The column, from 1. */
+  column: number;
 }
 
 /** A report that has been read. */
@@ -24,7 +41,9 @@ export interface JankReport extends JankReportFile {
 }
 
 /**
- * Reads a report that a capture has written. Works on every system.
+ * Reads a report that a capture has written. Works on every system. Names functions if the dump lies beside the report,
+ * both have the names that the capture gave them, and the modules that the dump lists are on this machine and have not
+ * changed: so on Windows only. It is not an error if names cannot be found.
  *
  * @param path the report's file.
  * @returns a promise of the report. Rejects with code "ERR_INVALID_REPORT" if the file is not a complete report, with
@@ -32,8 +51,10 @@ export interface JankReport extends JankReportFile {
  */
 export function readReport(path: string): Promise<JankReport>;
 
-/** A stall that was captured. */
-export interface Jank {
+/** A stall that was captured, as {@link readStalls} finds it again. */
+export interface Stall {
+  /** Since when the loop stood still: an ISO date in UTC. Left out if the stall has no record. */
+  since?: string;
   /**
    * How long the event loop had stood still when its thread was frozen, in milliseconds. When `late`: how long the
    * whole stall lasted. The true time may be longer by up to one heartbeat interval (a tenth of `thresholdMs`, at most
@@ -43,15 +64,67 @@ export interface Jank {
   duration: number;
   /** True when the loop had turned again before the thread was frozen: the stack shows what came after the stall. */
   late: boolean;
+  /** The script stack, the innermost function first, at most fifty; empty if none could be had. */
+  scriptFrames: ScriptFrame[];
+  /** True when the script stack was taken after the native code that blocked the thread had returned. */
+  scriptFramesLate: boolean;
   /** The parsed report. */
   report: JankReport;
   /** The full path of the report. */
   reportPath: string;
-  /** The full path of the dump, which exists when `result.dumpJankResult.succ` is true. */
+  /** The full path of the dump. The file is missing if the dump failed. */
   dumpPath: string;
-  /** The result of captureNativeJank. */
+}
+
+/** What {@link WatchOptions.onJank} gets. */
+export interface Jank extends Stall {
+  /** The result of captureNativeJank; there is a dump when `result.dumpJankResult.succ` is true. */
   result: CaptureJankResult;
 }
+
+/** What {@link readStalls} finds in a folder. */
+export interface StallsOfFolder {
+  /** The stalls, the oldest first. */
+  stalls: Stall[];
+  /**
+   * The files that could not be used, with the reason. A report: "ERR_INVALID_REPORT". The record of a stall, which is
+   * then in `stalls` as if it had no record: "ERR_INVALID_RECORD". A dump that no report names, because the capture
+   * failed or has not ended: "ERR_NO_REPORT". Errors of the file system have other codes.
+   */
+  unreadable: { path: string; error: Error & { code?: string } }[];
+}
+
+/**
+ * Reads all stalls of a folder: from their reports, and from the records that the watchdog writes beside them. Without
+ * a record, `duration` is that of the report, `late` is false, and there is no script stack. Works on every system.
+ *
+ * Files of other kinds are not opened. A file that cannot be read does not hide the others. Nothing is deleted.
+ *
+ * @param janksDir the folder. One that does not exist has no stalls.
+ * @returns a promise. Rejects with the error of the file system if the folder cannot be read, and with a TypeError if
+ *   `janksDir` is not a string.
+ */
+export function readStalls(janksDir: string): Promise<StallsOfFolder>;
+
+/**
+ * Deletes the report and the record of a stall, and its dump if no other report in the folder names that dump. Files
+ * that do not exist any more are no error. The report goes last: if something cannot be deleted, {@link readStalls}
+ * finds the stall again.
+ *
+ * @param stall only its `reportPath` is used; the other files have names that follow from it.
+ * @returns a promise. Rejects with the error of the file system, and with a TypeError if `stall.reportPath` is not a
+ *   path that captures give to reports; nothing has been deleted then.
+ */
+export function removeStall(stall: Pick<Stall, 'reportPath'>): Promise<void>;
+
+/**
+ * A stall in some ten lines of text: how long, since when, the innermost frames of both stacks, and where the dump is.
+ * Characters that are not visible, such as terminal escapes, are shown as `\u{...}`, and long values are cut.
+ *
+ * @returns the lines, without a line break at the end.
+ * @throws TypeError if `stall` or its report is not an object.
+ */
+export function formatStall(stall: Stall | Jank): string;
 
 /** An error that {@link WatchOptions.onError} gets. */
 export interface WatchError extends Error {

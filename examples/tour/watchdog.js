@@ -3,7 +3,7 @@
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
-const { watchForJank } = require('borvanta-util/watchdog');
+const { formatStall, watchForJank } = require('borvanta-util/watchdog');
 
 const longestMs = 30_000;
 
@@ -27,10 +27,8 @@ exports.tour = async function tour(util, print) {
     print(`Process ${watch.pid} watches this one. The event loop of this one now stands still.`);
     const seconds = standStill(folder);
     print(`It turns again after ${seconds.toFixed(1)} seconds.`);
-    const { duration, late, report } = await caught;
-    print(`It was captured when it had stood still for ${duration} ms${late ? ', but had turned again by then' : ''}.`);
-    print(`Its stack then had ${report.frames.length} frames, the innermost first:`);
-    for (const { module, offset } of report.frames.slice(0, 8)) print(`  ${module} + 0x${offset.toString(16)}`);
+    print('The stall in words:');
+    for (const line of formatStall(await caught).split('\n')) print(`  ${line}`);
   } finally {
     await watch?.stop();
     clearInterval(alive);

@@ -35,5 +35,6 @@ exports.captureStall = async (settings, { stalledMs, uptime, living, turnedAt })
   const { birthtimeMs, mtimeMs } = await fs.stat(dumpPath).catch(() => fs.stat(reportPath));
   const late = turnedAt() < mtimeMs;
   const end = Math.min(Math.max(late ? turnedAt() : birthtimeMs, calledAt), returnedAt);
-  return { late, duration: Math.round(stalledMs + end - calledAt), report, reportPath, dumpPath, result };
+  const since = new Date(calledAt - stalledMs).toISOString();
+  return { since, late, duration: Math.round(stalledMs + end - calledAt), report, reportPath, dumpPath, result };
 };

@@ -15,6 +15,7 @@ process.once('uncaughtException', (error) => {
 const { atMostPerHour } = require('./at_most_per_hour.js');
 const { captureStall, warmUp } = require('./capture_stall.js');
 const { LoopClock } = require('./loop_clock.js');
+const { writeStallRecord } = require('./stall_record.js');
 
 /** Names of dumps have a resolution of one second: a capture must not replace the files of the previous one. */
 const pauseMs = 1000;
@@ -39,7 +40,11 @@ function watch(settings) {
     const { living } = lastBeat;
     const uptime = lastBeat.uptime + (performance.now() - lastBeatAt) / 1000;
     await captureStall(settings, { stalledMs, uptime, living, turnedAt: () => turnedAt })
-      .then((jank) => send({ jank }), sendError);
+      .then(async (jank) => {
+        // Before onJank: it may remove the stall's files.
+        await writeStallRecord(jank).catch(sendError);
+        send({ jank });
+      }, sendError);
     setTimeout(() => { capturing = false; }, pauseMs).unref();
   }
 
