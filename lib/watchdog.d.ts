@@ -88,8 +88,8 @@ export interface StallsOfFolder {
   stalls: Stall[];
   /**
    * The files that could not be used, with the reason. A report: "ERR_INVALID_REPORT". The record of a stall, which is
-   * then in `stalls` as if it had no record: "ERR_INVALID_RECORD". A dump that no report names, because the capture
-   * failed or has not ended: "ERR_NO_REPORT". Errors of the file system have other codes.
+   * then in `stalls` as if it had no record: "ERR_INVALID_RECORD". A dump or a record without a report, for example
+   * because the capture failed or has not ended: "ERR_NO_REPORT". Errors of the file system have other codes.
    */
   unreadable: { path: string; error: Error & { code?: string } }[];
 }

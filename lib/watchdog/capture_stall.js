@@ -36,5 +36,6 @@ exports.captureStall = async (settings, { stalledMs, uptime, living, turnedAt })
   const late = turnedAt() < mtimeMs;
   const end = Math.min(Math.max(late ? turnedAt() : birthtimeMs, calledAt), returnedAt);
   const since = new Date(calledAt - stalledMs).toISOString();
-  return { since, late, duration: Math.round(stalledMs + end - calledAt), report, reportPath, dumpPath, result };
+  const duration = Math.round(stalledMs + end - calledAt);
+  return { since, late, duration, scriptFrames: [], scriptFramesLate: false, report, reportPath, dumpPath, result };
 };

@@ -1,5 +1,6 @@
 'use strict';
 
+const path = require('node:path');
 const { checkType } = require('../check_arguments.js');
 const { printable } = require('./printable.js');
 
@@ -27,7 +28,7 @@ function describeStack(title, frames, describe, count) {
 function describeTime({ report, duration, since, late }) {
   const long = late ? `stood still for ${seconds(duration)}` : `had stood still for ${seconds(duration)} when captured`;
   // Without a record only the name of the dump tells when that was, in the local time of that machine.
-  const when = since ? `since ${printable(since)}` : `at ${printable(report.dmp_file.replace(/\.dmp$/, ''))} local time`;
+  const when = since ? `since ${printable(since)}` : `in the local time ${printable(path.parse(report.dmp_file).name)}`;
   const version = report.version && `, version ${printable(report.version)}`;
   const uptime = report.uptime === null ? '' : `, running for ${seconds(1000 * report.uptime)}`;
   return `The event loop ${long}, ${when}${version}${uptime}`;

@@ -9,6 +9,8 @@ const { stallFiles } = require('./stall_files.js');
 /** The name of a dump is the local time of its capture. */
 const dumpName = /^(\d{4}-\d\d-\d\d) (\d\d)-(\d\d)-(\d\d)\.dmp$/;
 
+const recordName = /\.dmp-\d+\.stall$/;
+
 /** When a stall was, in milliseconds; for the order only. */
 const timeOf = ({ since, report }) => Date.parse(since ?? report.dmp_file.replace(dumpName, '$1T$2:$3:$4')) || 0;
 
@@ -26,12 +28,13 @@ exports.readStalls = async (janksDir) => {
   const folder = path.resolve(janksDir);
   const names = await fileNames(folder);
   const [stalls, unreadable] = [[], []];
-  const dumps = new Set(names.filter((name) => dumpName.test(name)));
+  const alone = new Set(names.filter((name) => dumpName.test(name) || recordName.test(name)));
   for (const name of names) {
     const reportPath = path.join(folder, name);
     const files = stallFiles(reportPath);
     if (!files) continue;
-    dumps.delete(files.dumpName);
+    alone.delete(files.dumpName);
+    alone.delete(path.basename(files.recordPath));
     try {
       const { stall, recordError } = await readStall(reportPath);
       stalls.push(stall);
@@ -40,8 +43,8 @@ exports.readStalls = async (janksDir) => {
       unreadable.push({ path: reportPath, error });
     }
   }
-  for (const name of dumps) {
-    const error = Object.assign(new Error(`No report names the dump ${name}`), { code: 'ERR_NO_REPORT' });
+  for (const name of alone) {
+    const error = Object.assign(new Error(`${name} has no report`), { code: 'ERR_NO_REPORT' });
     unreadable.push({ path: path.join(folder, name), error });
   }
   return { stalls: stalls.sort((one, other) => timeOf(one) - timeOf(other)), unreadable };

@@ -38,7 +38,7 @@ async function rename(from, to) {
 /**
  * Writes the record of a stall beside its report, or replaces it. The record appears whole or not at all: it is written
  * to another file, which then gets its name. Several processes may call this at the same time; the last one wins.
- * Rejects with the error of the file system.
+ * Rejects with the error of the file system, also if the report is gone: then the stall has been removed.
  */
 exports.writeStallRecord = async (stall) => {
   const { recordPath } = stallFiles(stall.reportPath);
@@ -47,6 +47,7 @@ exports.writeStallRecord = async (stall) => {
   const known = { ...fromReport(stall.report), ...stall };
   for (const name of Object.keys(properties)) record[name] = known[name];
 
+  await fs.access(stall.reportPath);
   const temporary = `${recordPath}.${process.pid}-${Math.random().toString(36).slice(2)}.tmp`;
   try {
     const file = await fs.open(temporary, 'wx');

@@ -34,10 +34,10 @@ test('a blocking wait is captured; a short stall, a debugged stall and a sleep o
   resumeProcess(watcher);
   await sleep(300);
   const uptime = process.uptime();
-  block(() => files().length === 2, 1000);
+  block(() => files().length >= 2, 1000);
   await until(() => janks.length);
   const [{ report, late }] = janks;
-  assert.deepEqual([janks.length, late, errors, files().length], [1, false, [], 2]);
+  assert.deepEqual([janks.length, late, errors, files().length], [1, false, [], 3]);
   assert.ok(report.uptime > uptime && report.frames.some(({ module }) => /^node/i.test(module)));
 });
 
@@ -48,13 +48,13 @@ test('a killed watcher is replaced; stalls leak no handle; late traces are marke
   await until(() => errors.length && watch.pid);
   assert.equal(errors.shift().code, 'ERR_WATCHER_ENDED');
   const watcher = open(watch.pid);
-  block(() => files().length === 2);
+  block(() => files().length >= 2);
   const handles = countHandles(watcher);
   for (let stalls = 0; stalls < 50 || !errors.length; stalls += 1) {
     block((ms) => ms >= 100 + 2 * stalls, 2);
     await sleep(20);
   }
-  assert.deepEqual([janks.length, errors[0].code, files().length], [3, 'ERR_CAPTURE_LIMIT', 6]);
+  assert.deepEqual([janks.length, errors[0].code, files().length], [3, 'ERR_CAPTURE_LIMIT', 9]);
   assert.ok(janks.some(({ late, duration }) => late && duration >= 100 && duration < 1000), JSON.stringify(janks));
   assert.ok(handles > 20 && countHandles(watcher) < handles + 10);
   const { pid } = watch;

@@ -1,6 +1,6 @@
 'use strict';
 const { Session } = require('node:inspector');
-const { mainThreadId, readReport, watchForJank } = require('borvanta-util/watchdog');
+const { mainThreadId, readReport, readStalls, watchForJank } = require('borvanta-util/watchdog');
 const { assert, block, fs, path, runScript, startScript, system, test, until } = require('../support');
 const { isRunning, watchThisProcess } = require('./watch_this_process.js');
 
@@ -34,7 +34,7 @@ test('a busy loop is captured and its report is true; readReport rejects a file 
   const { janks, errors, ready, files } = watchThisProcess(t, { userId: 'me', thresholdMs: 500, living: () => false });
   await ready();
   const uptime = process.uptime();
-  const start = block((ms) => ms % 50 === 0 && files().length === 2, 0);
+  const start = block((ms) => ms % 50 === 0 && files().length >= 2, 0);
   await until(() => janks.length);
   const [{ report, reportPath, dumpPath, duration, late }] = janks;
   assert.deepEqual([janks.length, errors, late, report.user_id, report.living], [1, [], false, 'me', false]);
@@ -42,7 +42,8 @@ test('a busy loop is captured and its report is true; readReport rejects a file 
   assert.ok(duration > frozenMs - 300 && duration < frozenMs + 300, `${duration} ms, not ${frozenMs} ms`);
   assert.ok(report.duration >= 500 && report.duration <= duration, `${report.duration} ms`);
   assert.ok(report.uptime > uptime && report.uptime < uptime + duration / 1000, `${report.uptime} s, not ${uptime} s`);
-  assert.deepEqual(files(), [path.basename(dumpPath), path.basename(reportPath)]);
+  const recordPath = reportPath.replace(/json$/, 'stall');
+  assert.deepEqual(files(), [dumpPath, reportPath, recordPath].map((file) => path.basename(file)));
 
   const rewrite = (changes) => {
     fs.writeFileSync(reportPath, JSON.stringify({ ...report, ...changes }));
@@ -53,6 +54,18 @@ test('a busy loop is captured and its report is true; readReport rejects a file 
   for (const wrong of [{ duration: '1' }, { version: undefined }, { main_thread_trace: 'a.dll!0x1f' }]) {
     await assert.rejects(rewrite(wrong), { code: 'ERR_INVALID_REPORT', message: /\.json is not a jank report: "/ });
   }
+});
+
+test('what onJank gets is in the folder too, with the functions that wait in the system', async (t) => {
+  const { janks, ready, files } = watchThisProcess(t, { thresholdMs: 500 });
+  await ready();
+  block(() => files().some((name) => name.endsWith('.stall')), 1000);
+  await until(() => janks.length);
+  const [{ result, ...jank }] = janks;
+  assert.deepEqual(await readStalls(path.dirname(jank.reportPath)), { stalls: [jank], unreadable: [] });
+  assert.deepEqual(await readReport(jank.reportPath), jank.report);
+  const named = jank.report.frames.filter((frame) => frame.function);
+  assert.ok(named.length >= 2 && /^(Nt|Zw)Wait/.test(named[0].function), JSON.stringify(jank.report));
 });
 
 const watch = `const watch = require('borvanta-util/watchdog').watchForJank({ janksDir: '.', onJank() {} });
