@@ -53,11 +53,12 @@ test('the tarballs have the module and the debug file of the build', () => {
   assert.ok(unpacked.equals(built('borvanta-util.node.debug')));
 });
 
-test('the package loads in Node.js for Windows, and on Linux throws that it runs on Windows only', () => {
+test('the package loads in Node.js for Windows, and on Linux throws an error; its command runs everywhere', () => {
   write('main.mjs', `import { enumProcessList } from 'borvanta-util/promises';
     console.log((await enumProcessList()).list.find(({ pid }) => pid === process.pid).name);`);
   assert.equal(node(path.join(root, 'scripts/windows-node.mjs'), 'main.mjs').stdout, 'node.exe\n');
   assert.match(node('main.mjs').stderr, /^Error: borvanta-util runs on 64-bit Windows only, not on linux/m);
+  assert.match(run('npx', '--offline', 'borvanta-util', '--help').stdout, /^Usage: borvanta-util/);
 });
 
 for (const [resolution, module, ...uses] of [['node16', 'node16', 'use.cts', 'use.mts'],
