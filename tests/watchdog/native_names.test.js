@@ -47,19 +47,19 @@ function makeModule() {
   return file;
 }
 
-/** A dump with one thread and one module. */
-function makeDump() {
-  const name = Buffer.from(modulePath, 'utf16le');
-  const file = Buffer.alloc(0x200 + name.length);
-  const put = putAt(file);
-  file.write('MDMP');
+/** A dump with one thread and one module, whose file has that path. */
+function makeDump(file = modulePath) {
+  const name = Buffer.from(file, 'utf16le');
+  const dump = Buffer.alloc(0x200 + name.length);
+  const put = putAt(dump);
+  dump.write('MDMP');
   put(8, 2, 32);
   put(32, 3, 52, 64, 4, 112, 120);
   put(64, 1, 292);
   put(120, 1, 0, 0, imageSize, 0, timeStamp, 0x1f0);
   put(0x1f0, name.length);
-  name.copy(file, 0x1f4);
-  return file;
+  name.copy(dump, 0x1f4);
+  return dump;
 }
 
 async function readNames(...offsets) {
@@ -93,6 +93,10 @@ test('files that are not those of the stall, or are damaged, give no exception a
     fs.writeFileSync(file, changed);
     assert.deepEqual(await readNames(0x1000), [undefined], `${file} ${offset}`);
   }
+  // This path leads to the same file, but begins like that of a server.
+  fs.writeFileSync(modulePath, module);
+  fs.writeFileSync(dumpPath, makeDump(path.toNamespacedPath(modulePath)));
+  assert.deepEqual(await readNames(0x1000), [undefined]);
   const random = randomNumbers(21);
   for (let round = 0; round < 300; round += 1) {
     for (const [file, original] of [[modulePath, module], [dumpPath, dump]]) {
