@@ -30,8 +30,7 @@ function describeTime({ report, duration, since, late }) {
   // Without a record only the name of the dump tells when that was, in the local time of that machine.
   const when = since ? `since ${printable(since)}` : `in the local time ${printable(path.parse(report.dmp_file).name)}`;
   const version = report.version && `, version ${printable(report.version)}`;
-  const uptime = report.uptime === null ? '' : `, running for ${seconds(1000 * report.uptime)}`;
-  return `The event loop ${long}, ${when}${version}${uptime}`;
+  return `The event loop ${long}, ${when}${version}`;
 }
 
 exports.formatStall = (stall) => {
