@@ -7,8 +7,14 @@ const openProcess = system('kernel32', 'size_t OpenProcess(uint32, int, uint32)'
 const closeHandle = system('kernel32', 'int CloseHandle(size_t)');
 const duplicateHandle = system('kernel32',
   'int DuplicateHandle(size_t, size_t, int64, _Out_ size_t*, uint32, int, uint32)');
-const suspendProcess = system('ntdll', 'int NtSuspendProcess(size_t)');
-const resumeProcess = system('ntdll', 'int NtResumeProcess(size_t)');
+// These functions take the handle only. But a system call of Wine 10 reads six arguments from the stack, and the end of
+// koffi's stack lies behind the declared ones: with one, the read fails.
+const ofProcess = (name) => {
+  const callSystem = system('ntdll', `int ${name}(size_t, size_t, size_t, size_t, size_t, size_t)`);
+  return (handle) => callSystem(handle, 0, 0, 0, 0, 0);
+};
+const suspendProcess = ofProcess('NtSuspendProcess');
+const resumeProcess = ofProcess('NtResumeProcess');
 
 /** How many handles a process has open, counted by trying to duplicate each. */
 const countHandles = (handle) => Array.from({ length: 2000 }, (_, index) => 4 * index + 4).filter((value) => {
