@@ -6,9 +6,9 @@ import { run } from './shell.mjs';
 
 const tool = (name) => `x86_64-w64-mingw32-${name}`;
 
-/** The file with a module's debug information. In Wine, module names lack their ".exe" or ".dll". */
+/** The file with a module's debug information. */
 export function findDebugFile(module, folders) {
-  const names = ['.debug', '', '.exe', '.dll'].map((ending) => `${module}${ending}`);
+  const names = ['.debug', ''].map((ending) => `${module}${ending}`);
   return folders.flatMap((folder) => names.map((name) => path.join(folder, name))).find((file) => existsSync(file));
 }
 

@@ -25,6 +25,9 @@ exports.call = (start, ...args) => inTime('a callback', new Promise((resolve) =>
   start(...args, resolve);
 }));
 
+/** scripts/lib/test_file.mjs says why test processes run without V8's threads. Scripts that they start do so too. */
+const nodeOptions = process.execArgv.filter((option) => option === '--single-threaded');
+
 const scriptSource = (body, module) => `'use strict'; const util = ${module && `require(${JSON.stringify(module)})`};
   const print = (value) => process.stdout.write(JSON.stringify(value) + '\\n');
   (async () => { ${body} })();`;
@@ -35,7 +38,7 @@ const scriptSource = (body, module) => `'use strict'; const util = ${module && `
  * with an error whose `code` is the exit code.
  */
 exports.runScript = async (body, { execPath = process.execPath, module = exports.modulePath } = {}) => {
-  const running = promisify(execFile)(execPath, ['-e', scriptSource(body, module)]);
+  const running = promisify(execFile)(execPath, [...nodeOptions, '-e', scriptSource(body, module)]);
   const { stdout } = await inTime('the end of a script', running).finally(() => running.child.kill());
   return stdout.split('\n').filter(Boolean).map((line) => JSON.parse(line));
 };
@@ -59,7 +62,8 @@ const startProgram = (program, args) => {
 };
 
 /** Starts `body` like runScript, but does not wait for its end (see startProgram). */
-exports.startScript = (body) => startProgram(process.execPath, ['-e', scriptSource(body, exports.modulePath)]);
+exports.startScript = (body) => startProgram(process.execPath,
+  [...nodeOptions, '-e', scriptSource(body, exports.modulePath)]);
 
 /**
  * Starts a process that stalls `depth` calls deep and ends after `lifetime` milliseconds. Resolves when it stalls, to
