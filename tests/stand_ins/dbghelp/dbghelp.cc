@@ -20,11 +20,10 @@ Function* Find(HMODULE module, const char* name) {
 
 }  // namespace
 
-extern "C" __declspec(dllexport) BOOL WINAPI MiniDumpWriteDump(HANDLE process, DWORD processId, HANDLE file,
-                                                               MINIDUMP_TYPE type,
-                                                               const PMINIDUMP_EXCEPTION_INFORMATION exception,
-                                                               const PMINIDUMP_USER_STREAM_INFORMATION streams,
-                                                               const PMINIDUMP_CALLBACK_INFORMATION callback) {
+extern "C" BOOL WINAPI MiniDumpWriteDump(HANDLE process, DWORD processId, HANDLE file, MINIDUMP_TYPE type,
+                                         const PMINIDUMP_EXCEPTION_INFORMATION exception,
+                                         const PMINIDUMP_USER_STREAM_INFORMATION streams,
+                                         const PMINIDUMP_CALLBACK_INFORMATION callback) {
   if (!exception || exception->ExceptionPointers) {
     return realMiniDumpWriteDump(process, processId, file, type, exception, streams, callback);
   }
