@@ -1,0 +1,95 @@
+'use strict';
+// Runs the recipe of docs/start-up.md, as it stands there, in real processes.
+const {
+  assert, fs, modulePath, path, RegistryKey, startScript, system: windows, temporaryFolder, test, until,
+} = require('../support');
+
+const page = fs.readFileSync(path.join(__dirname, '..', '..', 'docs', 'start-up.md'), 'utf8');
+const [, recipe] = /^```js\r?\n(.*?)^```/ms.exec(page);
+const client = new RegistryKey('SOFTWARE\\Borvanta', 32);
+const marks = new RegistryKey('SOFTWARE\\Borvanta\\mark', 32);
+test.beforeEach(() => client.remove());
+test.after(() => client.remove());
+
+/** Starts the recipe. `body` is the end of its startUp(). `env` is for this process and for the last version. */
+function start(t, body = '', env = {}) {
+  const parts = [[/console\.log\(safeMode.*?\);/, `print({ safeMode }); ${body}`], ['10_000', '1_000']];
+  const text = parts.reduce((before, [part, other]) => {
+    const after = before.replace(part, () => other);
+    assert.notEqual(after, before, `${part} is in the recipe`);
+    return after;
+  }, recipe);
+  const process = startScript(`Object.assign(process.env, ${JSON.stringify(env)}); ${text}`);
+  t.after(process.kill);
+  return process;
+}
+
+async function crash(t) {
+  const process = start(t, 'await sleep(100_000);');
+  assert.deepEqual(await process.next(), { safeMode: false });
+  await process.kill();
+}
+
+/** Makes a last version that runs `script`, and returns its environment. */
+function makeLastVersion(t, script) {
+  const folder = temporaryFolder(t);
+  const [executable, file] = ['borvanta.exe', 'last_version.js'].map((name) => path.join(folder, name));
+  fs.copyFileSync(process.execPath, executable);
+  fs.writeFileSync(file, `if (process.env.CLIENT_FALLBACK) { ${script} }`);
+  client.set('LatestBootableVersion', executable);
+  return { NODE_OPTIONS: `--require ${JSON.stringify(file)}` };
+}
+
+const quits = (process) => assert.rejects(process.next(), / 0,$/);
+
+async function runsInSafeMode(process, message) {
+  assert.deepEqual(await process.next(), { safeMode: true }, message);
+  await quits(process);
+}
+
+test('a second instance quits and leaves no mark', async (t) => {
+  const first = start(t, 'setInterval(() => {}, 1000);');
+  await first.next();
+  await until(() => !marks.get('esn5.165.3.4096'));
+  await quits(start(t));
+  assert.equal(marks.get('esn5.165.3.4096'), undefined);
+});
+
+test('after a crash the last version runs, or this one in safe mode', async (t) => {
+  await crash(t);
+  client.set('LatestBootableVersion', path.join(temporaryFolder(t), 'borvanta.exe'));
+  await runsInSafeMode(start(t), 'its file is gone');
+
+  await crash(t);
+  const ends = makeLastVersion(t, 'process.exit(7);');
+  await runsInSafeMode(start(t, '', ends), 'it crashes at once');
+
+  await crash(t);
+  const seen = path.join(temporaryFolder(t), 'seen.json');
+  const works = makeLastVersion(t, `const runs = require(${JSON.stringify(modulePath)}).createDuplicateMutex();
+    require('fs').writeFileSync(${JSON.stringify(seen)}, JSON.stringify({ runs, pid: process.pid }));
+    setInterval(() => {}, 1000);`);
+  await quits(start(t, '', works));
+  const { runs, pid } = JSON.parse(fs.readFileSync(seen));
+  assert.equal(runs, false, 'the mutex is free');
+  await quits(start(t, '', works));
+  process.kill(pid);
+  await runsInSafeMode(start(t, '', { ...works, CLIENT_FALLBACK: '1' }), 'a fallback starts no other version');
+});
+
+test('a start-up that may not write its mark runs, also after a crash', async (t) => {
+  const [key, descriptor] = [[0], [null]];
+  marks.set('other', '');
+  windows('advapi32', 'int RegOpenKeyExW(size_t, str16, uint32, uint32, _Out_ size_t*)')(0x80000002, marks.path, 0,
+    0xF023F /* KEY_ALL_ACCESS | KEY_WOW64_32KEY */, key);
+  const protect = (rights) => {
+    windows('advapi32', 'int ConvertStringSecurityDescriptorToSecurityDescriptorW(str16, uint32, _Out_ void**, void*)')(
+      `D:P(A;;${rights};;;WD)`, 1, descriptor, null);
+    windows('advapi32', 'int RegSetKeySecurity(size_t, uint32, void*)')(key[0], 4 /* the list of rights */, descriptor[0]);
+  };
+  protect('KR');
+  t.after(() => protect('KA'));
+  await crash(t);
+  await crash(t);
+  assert.equal(marks.get('esn5.165.3.4096'), undefined);
+});
