@@ -30,7 +30,8 @@ export interface ProcessListResult {
  * digits. It is not a hash; treat it as personal data.
  *
  * @returns the string. A field is empty ("0" for the processor) if its number cannot be found. The string is built once
- *   in a process: the first call may wait for devices for a while, later calls return at once. Never throws.
+ *   in a process: the first call may wait for devices for a while, without a limit; later calls return at once, in
+ *   every thread. Never throws.
  */
 export function getGuid(): string;
 
@@ -247,7 +248,8 @@ export function captureNativeJank(args: CaptureJankArgs, callback: ResultCallbac
  * The result of {@link getGpuUsage}. A number is a percentage of one engine's time since the previous sample. A number
  * of exactly 0 is left out. All properties of an engine kind are left out if no process uses such an engine. The object
  * is also empty when the sample only opened the counter, and when the counter cannot be read: for instance because it
- * has no English name here, because there is no PDH library, or because memory has run out.
+ * has no English name here, because there is no PDH library, or because memory has run out. To tell the two apart, take
+ * a second sample.
  */
 export interface GpuUsage {
   /** 3D: the GPU process. */

@@ -5,7 +5,8 @@ const { getEnvironmentData, setEnvironmentData } = require('node:worker_threads'
 const { name, version } = require('../package.json');
 
 if (process.platform !== 'win32' || process.arch !== 'x64') {
-  throw new Error(`${name} runs on 64-bit Windows only, not on ${process.platform} ${process.arch}`);
+  const message = `${name} needs x64 Node.js on Windows. This is Node.js for ${process.platform} ${process.arch}.`;
+  throw Object.assign(new Error(message), { code: 'ERR_FEATURE_UNAVAILABLE_ON_PLATFORM' });
 }
 
 // Each module file has its own state: the mutex that it holds, its GPU counters, its locks. So all copies of this
@@ -18,9 +19,11 @@ try {
   // Bundlers look for a require() of a string literal, so the usual path is written as one.
   module.exports = getEnvironmentData(key) ? require(file) : require('../prebuilds/win32-x64/borvanta-util.node');
 } catch (cause) {
-  throw Object.assign(new Error(`${name} could not load ${file}. The file must exist, be complete and have this name. `
-    + `Install the package again. In a bundled application keep ${name} external, in an archive unpack *.node `
-    + '(docs/bundling.md).', { cause }), { code: cause.code });
+  const advice = cause.code === 'ERR_DLOPEN_DISABLED'
+    ? 'Node.js was started without native add-ons. With --permission, also pass --allow-addons.'
+    : 'The file must exist, be complete and have this name. Install the package again. In a bundled application keep '
+      + `${name} external, in an archive unpack *.node (docs/bundling.md).`;
+  throw Object.assign(new Error(`${name} could not load ${file}. ${advice}`, { cause }), { code: cause.code });
 }
 setEnvironmentData(key, file);
 

@@ -13,8 +13,9 @@ exports.watchForJank = (options) => {
   // Required only here, because options.js loads the module, which is for Windows only. readReport() works on every
   // system.
   const { readOptions } = require('./options.js');
-  const { checkNotWatcher, startWatcher } = require('./watcher_process.js');
+  const { checkNotWatcher, checkScript, startWatcher } = require('./watcher_process.js');
   checkNotWatcher();
+  checkScript();
   const { onJank, onError, ...settings } = readOptions(options);
   fs.mkdirSync(settings.janksDir, { recursive: true });
   settings.processId = process.pid;

@@ -1,6 +1,7 @@
 'use strict';
 
 const { fork } = require('node:child_process');
+const fs = require('node:fs');
 const inspector = require('node:inspector');
 const path = require('node:path');
 
@@ -9,6 +10,15 @@ const path = require('node:path');
  * symbols, which captures do not need and for which DbgHelp may use the network.
  */
 const notForWatcher = { NODE_OPTIONS: undefined, _NT_SYMBOL_PATH: undefined, _NT_ALTERNATE_SYMBOL_PATH: undefined };
+
+const script = path.join(__dirname, 'watcher.js');
+
+/** Throws if a bundler has taken this file into a bundle, which the watcher's process could not run. */
+exports.checkScript = () => {
+  if (fs.existsSync(script)) return;
+  throw Object.assign(new Error(`The watcher's script ${script} is missing. If the application is bundled, keep the `
+    + 'package external (docs/bundling.md)'), { code: 'MODULE_NOT_FOUND' });
+};
 
 /** The environment variable that marks the watcher's process. */
 const mark = 'BORVANTA_JANK_WATCHER';
@@ -27,7 +37,7 @@ exports.checkNotWatcher = () => {
  * Returns the ChildProcess. To end it, disconnect it: if a watcher is killed during a capture, the thread stays frozen.
  */
 exports.startWatcher = ({ execPath, env, living, ...settings }, onMessage, onEnd) => {
-  const child = fork(path.join(__dirname, 'watcher.js'), [], {
+  const child = fork(script, [], {
     execPath,
     execArgv: [],
     env: { ...process.env, ...notForWatcher, ...env, [mark]: '1' },

@@ -1,4 +1,5 @@
 'use strict';
+const { spawnSync } = require('node:child_process');
 const { assert, captureArgs, fs, path, temporaryFolder, test } = require('../support');
 
 const root = path.join(__dirname, '..', '..');
@@ -9,6 +10,10 @@ test('a package copy without its module file throws, or uses the file of a copy 
   const copy = path.join(folder, 'lib', 'index.js');
   assert.throws(() => require(copy), (error) => error.message.includes(folder) && error.cause.code === error.code);
   assert.equal(require('borvanta-util'), require(copy));
+  fs.rmSync(path.join(folder, 'lib', 'watchdog', 'watcher.js'));
+  assert.throws(() => require(`${folder}/lib/watchdog.js`).watchForJank({}), /watcher\.js is missing.*bundling\.md/);
+  const { stderr } = spawnSync(process.execPath, ['--no-addons', path.join(root, 'lib', 'index.js')], { encoding: 'utf8' });
+  assert.match(stderr, /--allow-addons/);
 });
 
 test('each function is described, can be imported by name, and has a promise form if it has a callback', async () => {

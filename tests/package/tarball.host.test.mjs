@@ -57,7 +57,8 @@ test('the package loads in Node.js for Windows, and on Linux throws an error; it
   write('main.mjs', `import { enumProcessList } from 'borvanta-util/promises';
     console.log((await enumProcessList()).list.find(({ pid }) => pid === process.pid).name);`);
   assert.equal(node(path.join(root, 'scripts/windows-node.mjs'), 'main.mjs').stdout, 'node.exe\n');
-  assert.match(node('main.mjs').stderr, /^Error: borvanta-util runs on 64-bit Windows only, not on linux/m);
+  const { stderr } = node('main.mjs');
+  assert.match(stderr, /^Error: borvanta-util needs x64 Node.js on Windows\. This is Node.js for linux [^]*PLATFORM'/m);
   assert.match(run('npx', '--offline', 'borvanta-util', '--help').stdout, /^Usage: borvanta-util/);
 });
 
