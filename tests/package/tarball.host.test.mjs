@@ -28,17 +28,22 @@ const names = readdirSync(installed, { recursive: true, withFileTypes: true }).f
 const pages = names.filter((name) => name.endsWith('.md'))
   .map((name) => [name, readFileSync(path.join(installed, name), 'utf8')]);
 
-test('the package has only the module, scripts, headers and pages, and all files that pages link to', () => {
+test('the package has only the module, scripts, headers and pages, and all that pages link to', () => {
   const wanted = /^(lib\/[\w./-]+|(docs\/)?[\w-]+\.md|package\.json|prebuilds\/win32-x64\/[\w-]+\.node|src\/.*\.h)$/;
   assert.deepEqual(names.filter((name) => !wanted.test(name)), []);
-  const links = pages.flatMap(([page, text]) => [...text.matchAll(/\]\((?!https?:)([^)#]+)/g)]
-    .map(([, link]) => path.join(path.dirname(page), link)));
-  assert.deepEqual(links.filter((link) => !names.includes(link)), []);
+  const headings = pages.flatMap(([page, text]) => [...text.matchAll(/^#+ (.*)$/gm)]
+    .map(([, heading]) => `${page}#${heading.toLowerCase().replace(/[^\w -]/g, '').replaceAll(' ', '-')}`));
+  const links = pages.flatMap(([page, text]) => [...text.matchAll(/\]\((?!https?:)([^)#]*)(#[^)]*)?\)/g)]
+    .map(([, file, heading = '']) => (file ? path.join(path.dirname(page), file) : page) + heading));
+  assert.deepEqual(links.filter((link) => ![...names, ...headings].includes(link)), []);
 });
 
 test('the manifest is the client\'s, npm packs the same files again, and refuses to pack the repository', () => {
   const manifest = JSON.parse(readFileSync(path.join(installed, 'package.json'), 'utf8'));
   assert.equal(manifest.type, 'commonjs');
+  const exported = Object.values(manifest.exports).flatMap((entry) => (typeof entry === 'string' ? entry
+    : Object.values(entry)));
+  assert.deepEqual(exported.filter((file) => !names.includes(path.normalize(file))), []);
   assert.deepEqual(['scripts', 'private', 'devDependencies'].filter((name) => name in manifest), []);
   const [{ files }] = JSON.parse(run('npm', 'pack', installed, '--dry-run', '--json').stdout);
   assert.deepEqual(files.map((file) => file.path).sort(), names.sort());
