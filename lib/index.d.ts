@@ -235,7 +235,8 @@ export interface CaptureJankResult {
  * Do not end the capturing process before the callback has run: the captured thread would stay frozen.
  *
  * Captures that overlap share a dump, even if they are of different processes or write into different directories. So
- * before you capture another process, wait for the callback of the previous capture. The calling process ends if Windows cannot start the thread.
+ * before you capture another process, wait for the callback of the previous capture. The calling process ends if
+ * Windows cannot start the thread.
  *
  * @param callback gets the result. Failures are in the result, with the texts that docs/jank-report.md lists.
  * @throws TypeError "Invalid arg" if a property is missing or of another type, or if `callback` is not a function.

@@ -190,7 +190,7 @@ export interface JankWatch {
  *
  * @throws TypeError with code "ERR_INVALID_ARG_TYPE", or RangeError with code "ERR_OUT_OF_RANGE", that names the wrong
  *   option; an error of the file system when `janksDir` cannot be created; an error with code
- *   "ERR_WORKER_UNSUPPORTED_OPERATION" in a worker; an error with code "MODULE_NOT_FOUND" in a bundle; an error in a process that was started as the watcher but runs the
- *   application. Nothing has been started then.
+ *   "ERR_WORKER_UNSUPPORTED_OPERATION" in a worker; an error with code "MODULE_NOT_FOUND" in a bundle; an error in a
+ *   process that was started as the watcher but runs the application. Nothing has been started then.
  */
 export function watchForJank(options: WatchOptions): JankWatch;

@@ -6,6 +6,11 @@ const {
 
 const page = fs.readFileSync(path.join(__dirname, '..', '..', 'docs', 'start-up.md'), 'utf8');
 const [, recipe] = /^```js\r?\n(.*?)^```/ms.exec(page);
+const openKey = windows('advapi32', 'int RegOpenKeyExW(size_t, str16, uint32, uint32, _Out_ size_t*)');
+const setKeySecurity = windows('advapi32', 'int RegSetKeySecurity(size_t, uint32, void*)');
+const readDescriptor = windows('advapi32',
+  'int ConvertStringSecurityDescriptorToSecurityDescriptorW(str16, uint32, _Out_ void**, void*)');
+
 const client = new RegistryKey('SOFTWARE\\Borvanta', 32);
 const marks = new RegistryKey('SOFTWARE\\Borvanta\\mark', 32);
 test.beforeEach(() => client.remove());
@@ -78,17 +83,17 @@ test('after a crash the last version runs, or this one in safe mode', async (t) 
 });
 
 test('a start-up that may not write its mark runs, also after a crash', async (t) => {
-  const [key, descriptor] = [[0], [null]];
   marks.set('other', '');
-  windows('advapi32', 'int RegOpenKeyExW(size_t, str16, uint32, uint32, _Out_ size_t*)')(0x80000002, marks.path, 0,
-    0xF023F /* KEY_ALL_ACCESS | KEY_WOW64_32KEY */, key);
-  const protect = (rights) => {
-    windows('advapi32', 'int ConvertStringSecurityDescriptorToSecurityDescriptorW(str16, uint32, _Out_ void**, void*)')(
-      `D:P(A;;${rights};;;WD)`, 1, descriptor, null);
-    windows('advapi32', 'int RegSetKeySecurity(size_t, uint32, void*)')(key[0], 4 /* the list of rights */, descriptor[0]);
+  const key = [0];
+  // KEY_ALL_ACCESS | KEY_WOW64_32KEY: this handle keeps its rights.
+  openKey(0x80000002, marks.path, 0, 0xF023F, key);
+  const allowEveryone = (rights) => {
+    const descriptor = [null];
+    readDescriptor(`D:P(A;;${rights};;;WD)`, 1, descriptor, null);
+    setKeySecurity(key[0], 4 /* DACL_SECURITY_INFORMATION */, descriptor[0]);
   };
-  protect('KR');
-  t.after(() => protect('KA'));
+  allowEveryone('KR');
+  t.after(() => allowEveryone('KA'));
   await crash(t);
   await crash(t);
   assert.equal(marks.get('esn5.165.3.4096'), undefined);
