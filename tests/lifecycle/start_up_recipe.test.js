@@ -12,13 +12,17 @@ const readDescriptor = windows('advapi32',
   'int ConvertStringSecurityDescriptorToSecurityDescriptorW(str16, uint32, _Out_ void**, void*)');
 
 const client = new RegistryKey('SOFTWARE\\Borvanta', 32);
+const mark = 'esn5.165.3.4096';
 const marks = new RegistryKey('SOFTWARE\\Borvanta\\mark', 32);
 test.beforeEach(() => client.remove());
 test.after(() => client.remove());
 
-/** Starts the recipe. `body` is the end of its startUp(). `env` is for this process and for the last version. */
-function start(t, body = '', env = {}) {
-  const parts = [[/console\.log\(safeMode.*?\);/, `print({ safeMode }); ${body}`], ['10_000', '1_000']];
+/**
+ * Starts the recipe. `body` is the end of its startUp(). `env` is for this process and for the last version, which it
+ * watches for some `seconds`.
+ */
+function start(t, body = '', env = {}, seconds = 30) {
+  const parts = [[/console\.log\(safeMode.*?\);/, `print({ safeMode }); ${body}`], ['10_000', `${seconds}_000`]];
   const text = parts.reduce((before, [part, other]) => {
     const after = before.replace(part, () => other);
     assert.notEqual(after, before, `${part} is in the recipe`);
@@ -49,15 +53,16 @@ const quits = (process) => assert.rejects(process.next(), / 0,$/);
 
 async function runsInSafeMode(process, message) {
   assert.deepEqual(await process.next(), { safeMode: true }, message);
-  await quits(process);
+  await until(() => !marks.get(mark));
+  await process.kill();
 }
 
 test('a second instance quits and leaves no mark', async (t) => {
   const first = start(t, 'setInterval(() => {}, 1000);');
   await first.next();
-  await until(() => !marks.get('esn5.165.3.4096'));
+  await until(() => !marks.get(mark));
   await quits(start(t));
-  assert.equal(marks.get('esn5.165.3.4096'), undefined);
+  assert.equal(marks.get(mark), undefined);
 });
 
 test('after a crash the last version runs, or this one in safe mode', async (t) => {
@@ -74,7 +79,8 @@ test('after a crash the last version runs, or this one in safe mode', async (t) 
   const works = makeLastVersion(t, `const runs = require(${JSON.stringify(modulePath)}).createDuplicateMutex();
     require('fs').writeFileSync(${JSON.stringify(seen)}, JSON.stringify({ runs, pid: process.pid }));
     setInterval(() => {}, 1000);`);
-  await quits(start(t, '', works));
+  await quits(start(t, '', works, 1));
+  await until(() => fs.existsSync(seen) && fs.statSync(seen).size > 0);
   const { runs, pid } = JSON.parse(fs.readFileSync(seen));
   assert.equal(runs, false, 'the mutex is free');
   await quits(start(t, '', works));
@@ -96,5 +102,5 @@ test('a start-up that may not write its mark runs, also after a crash', async (t
   t.after(() => allowEveryone('KA'));
   await crash(t);
   await crash(t);
-  assert.equal(marks.get('esn5.165.3.4096'), undefined);
+  assert.equal(marks.get(mark), undefined);
 });
