@@ -25,7 +25,7 @@ export async function makeClangFolder() {
   const folder = testFolders.clang;
   rmSync(folder, { recursive: true, force: true });
   const copy = (from, to) => cpSync(from, path.join(folder, to), { recursive: true });
-  for (const part of ['lib', 'package.json']) copy(path.join(root, part), part);
+  for (const part of ['docs', 'lib', 'package.json']) copy(path.join(root, part), part);
   copy(path.join(buildFolder('clang'), 'module'), 'prebuilds/win32-x64');
   mkdirSync(path.join(folder, 'build', 'clang'), { recursive: true });
   symlinkSync(path.join(buildFolder('clang'), 'targets'), path.join(folder, 'build', 'clang', 'targets'));
