@@ -52,9 +52,9 @@ export function getCpuName(): string;
 export function getOsVersionWithReleaseId(): string;
 
 /**
- * Whether this copy of the module runs in debug mode: it is a debug build, its debug period is not over, and Windows
- * accepts the signature of its file. This is decided once in a process, by the first call. Calls from other threads
- * wait meanwhile.
+ * Whether this copy of the module runs in debug mode: it is a build with a debug period, that period is not over, and
+ * Windows accepts the signature of its file. This is decided once in a process, by the first call. Calls from other
+ * threads wait meanwhile.
  *
  * @returns true in debug mode. False in every release build, and whenever a check fails. Never throws.
  */
@@ -166,7 +166,7 @@ export interface CaptureJankArgs {
    * It is not the `threadId` of `worker_threads`, and Node.js has no function that returns it.
    */
   threadId: number;
-  /** The kind of jank in your own words. */
+  /** The kind of stall in your own words. */
   jankType: string;
   /**
    * The directory for the dump and the report. It must exist, because it is not created. It must end with a backslash,

@@ -10,8 +10,8 @@ if (process.platform !== 'win32' || process.arch !== 'x64') {
 }
 
 // Each module file has its own state: the mutex that it holds, its GPU counters, its locks. So all copies of this
-// version use the file of the copy that was loaded first, in this thread and in the workers that are started after
-// that.
+// version use the file of the copy that was loaded first, in this thread and in the script workers that are started
+// after that.
 const key = `${name}@${version}`;
 const file = getEnvironmentData(key) ?? path.join(__dirname, '..', 'prebuilds', 'win32-x64', 'borvanta-util.node');
 

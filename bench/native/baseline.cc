@@ -5,14 +5,12 @@
 
 #include <windows.h>
 
-#include <memory>
 #include <vector>
 
 #include "addon/script_values.h"
 #include "native/bare_calls.h"
 #include "native/frozen_time.h"
 #include "native/usage_sums.h"
-#include "native/import_patch.h"
 
 namespace {
 
@@ -27,29 +25,7 @@ Napi::Value EmptyAnswer(const Napi::CallbackInfo& info) {
   return Napi::String::New(info.Env(), bench::bareAnswer);
 }
 
-HANDLE WINAPI NoSnapshot(DWORD, DWORD) {
-  return INVALID_HANDLE_VALUE;
-}
-
-/// refuseSnapshots(refuse): if `refuse` is true, the module gets no process snapshot from now on. Then
-/// "enumProcessList" only goes to a worker and back.
-Napi::Value RefuseSnapshots(const Napi::CallbackInfo& info) {
-  static std::unique_ptr<bench::ImportPatch> patch;
-  patch.reset();
-  if (info[0].ToBoolean()) {
-    patch = std::make_unique<bench::ImportPatch>(GetModuleHandleW(L"borvanta-util.node"), "CreateToolhelp32Snapshot",
-                                                 &NoSnapshot);
-  }
-  return info.Env().Undefined();
-}
-
-/// watchFrozenTime(): see frozen_time.h.
-Napi::Value WatchFrozenTime(const Napi::CallbackInfo& info) {
-  bench::WatchFrozenTime();
-  return info.Env().Undefined();
-}
-
-/// latestFrozenTime(): returns nanoseconds.
+/// latestFrozenTime(): returns nanoseconds (frozen_time.h).
 Napi::Value LatestFrozenTime(const Napi::CallbackInfo& info) {
   return Napi::Number::New(info.Env(), bench::LatestFrozenTime());
 }
@@ -95,8 +71,6 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
   SetBare(exports, "workerCall", &bench::WorkerThreadCall);
   exports.Set("emptyAnswer", Napi::Function::New(env, &EmptyAnswer));
   exports.Set("setAnswer", Napi::Function::New(env, &SetAnswer));
-  exports.Set("refuseSnapshots", Napi::Function::New(env, &RefuseSnapshots));
-  exports.Set("watchFrozenTime", Napi::Function::New(env, &WatchFrozenTime));
   exports.Set("latestFrozenTime", Napi::Function::New(env, &LatestFrozenTime));
   exports.Set("bareCapture", Napi::Function::New(env, &BareCapture));
   exports.Set("makeInstances", Napi::Function::New(env, &MakeInstances));
@@ -106,5 +80,10 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
 }
 
 }  // namespace
+
+/// Replaces the module's import of CreateToolhelp32Snapshot: no snapshot.
+extern "C" __declspec(dllexport) HANDLE WINAPI NoSnapshot(DWORD, DWORD) {
+  return INVALID_HANDLE_VALUE;
+}
 
 NODE_API_MODULE(NODE_GYP_MODULE_NAME, Init)

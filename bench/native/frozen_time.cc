@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "jank/dbghelp_functions.h"
-#include "native/import_patch.h"
 #include "win/get_function.h"
 #include "win/unique_resource.h"
 
@@ -18,17 +17,6 @@ using Nanoseconds = std::chrono::duration<double, std::nano>;
 
 steady_clock::time_point suspendedAt;
 std::atomic<Nanoseconds> frozenTime{};
-
-DWORD WINAPI NoteSuspend(HANDLE thread) {
-  suspendedAt = steady_clock::now();
-  return SuspendThread(thread);
-}
-
-DWORD WINAPI NoteResume(HANDLE thread) {
-  const DWORD result = ResumeThread(thread);
-  frozenTime = steady_clock::now() - suspendedAt;
-  return result;
-}
 
 struct Module {
   std::wstring path;
@@ -72,10 +60,15 @@ size_t Walk(const DbgHelpFunctions& dbgHelp, HANDLE process, HANDLE thread) {
 
 }  // namespace
 
-void WatchFrozenTime() {
-  const HMODULE module = GetModuleHandleW(L"borvanta-util.node");
-  static const ImportPatch suspend(module, "SuspendThread", &NoteSuspend);
-  static const ImportPatch resume(module, "ResumeThread", &NoteResume);
+extern "C" DWORD WINAPI NoteSuspend(HANDLE thread) {
+  suspendedAt = steady_clock::now();
+  return SuspendThread(thread);
+}
+
+extern "C" DWORD WINAPI NoteResume(HANDLE thread) {
+  const DWORD result = ResumeThread(thread);
+  frozenTime = steady_clock::now() - suspendedAt;
+  return result;
 }
 
 double LatestFrozenTime() {

@@ -7,9 +7,10 @@
 
 namespace bench {
 
-/// Patches the module's import table to note when the module suspends a thread and when it has resumed the thread. Call
-/// it once.
-void WatchFrozenTime();
+/// These replace the module's imports of SuspendThread and ResumeThread (run.js). They note the time before the thread
+/// is suspended and after it has been resumed.
+extern "C" __declspec(dllexport) DWORD WINAPI NoteSuspend(HANDLE thread);
+extern "C" __declspec(dllexport) DWORD WINAPI NoteResume(HANDLE thread);
 
 /// How long the module's latest capture kept its thread frozen, in nanoseconds.
 double LatestFrozenTime();

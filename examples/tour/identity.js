@@ -1,6 +1,6 @@
 'use strict';
 
-/** The machine in a few lines: its identifier, processor and system, and whether this is a debug build. */
+/** The machine in a few lines: its identifier, processor and system, and whether debug mode is on. */
 exports.tour = async (util, print) => {
   const id = util.getGuid();
   print(`Machine identifier: ${id}`);

@@ -1,6 +1,6 @@
 import { existsSync, readFileSync, rmSync } from 'node:fs';
 import path from 'node:path';
-import { onWindows, root, runBeside, say } from './shell.mjs';
+import { onWindows, root, runAsync, say } from './shell.mjs';
 
 const preset = onWindows ? 'msvc' : 'mingw';
 
@@ -24,7 +24,7 @@ async function buildPreset(name, targets, before = []) {
   forgetOtherFolder(name);
   const cmake = (...args) => {
     const [command, ...rest] = [...before, 'cmake', ...args];
-    return runBeside(command, rest);
+    return runAsync(command, rest);
   };
   await cmake('--preset', name);
   await cmake('--build', '--preset', name, ...(targets.length > 0 ? ['--target', ...targets] : []));

@@ -59,7 +59,7 @@ export function run(command, args, options = {}) {
 }
 
 /** Like run(), but asynchronous: resolves to the stdout. */
-export function runBeside(command, args, options = {}) {
+export function runAsync(command, args, options = {}) {
   return new Promise((resolve, reject) => {
     execFile(command, args, settings(options), (error, stdout, stderr) => {
       if (!error) return resolve(stdout);

@@ -3,7 +3,7 @@ import { spawn, spawnSync } from 'node:child_process';
 import { closeSync, cpSync, existsSync, mkdirSync, mkdtempSync, openSync, readSync, renameSync, rmSync } from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
-import { describeEnd, endOf, onWindows, root, runBeside, say, SetupError, succeeds } from './shell.mjs';
+import { describeEnd, endOf, onWindows, root, runAsync, say, SetupError, succeeds } from './shell.mjs';
 import { wine, wineFilesEnvironment, wineServer } from './wine_files.mjs';
 
 // Wine needs some fixed addresses. Where Linux places memory at random, about one process in 5,000 finds one of them in
@@ -56,7 +56,7 @@ async function fillPrefix(draft, lane) {
   if (lane === 0) {
     say('Making the Wine prefix (about ten seconds)');
     const env = wineEnvironment(draft);
-    await runBeside(command, [...commandArgs, 'wineboot', '-i'], { env });
+    await runAsync(command, [...commandArgs, 'wineboot', '-i'], { env });
     stopWine(draft);
   } else {
     const first = await winePrefix(0);

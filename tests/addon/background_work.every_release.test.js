@@ -62,7 +62,7 @@ test('an exception from a callback becomes a warning of Node.js, and the call le
 });
 
 // The main thread does not load the module here. If the module did not pin itself in memory, Node.js would unload it
-// when the last worker that uses it ends.
+// when the last script worker that uses it ends.
 test('a process survives 40 script workers that end at any moment of their calls', async () => {
   assert.deepEqual(await runScript(`
     const { Worker } = require('node:worker_threads');
@@ -79,7 +79,7 @@ test('a process survives 40 script workers that end at any moment of their calls
         if (way === 2) for (started();;);
       });
       if (way > 2) started();
-      // The worker still calls the module after its end has begun. Then every Node-API call of a handler fails.
+      // The script worker still calls the module after its end has begun. Then every Node-API call of a handler fails.
       while (way === 3) {
         try { util.enumProcessList(); } catch {} try { util.removeOldVersion(1, 2); } catch {}
       }
@@ -89,7 +89,7 @@ test('a process survives 40 script workers that end at any moment of their calls
       while (begun < 40) {
         const way = ++begun % 8;
         const worker = new Worker(source, { eval: true, workerData: { ...shared, way } });
-        // The worker is terminated while it starts or loads the module.
+        // The script worker is terminated while it starts or loads the module.
         if (way === 0) setTimeout(() => worker.terminate(), begun % 50);
         worker.on('message', () => { ++done; worker.terminate(); });
         await new Promise((resolve) => { worker.on('exit', resolve); });

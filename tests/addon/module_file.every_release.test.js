@@ -1,7 +1,7 @@
 'use strict';
 const { spawnSync } = require('node:child_process');
 const {
-  assert, fs, load, modulePath, path, runScript, scriptedSystem, system: windows, temporaryFolder, test,
+  assert, fs, load, modulePath, path, runScript, scriptedSystem, temporaryFolder, test, windows,
 } = require('../support');
 
 test('the module has the functions of index.d.ts in the same order, unnamed, as ordinary properties', () => {
@@ -17,7 +17,7 @@ test('the module has the functions of index.d.ts in the same order, unnamed, as 
 
 test('the file exports three functions, imports from Windows only, is hardened, and its debug file has its id', (t) => {
   const system = scriptedSystem(t);
-  const { exports, imports, dllCharacteristics } = system.executable;
+  const { exports, imports, dllCharacteristics } = system.loaded;
   assert.deepEqual(exports, ['GetDbgHelpFunctions', 'napi_register_module_v1', 'node_api_module_get_api_version_v1']);
   assert.equal(system.exported('node_api_module_get_api_version_v1')(), 8);
   for (const { library } of imports) {

@@ -80,7 +80,7 @@ async function captureEnding(janksDir) {
   }));
 }
 
-/** Runs a worker that makes calls. It may be terminated at any time. */
+/** Runs a script worker that makes calls. It may be terminated at any time. */
 async function workAWhile() {
   const worker = new Worker(__filename, { workerData: { file, seed: random(2 ** 31) } });
   const ended = once(worker, 'exit');
@@ -97,7 +97,7 @@ const countBlocks = () => ['malloc', 'calloc', 'realloc'].filter((name) => syste
 async function fillThreadPool() {
   system.hold('CreateToolhelp32Snapshot');
   const calls = Array.from({ length: 300 }, () => call(util.enumProcessList));
-  system.mend('CreateToolhelp32Snapshot');
+  system.restore('CreateToolhelp32Snapshot');
   await Promise.all(calls);
 }
 

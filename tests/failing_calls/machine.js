@@ -1,8 +1,8 @@
 'use strict';
 // The machine on which calls fail. Every script function finds something to do there: the client is installed, the
-// module is a debug build, a thread has stalled, and the graphics processor is busy.
+// module is a build with a debug period, a thread has stalled, and the graphics processor is busy.
 const {
-  call, captureArgs, koffi, memoryAt, openHandles, scriptedSystem, system: windows, until,
+  call, captureArgs, koffi, memoryAt, openHandles, scriptedSystem, until, windows,
 } = require('../support');
 
 /**
@@ -55,7 +55,7 @@ const errorCode = /^(Reg|Pdh|CoCreate|GetAdapters|WinVerify|SetThreadDesc|Global
 // Functions that release something. They release it before they report a failure, because nobody could do so later.
 const givesBack = /Close|Free|Remove|Resume|Cleanup|SetEvent|WinVerify/;
 
-/** Functions that release something, each with the functions that acquire it. A worker thread starts suspended. */
+/** Functions that release something, each with the functions that acquire it. A worker starts suspended. */
 const pairs = [['free', 'malloc', 'calloc'], ['SysFreeString', 'SysAllocStringLen'], ['GlobalFree', 'GlobalAlloc'],
   ['ResumeThread', 'SuspendThread', '_beginthreadex'], ['LeaveCriticalSection', 'EnterCriticalSection'],
   ['ReleaseSRWLockExclusive', 'AcquireSRWLockExclusive'], ['SymCleanup', 'SymInitialize'],
@@ -74,7 +74,7 @@ exports.Machine = class Machine {
   }
 
   /**
-   * Runs a scenario until its worker threads have ended. Meanwhile the nth call of some functions fails: { NAME: nth }.
+   * Runs a scenario until its workers have ended. Meanwhile the nth call of some functions fails: { NAME: nth }.
    * Resolves to the scenario's answer and to `calls`: how often each function that can fail was called.
    */
   async run(name, failing = {}) {
@@ -86,7 +86,7 @@ exports.Machine = class Machine {
     }
     const answer = await scenarios[name](system.util, this.target);
     await until(() => system.count('_beginthreadex') <= system.count('_endthreadex'), 'the end of the threads');
-    for (const called of Object.keys(failing)) system.mend(called);
+    for (const called of Object.keys(failing)) system.restore(called);
     const calls = Object.entries(system.counts).map(([called, count]) => [called, count - (before[called] ?? 0)]);
     return { answer, calls: calls.filter(([called, count]) => count > 0 && !cannotFail.test(called)) };
   }

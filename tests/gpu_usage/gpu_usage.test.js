@@ -1,5 +1,5 @@
 'use strict';
-const { assert, call, koffi, scriptedSystem, sleep, system: windows, test, until } = require('../support');
+const { assert, call, koffi, scriptedSystem, sleep, test, until, windows } = require('../support');
 
 const moreData = 0x800007D2 | 0;
 const failure = 0xC0000BBA | 0;
@@ -49,7 +49,7 @@ const usage = { nativeProc3d: 4, sys3d: 4, has3d: true };
 const opening = (query) => ['OpenQueryW  0', `AddCounterW ${query} \\GPU Engine(*)\\Utilization Percentage`,
   `CollectQueryData ${query}`];
 
-test('a sample opens the counter, the next one reads it, and initGpuUsage reopens it on a worker thread', async (t) => {
+test('a sample opens the counter, the next one reads it, and initGpuUsage reopens it on a worker', async (t) => {
   const pdh = systemWithPdh(t);
   const reading = ['CollectQueryData 1', ...Array(2).fill('GetFormattedCounterArrayW 2 512')];
   for (const [missing, expected, calls] of [['OpenQueryW', {}, opening(1).slice(0, 1)],
@@ -71,7 +71,7 @@ test('calls that overlap use PDH one after the other, also while a sample adds u
   for (let turn = 0; turn < 8; ++turn) system.util.initGpuUsage();
   await sleep(200);
   assert.deepEqual(calls, []);
-  system.mend('towlower');
+  system.restore('towlower');
   assert.deepEqual(await Promise.all(samples), Array(8).fill(usage));
   const names = (await newCalls(7 * 3 + 8 * 5)).map((entry) => entry.split(' ')[0]);
   assert.match(names.join(), /^(,?(Collect\w+(,GetFormat\w+){2}|Remove\w+,Close\w+,Open\w+,Add\w+,Collect\w+)){15}$/);

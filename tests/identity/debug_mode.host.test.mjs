@@ -17,12 +17,12 @@ const run = (command, ...args) => execFileSync(command, args,
 const onWindows = (script) => run(process.execPath, path.join(root, 'scripts', 'windows-node.mjs'), '-e',
   `const [fs, support] = [require('node:fs'), ${JSON.stringify(`Z:${root}tests/support`)}]; ${script}`);
 
-test('isDebugMode is true for a debug build with a valid signature, and false for one that was changed', () => {
+test('isDebugMode is true for a build with a debug period and a valid signature, and false once it is changed', () => {
   onWindows(`
-    const { system } = require(support + '/windows_api.js');
-    const begin = system('kernel32', 'void* BeginUpdateResourceW(str16, int)');
-    const update = system('kernel32', 'int UpdateResourceW(void*, str16, str16, uint16, str, uint32)');
-    const end = system('kernel32', 'int EndUpdateResourceW(void*, int)');
+    const { windows } = require(support + '/windows_api.js');
+    const begin = windows('kernel32', 'void* BeginUpdateResourceW(str16, int)');
+    const update = windows('kernel32', 'int UpdateResourceW(void*, str16, str16, uint16, str, uint32)');
+    const end = windows('kernel32', 'int EndUpdateResourceW(void*, int)');
     fs.copyFileSync(require(support + '/windows.js').modulePath, 'unsigned');
     const file = begin('unsigned', 0);
     update(file, 'DHS', '101', 1033, '99999999999999', 14);

@@ -6,7 +6,7 @@ const now = [2024, 2, 4, 29, 23, 59, 59, 500];
 /** The same moment in milliseconds since 1601. */
 const moment = Date.UTC(2024, 1, 29, 23, 59, 59, 500) - Date.UTC(1601);
 
-/** A system whose module is a signed debug build with this period. `others` replaces answers of played functions. */
+/** A system whose module is a signed build with this debug period. `others` replaces answers of played functions. */
 function debugBuild(t, period, others) {
   const system = scriptedSystem(t);
   const data = koffi.alloc('char', 20);
@@ -25,7 +25,7 @@ function debugBuild(t, period, others) {
   return system;
 }
 
-test('isDebugMode is true for a signed debug build within its period, else false; it is decided once', (t) => {
+test('isDebugMode is true for a signed build within its debug period, else false; it is decided once', (t) => {
   for (const [answer, last, period, others] of [
     [true, 'WinVerifyTrust', `${moment}`], [false, 'GetLocalTime', `${moment - 1}`],
     [true, 'WinVerifyTrust', `${moment}`.padStart(18, '0')], [false, 'SizeofResource', `${moment}`.padStart(19, '0')],

@@ -1,6 +1,6 @@
 'use strict';
 const {
-  assert, koffi, makeWritable, memoryAt, RegistryKey, scriptedSystem, system: windows, test,
+  assert, koffi, makeWritable, memoryAt, RegistryKey, scriptedSystem, test, windows,
 } = require('../support');
 
 const classKey = 'SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002bE10318}';
@@ -222,7 +222,7 @@ test('the processor field is serial number and signature, or "0" without the fea
     ['0', { 1: [1n, 2n, 3n, 0xFFFBFFFFn], 3: serial }], ['0', {}],
   ]) {
     leaves = given;
-    const { image, util } = scriptedSystem(t);
+    const { loaded: { image }, util } = scriptedSystem(t);
     // Only in the code: elsewhere these bytes may be part of an address.
     const code = image.subarray(0x1000, 0x1000 + image.readUInt32LE(image.readUInt32LE(0x3C) + 28));
     makeWritable(koffi.address(code), code.length);

@@ -150,9 +150,9 @@ async function overlap(t, answers) {
     capture.field('Lock', capture.addresses.get('Lock'));
     capture.second += 1;
   }
-  capture.system.mend('first');
+  capture.system.restore('first');
   await results[0];
-  capture.system.mend('second');
+  capture.system.restore('second');
   return { capture, results: await Promise.all(results) };
 }
 

@@ -85,7 +85,7 @@ exports.ScriptedCapture = class ScriptedCapture {
   }
 
   #step(name, real, args) {
-    // The start of a worker thread resumes that thread.
+    // The start of a worker resumes its thread.
     if (name === 'ResumeThread' && args[0] !== handles.thread) return real(...args);
     const step = [name, ...args];
     if (name in healthy) this.steps.push(step);
@@ -98,7 +98,7 @@ exports.ScriptedCapture = class ScriptedCapture {
   }
 
   /**
-   * Records which handles are closed, until the process handle is closed. After that the worker thread ends. It then
+   * Records which handles are closed, until the process handle is closed. After that the worker ends. It then
    * closes other handles, and must not wait for script.
    */
   #watchClosing() {

@@ -1,5 +1,5 @@
 'use strict';
-const { assert, koffi, load, memoryAt, RegistryKey, scriptedSystem, system: windows, test } = require('../support');
+const { assert, koffi, load, memoryAt, RegistryKey, scriptedSystem, test, windows } = require('../support');
 
 const preferences = new RegistryKey('SOFTWARE\\Microsoft\\DirectX\\UserGpuPreferences');
 test.beforeEach(() => preferences.remove());

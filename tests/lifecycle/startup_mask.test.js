@@ -98,7 +98,7 @@ test('a mark that cannot be written is not set, and a mark that was read is cach
     system.fail(name, { value: 5 });
     for (const _ of [1, 2]) assert.deepEqual(system.util.enterStartupMask(), { hasMask: false }, name);
     assert.equal(marks.get(markName), undefined);
-    system.mend(name);
+    system.restore(name);
   }
   marks.set(markName, now - 1n);
   assert.deepEqual(system.util.enterStartupMask(), { hasMask: true });
@@ -186,7 +186,7 @@ test('the executable is not recorded without its file, a writable key or a reada
   system.fail('GetFileAttributesA', { value: 18 });
   system.fail('RegSetValueExW', { value: 5 });
   leaves({ deleteFolderPath: bin }, 'a refused write');
-  system.mend('RegSetValueExW');
+  system.restore('RegSetValueExW');
   assert.equal(system.util.leaveStartupMask().writeRegVersion, executable, 'a hidden directory counts as a file');
 
   client.set('', 'x'.repeat(1024));

@@ -1,36 +1,37 @@
 'use strict';
 // Windows for tests: system functions by their declarations, native memory, registry values as bytes, and the headers
-// of executables.
+// of loaded executables.
 const koffi = require('../../tools/windows-node/node_modules/koffi');
 
 exports.koffi = koffi;
 
 const libraries = new Map();
 
-/** A system function that script can call: system('kernel32', 'int CloseHandle(void*)'). */
-const system = exports.system = (library, declaration) => {
+/** A system function that script can call: windows('kernel32', 'int CloseHandle(void*)'). */
+const windows = exports.windows = (library, declaration) => {
   if (!libraries.has(library)) libraries.set(library, koffi.load(`${library}.dll`));
   return libraries.get(library).func(declaration);
 };
 
 /** The native memory at `address` (a BigInt) as a Buffer. It is not a copy. */
-exports.memoryAt = (address, size) => Buffer.from(koffi.view(address, size));
+const memoryAt = exports.memoryAt = (address, size) => Buffer.from(koffi.view(address, size));
 
-const virtualAlloc = system('kernel32', 'void* VirtualAlloc(void*, size_t, uint32, uint32)');
-const virtualProtect = system('kernel32', 'int VirtualProtect(void*, size_t, uint32, _Out_ uint32*)');
+const virtualAlloc = windows('kernel32', 'void* VirtualAlloc(void*, size_t, uint32, uint32)');
+const virtualProtect = windows('kernel32', 'int VirtualProtect(void*, size_t, uint32, _Out_ uint32*)');
 
 /**
  * New memory (MEM_COMMIT | MEM_RESERVE) in which code can run. It is never freed. The bytes before it can be read too,
  * because Clang's check of function types reads them.
  */
 exports.executableMemory = (size) => koffi.address(virtualAlloc(null, size + 64, 0x3000, 0x40)) + 64n;
-exports.makeWritable = (address, size) => virtualProtect(address, size, 0x40 /* PAGE_EXECUTE_READWRITE */, [0]);
+const makeWritable = exports.makeWritable = (address, size) => (
+  virtualProtect(address, size, 0x40 /* PAGE_EXECUTE_READWRITE */, [0]));
 
-const openKey = system('advapi32', 'int RegOpenKeyExW(size_t, str16, uint32, uint32, _Out_ size_t*)');
-const setKeyValue = system('advapi32', 'int RegSetKeyValueW(size_t, str16, str16, uint32, void*, uint32)');
-const getValue = system('advapi32',
+const openKey = windows('advapi32', 'int RegOpenKeyExW(size_t, str16, uint32, uint32, _Out_ size_t*)');
+const setKeyValue = windows('advapi32', 'int RegSetKeyValueW(size_t, str16, str16, uint32, void*, uint32)');
+const getValue = windows('advapi32',
   'int RegGetValueW(size_t, str16, str16, uint32, _Out_ uint32*, void*, _Inout_ uint32*)');
-const deleteTree = system('advapi32', 'int RegDeleteTreeW(size_t, str16)');
+const deleteTree = windows('advapi32', 'int RegDeleteTreeW(size_t, str16)');
 
 /** HKEY_LOCAL_MACHINE\SOFTWARE in the view that `access` asks for, with all rights. */
 const openSoftware = (access) => {
@@ -72,7 +73,7 @@ exports.RegistryKey = class RegistryKey {
   remove() { deleteTree(...this.place); }
 };
 
-const getHandleInformation = system('kernel32', 'int GetHandleInformation(size_t, _Out_ uint32*)');
+const getHandleInformation = windows('kernel32', 'int GetHandleInformation(size_t, _Out_ uint32*)');
 
 /** How many handles this process has open, registry keys included. (In Wine, GetProcessHandleCount always gives 0.) */
 exports.openHandles = () => {
@@ -87,28 +88,33 @@ exports.openHandles = () => {
   return open;
 };
 
+const getModuleHandle = windows('kernel32', 'size_t GetModuleHandleW(str16)');
+
 /**
- * Reads the headers of a 64-bit executable or DLL in `image`, which is laid out as in memory. Returns its
- * `dllCharacteristics`, the names that it `exports`, and its `imports` ({ library, name, slot }), where `slot` is the
- * offset of the function's address.
+ * Reads the headers of a 64-bit executable or DLL that has been loaded from `file`. Returns its `address`; its `image`,
+ * the memory with its code and data; its `dllCharacteristics`; the names that it `exports`; and its `imports`
+ * ({ library, name, slot }). A slot is the place of the function's address, which may be overwritten.
  */
-exports.readExecutable = (image) => {
+exports.readLoaded = (file) => {
+  const address = BigInt(getModuleHandle(file));
+  const first = memoryAt(address, 0x1000);
+  const header = first.readUInt32LE(0x3c);
+  const image = memoryAt(address, first.readUInt32LE(header + 80));
   const text = (at) => image.toString('latin1', at, image.indexOf(0, at));
-  const header = image.readUInt32LE(0x3c);
-  const optional = header + 24;
-  if (text(header) !== 'PE' || image.readUInt16LE(optional) !== 0x20b) throw new Error('no 64-bit executable');
-  const directory = (index) => image.readUInt32LE(optional + 112 + index * 8);
+  const directory = (index) => image.readUInt32LE(header + 136 + index * 8);
 
   const imports = [];
   for (let at = directory(1); image.readUInt32LE(at + 12) !== 0; at += 20) {
     const library = text(image.readUInt32LE(at + 12));
     const [names, slots] = [image.readUInt32LE(at), image.readUInt32LE(at + 16)];
     for (let offset = 0; image.readBigUInt64LE(names + offset) !== 0n; offset += 8) {
-      imports.push({ library, name: text(Number(image.readBigUInt64LE(names + offset)) + 2), slot: slots + offset });
+      const name = text(Number(image.readBigUInt64LE(names + offset)) + 2);
+      makeWritable(address + BigInt(slots + offset), 8);
+      imports.push({ library, name, slot: image.subarray(slots + offset, slots + offset + 8) });
     }
   }
   const names = image.readUInt32LE(directory(0) + 32);
   const exports = Array.from({ length: image.readUInt32LE(directory(0) + 24) },
     (_, index) => text(image.readUInt32LE(names + index * 4)));
-  return { dllCharacteristics: image.readUInt16LE(optional + 70), exports, imports };
+  return { address, image, dllCharacteristics: image.readUInt16LE(header + 94), exports, imports };
 };

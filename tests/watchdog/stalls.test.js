@@ -1,16 +1,16 @@
 'use strict';
 const inspector = require('node:inspector');
-const { assert, block, sleep, system, test, until } = require('../support');
+const { assert, block, sleep, test, until, windows } = require('../support');
 const { isRunning, watchThisProcess } = require('./watch_this_process.js');
 
-const openProcess = system('kernel32', 'size_t OpenProcess(uint32, int, uint32)');
-const closeHandle = system('kernel32', 'int CloseHandle(size_t)');
-const duplicateHandle = system('kernel32',
+const openProcess = windows('kernel32', 'size_t OpenProcess(uint32, int, uint32)');
+const closeHandle = windows('kernel32', 'int CloseHandle(size_t)');
+const duplicateHandle = windows('kernel32',
   'int DuplicateHandle(size_t, size_t, int64, _Out_ size_t*, uint32, int, uint32)');
 // These functions take the handle only. But a system call of Wine 10 reads six arguments from the stack, and the end of
 // koffi's stack lies behind the declared ones: with one, the read fails.
 const ofProcess = (name) => {
-  const callSystem = system('ntdll', `int ${name}(size_t, size_t, size_t, size_t, size_t, size_t)`);
+  const callSystem = windows('ntdll', `int ${name}(size_t, size_t, size_t, size_t, size_t, size_t)`);
   return (handle) => callSystem(handle, 0, 0, 0, 0, 0);
 };
 const suspendProcess = ofProcess('NtSuspendProcess');

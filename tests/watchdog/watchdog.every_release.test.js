@@ -1,7 +1,7 @@
 'use strict';
 const { Session } = require('node:inspector');
 const { mainThreadId, readReport, readStalls, watchForJank } = require('borvanta-util/watchdog');
-const { assert, block, fs, path, runScript, startScript, system, test, until } = require('../support');
+const { assert, block, fs, path, runScript, startScript, test, until, windows } = require('../support');
 const { isRunning, watchThisProcess } = require('./watch_this_process.js');
 
 test('mainThreadId gives the result of GetCurrentThreadId, and does not disturb the host\'s own tracing', async () => {
@@ -12,7 +12,7 @@ test('mainThreadId gives the result of GetCurrentThreadId, and does not disturb 
   host.post('NodeTracing.start', { traceConfig: { includedCategories: ['node.fs.sync'] } });
   const id = mainThreadId();
   fs.accessSync('.');
-  assert.equal(await id, system('kernel32', 'uint32 GetCurrentThreadId()')());
+  assert.equal(await id, windows('kernel32', 'uint32 GetCurrentThreadId()')());
   fs.accessSync('.');
   host.post('NodeTracing.stop');
   assert.equal(events.filter(({ name, ph }) => name === 'fs.sync.access' && ph === 'B').length, 2);

@@ -1,0 +1,49 @@
+'use strict';
+// The machine code of the stubs of scripted_system.js. On the right is the source, on the left are its bytes. To change
+// it, write ".intel_syntax noprefix" and "NAME = . + OFFSET" for each field above the right side, and let
+// "x86_64-w64-mingw32-as -al" print the left side.
+
+/** A stub's fields: their offsets from its start. Each has eight bytes, behind the code. */
+exports.field = {
+  count: 160, first: 168, last: 176, value: 184, error: 192, late: 200, event: 208, real: 216, wait: 224, held: 232,
+  refused: 240,
+};
+exports.size = 256;
+
+// "late" calls the real function with its arguments in registers only: it has four at most.
+const listing = `
+                        # hold(): wait for the event
+  48833DC800000000      cmp qword ptr event[rip], 0
+  742D                  je 1f
+  F0FF05D7000000        lock inc dword ptr held[rip]
+  515241504151          push rcx; push rdx; push r8; push r9
+  4883EC28              sub rsp, 0x28
+  488B0DAE000000        mov rcx, event[rip]
+  BAFFFFFFFF            mov edx, -1
+  FF15B3000000          call wait[rip]
+  4883C428              add rsp, 0x28
+  415941585A59          pop r9; pop r8; pop rdx; pop rcx
+                        # count(): is this a call that shall fail?
+  B801000000        1:  mov eax, 1
+  F00FC1055C000000      lock xadd count[rip], eax
+  FFC0                  inc eax
+  3B055C000000          cmp eax, first[rip]
+  7208                  jb 2f
+  3B055C000000          cmp eax, last[rip]
+  7606                  jbe 3f
+  FF257C000000      2:  jmp real[rip]
+                        # fail(): the real call if it is late, then the last error and the value
+  4883EC28          3:  sub rsp, 0x28
+  833D6100000000        cmp dword ptr late[rip], 0
+  7408                  je 4f
+  FF1569000000          call real[rip]
+  EB07                  jmp 5f
+  F0FF0578000000    4:  lock inc dword ptr refused[rip]
+  4883C428          5:  add rsp, 0x28
+  65488B042530000000    mov rax, gs:[0x30]      # the thread environment block
+  8B0D35000000          mov ecx, error[rip]
+  894868                mov [rax + 0x68], ecx   # the last error
+  488B0523000000        mov rax, value[rip]
+  C3                    ret
+`;
+exports.code = Buffer.from([...listing.matchAll(/^ +([0-9A-F]+) /gm)].map(([, bytes]) => bytes).join(''), 'hex');
