@@ -13,11 +13,13 @@ if (process.platform !== 'win32' || process.arch !== 'x64') {
 // version use the file of the copy that was loaded first, in this thread and in the script workers that are started
 // after that.
 const key = `${name}@${version}`;
-const file = getEnvironmentData(key) ?? path.join(__dirname, '..', 'prebuilds', 'win32-x64', 'borvanta-util.node');
+const loaded = /** @type {string | undefined} */ (getEnvironmentData(key));
+const file = loaded ?? path.join(__dirname, '..', 'prebuilds', 'win32-x64', 'borvanta-util.node');
 
 try {
   // Bundlers look for a require() of a string literal, so the usual path is written as one.
-  module.exports = getEnvironmentData(key) ? require(file) : require('../prebuilds/win32-x64/borvanta-util.node');
+  // @ts-ignore: TypeScript knows no *.node.
+  module.exports = loaded ? require(loaded) : require('../prebuilds/win32-x64/borvanta-util.node');
 } catch (cause) {
   const advice = cause.code === 'ERR_DLOPEN_DISABLED'
     ? 'Node.js was started without native add-ons. With --permission, also pass --allow-addons.'
@@ -27,8 +29,10 @@ try {
 }
 setEnvironmentData(key, file);
 
-// This never runs. Node.js reads in it which names an ES module can import.
-0 && (module.exports = {
-  getGuid, getCpuName, getOsVersionWithReleaseId, isDebugMode, createDuplicateMutex, destroyDuplicateMutex,
-  enterStartupMask, leaveStartupMask, removeOldVersion, captureNativeJank, initGpuUsage, getGpuUsage, enumProcessList,
-});
+// This is never called. Node.js reads in it which names an ES module can import.
+() => {
+  exports.getGuid = exports.getCpuName = exports.getOsVersionWithReleaseId = exports.isDebugMode
+    = exports.createDuplicateMutex = exports.destroyDuplicateMutex = exports.enterStartupMask = exports.leaveStartupMask
+    = exports.removeOldVersion = exports.captureNativeJank = exports.initGpuUsage = exports.getGpuUsage
+    = exports.enumProcessList = undefined;
+};

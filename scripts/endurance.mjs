@@ -2,7 +2,7 @@
 // To repeat a failure, give the seed that it printed.
 import path from 'node:path';
 import { build } from './lib/build.mjs';
-import { ensureTools } from './lib/setup.mjs';
+import { ensureNoClient, ensureTools } from './lib/setup.mjs';
 import { readArguments, root, runMain } from './lib/shell.mjs';
 import { runScript } from './lib/windows.mjs';
 
@@ -10,6 +10,7 @@ await runMain(async () => {
   const number = { type: 'string' };
   readArguments('npm run endurance -- [--seed=N] [--calls=N] [--captures=N] [--workers=N]',
     { options: { seed: number, calls: number, captures: number, workers: number } });
+  ensureNoClient();
   ensureTools({ forTests: true });
   await build({ tests: true });
   const test = path.join(root, 'tests', 'endurance', 'endurance.test.js');

@@ -1,4 +1,4 @@
-// npm run lint: checks types, format, includes and common mistakes, without running a test.
+// npm run lint: checks types, scripts, format, includes and common mistakes, without running a test.
 import { buildWithClang } from './lib/build.mjs';
 import { checkAll } from './lib/checks.mjs';
 import { report, reportTotals } from './lib/report.mjs';

@@ -5,7 +5,7 @@ import path from 'node:path';
 import { build } from './lib/build.mjs';
 import { checkAll } from './lib/checks.mjs';
 import { report, reportTotals } from './lib/report.mjs';
-import { ensureTools, nodeVersions } from './lib/setup.mjs';
+import { ensureNoClient, ensureTools, nodeVersions } from './lib/setup.mjs';
 import { onWindows, readArguments, root, runMain, SetupError } from './lib/shell.mjs';
 import { runTestFile } from './lib/test_file.mjs';
 import { makeClangFolder, makePackedFolder, testFolders } from './lib/test_folders.mjs';
@@ -20,7 +20,7 @@ const usage =
             has packed into FOLDER, and then compiles nothing
   --name    only tests whose name matches this regular expression
   --output  shows also what passing tests print
-Without any of these, it also checks types, format, includes and common mistakes.`;
+Without any of these, it also does what "npm run lint" does.`;
 
 // Two lanes for two cores. Each lane has its own Wine prefix, and so its own registry.
 const lanes = onWindows ? [0] : [0, 1];
@@ -60,6 +60,7 @@ await runMain(async () => {
     && (!only.node || version === only.node) && (packed || !only.build || build === only.build)));
   if (runs.length === 0) throw new SetupError(`No test file matches.\nUsage: ${usage}`);
 
+  ensureNoClient();
   ensureTools({ forTests: true, finished: packed });
   const prefixes = onWindows ? [] : lanes.map((lane) => winePrefix(lane));
   await Promise.all([packed ? makePackedFolder(packed) : build({ tests: true }), ...prefixes]);

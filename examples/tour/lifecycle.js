@@ -31,31 +31,32 @@ function exportKeys(file) {
   return fs.readFileSync(file, 'utf16le').split('\r\n').sort().join('\n');
 }
 
+/** Puts the client's keys back as `before` and the folder's backup have them, and removes the folder. */
+function restoreKeys(folder, before, hadMarks) {
+  const backup = path.join(folder, 'client.reg');
+  // If the key existed before, only its values are deleted, so that it keeps its permissions.
+  if (hadMarks) reg('delete', markKey, '/va', '/f');
+  else reg('delete', markKey, '/f');
+  if (before === undefined) reg('delete', clientKey, '/f');
+  else {
+    reg('delete', clientKey, '/v', 'LatestBootableVersion', '/f');
+    reg('import', backup);
+  }
+  // Without write access, each of these commands fails. But then the tour has not changed the keys either.
+  if (exportKeys(path.join(folder, 'after.reg')) !== before) {
+    throw new Error(before === undefined
+      ? `The tour could not delete the registry key ${clientKey}: delete it yourself`
+      : `The tour could not restore the registry key ${clientKey}: import ${backup} yourself`);
+  }
+  fs.rmSync(folder, { recursive: true, force: true });
+}
+
 /** Runs `work`, then puts the client's keys back. */
 async function keepingRegistry(work) {
   const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'borvanta-tour-'));
-  const backup = path.join(folder, 'client.reg');
-  const before = exportKeys(backup);
+  const before = exportKeys(path.join(folder, 'client.reg'));
   const hadMarks = reg('query', markKey);
-  try {
-    await work(before !== undefined);
-  } finally {
-    // If the key existed before, only its values are deleted, so that it keeps its permissions.
-    if (hadMarks) reg('delete', markKey, '/va', '/f');
-    else reg('delete', markKey, '/f');
-    if (before === undefined) reg('delete', clientKey, '/f');
-    else {
-      reg('delete', clientKey, '/v', 'LatestBootableVersion', '/f');
-      reg('import', backup);
-    }
-    // Without write access, each of these commands fails. But then the tour has not changed the keys either.
-    if (exportKeys(path.join(folder, 'after.reg')) !== before) {
-      throw new Error(before === undefined
-        ? `The tour could not delete the registry key ${clientKey}: delete it yourself`
-        : `The tour could not restore the registry key ${clientKey}: import ${backup} yourself`);
-    }
-    fs.rmSync(folder, { recursive: true, force: true });
-  }
+  await work(before !== undefined).finally(() => restoreKeys(folder, before, hadMarks));
 }
 
 /**

@@ -36,6 +36,7 @@ exports.readOptions = (options) => {
   checkType('options.janksDir', janksDir, 'string');
   checkType('options.onJank', onJank, 'function');
   // captureNativeJank appends file names without a separator, so the directory must end with one.
+  /** @type {any} */
   const read = { onJank, janksDir: path.join(path.resolve(janksDir), path.sep) };
   for (const [name, value] of Object.entries(defaults())) {
     read[name] = options[name] === undefined ? value : options[name];

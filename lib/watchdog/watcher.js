@@ -4,7 +4,7 @@
 // must first let its thread run again.
 
 const send = (message, sent = () => {}) => process.send(message, sent);
-const sendError = ({ message, code, result }, sent) => send({ error: { message, code, result } }, sent);
+const sendError = (/** @type {any} */ { message, code, result }, sent = () => {}) => send({ error: { message, code, result } }, sent);
 
 // Set before the modules below are loaded, because loading them can fail too.
 process.once('uncaughtException', (error) => {
@@ -55,7 +55,7 @@ function watch(settings) {
     capture(stalledMs);
   }
 
-  process.on('message', (beat) => {
+  process.on('message', (/** @type {any} */ beat) => {
     lastBeat = beat;
     lastBeatAt = performance.now();
     turnedAt ??= beat.at;

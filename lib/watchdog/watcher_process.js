@@ -42,6 +42,7 @@ exports.startWatcher = ({ execPath, env, living, ...settings }, onMessage, onEnd
     execArgv: [],
     env: { ...process.env, ...notForWatcher, ...env, [mark]: '1' },
     stdio: ['ignore', 'ignore', 'ignore', 'ipc'],
+    // @ts-ignore: Node.js 18 has it, but its types do not.
     windowsHide: true,
   });
   // What living() throws becomes an uncaught exception, and the heartbeats go on.

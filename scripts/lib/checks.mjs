@@ -1,4 +1,4 @@
-// Checks of the source files: types, format, what is included where, and common mistakes.
+// Checks of the source files: types, format, what is included where, and common mistakes in C++ and in scripts.
 import { execFile } from 'node:child_process';
 import { createHash } from 'node:crypto';
 import { existsSync, mkdirSync, readdirSync, readFileSync, writeFileSync } from 'node:fs';
@@ -26,9 +26,15 @@ async function complaints(...command) {
     .then(() => '', ({ message, stdout, stderr }) => `${stdout}${stderr}` || message);
 }
 
-/** The package's types, and the scripts in tests/package/ that use them. */
-const checkTypes = () => complaints(process.execPath, 'node_modules/typescript/bin/tsc',
-  '-p', 'tests/package/tsconfig.json');
+/** A tool of npm, run by this Node.js. */
+const npmTool = (file, ...args) => complaints(process.execPath, path.join('node_modules', file), ...args);
+
+/** The types in the scripts of the package (tsconfig.json); its type files, and the scripts that use them. */
+const checkTypes = async () => (await Promise.all(['.', 'tests/package']
+  .map((project) => npmTool('typescript/bin/tsc', '-p', project)))).join('');
+
+/** All scripts, by the recommended rules (eslint.config.mjs). */
+const checkScripts = () => npmTool('eslint/bin/eslint.js', '--max-warnings=0', '.');
 
 async function checkFormat() {
   const output = await complaints(formatter, '--dry-run', '-Werror', ...formatted());
@@ -73,7 +79,7 @@ async function checkTidy() {
  * build is ready. On Windows the checks that need Clang's tools are left out: CI runs them on Debian.
  */
 export async function checkAll(builtWithClang) {
-  const checks = { types: checkTypes(), includes: checkIncludes() };
+  const checks = { types: checkTypes(), eslint: checkScripts(), includes: checkIncludes() };
   if (!onWindows) {
     Object.assign(checks, { 'clang-format': checkFormat(), 'clang-tidy': builtWithClang.then(checkTidy) });
   }

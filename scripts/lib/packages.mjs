@@ -55,7 +55,7 @@ export function unpackPackages(from, to) {
   const sums = path.join(from, sumsFile);
   if (!existsSync(sums)) throw new SetupError(`There is no file ${sums}. "npm run package" makes such a folder.`);
   emptyFolder(to);
-  for (const [, sum, name] of readFileSync(sums, 'utf8').matchAll(/^(\w+)  (.*)$/gm)) {
+  for (const [, sum, name] of readFileSync(sums, 'utf8').matchAll(/^(\w+) {2}(.*)$/gm)) {
     const tarball = path.join(from, name);
     if (!existsSync(tarball) || hash(tarball) !== sum) throw new SetupError(`${tarball} is missing or damaged.`);
     const [place, ...options] = name.endsWith('-debug.tgz') ? ['prebuilds/win32-x64']

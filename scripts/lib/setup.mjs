@@ -30,7 +30,6 @@ const testPackages = {
  * what tests of a finished build need. Throws a SetupError if the user must do something first.
  */
 export function ensureTools({ forTests = false, finished = false } = {}) {
-  if (onWindows && forTests) ensureNoClient();
   if (onWindows && !finished) ensureMsvc();
   if (!onWindows) {
     ensureDebianPackages(finished ? winePackages : { ...buildPackages, ...(forTests ? testPackages : {}) });
@@ -47,8 +46,9 @@ function ensureMsvc() {
   }
 }
 
-/** Refuses to run tests on a Windows that has the client's registry keys: the tests would delete them. */
-function ensureNoClient() {
+/** Throws a SetupError on a Windows that has the client's registry keys. Call it before tests, which delete them. */
+export function ensureNoClient() {
+  if (!onWindows) return;
   for (const key of ['HKLM\\SOFTWARE\\Borvanta', 'HKLM\\SOFTWARE\\Microsoft\\DirectX\\UserGpuPreferences']) {
     for (const view of ['/reg:32', '/reg:64']) {
       if (!succeeds('reg', ['query', key, view])) continue;

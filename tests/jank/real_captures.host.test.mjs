@@ -38,7 +38,7 @@ test('lldb finds the stalled thread, the other thread and the modules in the dum
 
 test('symbolise names the functions of a report, and refuses a missing or wrong file in one line', () => {
   const lines = symbolise(`chain ${chain.jsonFilename}`);
-  const functions = lines.map((line) => line.match(/^stall_\S+  (.*) at tests\/jank\/targets\/.*:\d+$/)?.[1]);
+  const functions = lines.map((line) => line.match(/^stall_\S+ {2}(.*) at tests\/jank\/targets\/.*:\d+$/)?.[1]);
   assert.deepEqual(functions.filter(Boolean), ['Innermost', 'Outer', 'main'], lines.join('\n'));
   assert.ok(lines.includes(chain.captureStackResult.stackTrace.split('\r\n')[0]), 'a line of another module stays');
   assert.throws(() => symbolise('missing.json'), { stderr: /^There is no file .*missing\.json\.\n$/ });

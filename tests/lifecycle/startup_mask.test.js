@@ -96,7 +96,7 @@ test('a mark that cannot be written is not set, and a mark that was read is cach
   const system = systemAt(t, { now });
   for (const name of ['RegSetValueExW', 'RegCreateKeyExW']) {
     system.fail(name, { value: 5 });
-    for (const _ of [1, 2]) assert.deepEqual(system.util.enterStartupMask(), { hasMask: false }, name);
+    for (let turn = 0; turn < 2; ++turn) assert.deepEqual(system.util.enterStartupMask(), { hasMask: false }, name);
     assert.equal(marks.get(markName), undefined);
     system.restore(name);
   }
