@@ -61,6 +61,16 @@ test('an exception from a callback becomes a warning of Node.js, and the call le
   assert.ok(warnings.includes('DEP0168'), warnings.join());
 });
 
+test('a process ends although there was no memory left to deliver a result', async () => {
+  assert.deepEqual(await runScript(`
+    const system = require(${JSON.stringify(require.resolve('../support'))}).scriptedSystem({ after() {} });
+    system.hold('LoadLibraryExW');
+    system.util.getGpuUsage(1, 2, print);
+    await system.held('LoadLibraryExW');
+    system.fail('malloc', { nth: 1 }); // From here on, the first sample takes no memory for anything else.
+    system.restore('LoadLibraryExW');`), []);
+});
+
 // The main thread does not load the module here. If the module did not pin itself in memory, Node.js would unload it
 // when the last script worker that uses it ends.
 test('a process survives 40 script workers that end at any moment of their calls', async () => {

@@ -48,10 +48,15 @@ test('the file names its product, its version and itself', () => {
   }
 });
 
-test('the module loads in a renamed host, and does not load in a process without Node-API', async (t) => {
-  const host = path.join(temporaryFolder(t), 'borvanta.exe');
+test('the module loads in a renamed host, and does not load without Node-API or one of its functions', async (t) => {
+  const folder = temporaryFolder(t);
+  const host = path.join(folder, 'borvanta.exe');
   fs.copyFileSync(process.execPath, host);
   assert.deepEqual(await runScript(`util.enumProcessList(({ list }) =>
     print(list.find(({ pid }) => pid === process.pid).name));`, { execPath: host }), ['borvanta.exe']);
   assert.equal(spawnSync('regsvr32', ['/s', modulePath]).status, 3 /* the library cannot be loaded */);
+  const needsMore = path.join(folder, 'needs_more.node');
+  const bytes = fs.readFileSync(modulePath, 'latin1');
+  fs.writeFileSync(needsMore, bytes.replaceAll('napi_create_object', 'napi_create_absent'), 'latin1');
+  assert.throws(() => require(needsMore), { code: 'ERR_DLOPEN_FAILED' });
 });

@@ -8,8 +8,8 @@ const Item = koffi.struct('Item', { name: 'str16', status: 'int', value: 'double
 
 /**
  * A system with a played PDH. It opens everything except what `pdh.missing` names, and gives the instances that a test
- * passes to `pdh.sample`. Its statuses are wrong where the module must ignore them. `pdh.calls` records its calls, each
- * with the first two arguments.
+ * passes to `pdh.sample`. It lacks the function `pdh.lacking`. Its statuses are wrong where the module must ignore them.
+ * `pdh.calls` records its calls, each with the first two arguments.
  */
 function systemWithPdh(t) {
   const system = scriptedSystem(t);
@@ -29,8 +29,10 @@ function systemWithPdh(t) {
     koffi.encode(count, 'uint32', buffer ? items.length : 1);
     return buffer ? pdh.readStatus : pdh.sizeStatus;
   };
-  system.play('GetProcAddress', (real, library, name) => (name.startsWith('Pdh')
-    ? system.callback(name, (_, ...args) => answer(name.slice(3), ...args)) : real(library, name)));
+  system.play('GetProcAddress', (real, library, name) => {
+    if (!name.startsWith('Pdh')) return real(library, name);
+    return name === pdh.lacking ? 0n : system.callback(name, (_, ...args) => answer(name.slice(3), ...args));
+  });
   /** Resolves to the result of a sample of these `instances`, [name, value] each. */
   pdh.sample = (instances = busy, ids = [12, 34]) => {
     items = instances.map(([name, value]) => ({ name, status: failure, value }));
@@ -110,11 +112,23 @@ test('if values cannot be read, the result is an empty object, and their memory 
   const balance = () => pdh.system.count('malloc') - pdh.system.count('free');
   pdh.sizeStatus = 0;
   assert.deepEqual(await pdh.sample(), {});
-  [pdh.sizeStatus, pdh.readStatus] = [moreData, moreData];
+  pdh.sizeStatus = moreData;
   const before = balance();
-  for (let turn = 0; turn < 20; ++turn) assert.deepEqual(await pdh.sample(), {});
+  for (let turn = 0; turn < 20; ++turn) {
+    pdh.readStatus = turn % 2 ? moreData : failure;
+    assert.deepEqual(await pdh.sample(), {});
+  }
   await sleep(50);
   assert.ok(balance() - before < 10);
+});
+
+test('a PDH that lacks a function is not used', async (t) => {
+  for (const name of ['OpenQueryW', 'AddCounterW', 'CollectQueryData', 'GetFormattedCounterArrayW', 'RemoveCounter',
+    'CloseQuery']) {
+    const pdh = systemWithPdh(t);
+    pdh.lacking = `Pdh${name}`;
+    assert.deepEqual([await pdh.sample(), await pdh.sample(), pdh.calls], [{}, {}, []], name);
+  }
 });
 
 test('bad arguments throw and start nothing; without PDH the result is an empty object', async (t) => {

@@ -1,6 +1,8 @@
 'use strict';
+const { once } = require('node:events');
+const { Worker } = require('node:worker_threads');
 const {
-  assert, fs, koffi, load, path, RegistryKey, scriptedSystem, startScript, temporaryFolder, test,
+  assert, fs, inTime, koffi, load, path, RegistryKey, scriptedSystem, sleep, startScript, temporaryFolder, test,
 } = require('../support');
 
 const version = '5.165.3.4096';
@@ -83,6 +85,18 @@ test('a second start-up finds the mark at once, and the first call returns even 
     assert.deepEqual(systemAt(t, { now, step }).util.enterStartupMask(), { hasMask: false });
     client.remove();
   }
+});
+
+test('of two script workers that enter at once, only one finds no mark', async (t) => {
+  const system = scriptedSystem(t);
+  system.hold('RegSetValueExW');
+  const source = `const util = require(${JSON.stringify(system.file)});
+    require('node:worker_threads').parentPort.postMessage(util.enterStartupMask());`;
+  const entries = Promise.all([1, 2].map(() => once(new Worker(source, { eval: true }), 'message')));
+  await system.held('RegSetValueExW');
+  await sleep(300); // The second one now waits for the first one, or would stop at the same place.
+  system.restore('RegSetValueExW');
+  assert.deepEqual((await inTime('two start-ups', entries)).map(([{ hasMask }]) => hasMask).sort(), [false, true]);
 });
 
 test('the first call removes stale marks that have no version, and also the key\'s default value', (t) => {

@@ -39,5 +39,6 @@ test('a promise form passes its arguments on, and rejects with an error that nam
     await refuses(promises.captureNativeJank({ ...captureArgs(), [name]: 5n }),
       `The "args.${name}" property must be of type ${typeof value}. Received type bigint (5n)`);
   }
+  await refuses(promises.captureNativeJank(null), 'The "args" argument must be of type object. Received null');
   await refuses(promises.getGpuUsage(), 'The "nativePid" argument must be of type number. Received undefined');
 });
