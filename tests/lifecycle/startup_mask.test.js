@@ -89,13 +89,18 @@ test('a second start-up finds the mark at once, and the first call returns even 
 
 test('of two script workers that enter at once, only one finds no mark', async (t) => {
   const system = scriptedSystem(t);
-  system.hold('RegSetValueExW');
+  marks.set('other', 1n);
+  system.hold('RegCloseKey');
   const source = `const util = require(${JSON.stringify(system.file)});
     require('node:worker_threads').parentPort.postMessage(util.enterStartupMask());`;
   const entries = Promise.all([1, 2].map(() => once(new Worker(source, { eval: true }), 'message')));
-  await system.held('RegSetValueExW');
-  await sleep(300); // The second one now waits for the first one, or would stop at the same place.
-  system.restore('RegSetValueExW');
+  await system.held('RegCloseKey');
+  await sleep(300); // The first one reads marks, and the second one waits for a lock.
+  system.hold('AcquireSRWLockExclusive');
+  system.restore('RegCloseKey');
+  await system.held('AcquireSRWLockExclusive');
+  await sleep(100); // The first one has found no mark and has not set its own. The second one still waits.
+  system.restore('AcquireSRWLockExclusive');
   assert.deepEqual((await inTime('two start-ups', entries)).map(([{ hasMask }]) => hasMask).sort(), [false, true]);
 });
 
