@@ -48,7 +48,8 @@ function hostRuns() {
   return testFiles('.host.test.mjs').map((file) => ({ name: `${file} on the host`, file, build: 'shipped' }));
 }
 
-await runMain(async () => {
+/** The options, the `runs` that they select, and `packed`: the folder of a finished build, if that is to be tested. */
+function readOptions() {
   const text = { type: 'string' };
   const { values: only, positionals: paths } = readArguments(usage,
     { options: { node: text, build: text, name: text, output: { type: 'boolean' } }, allowPositionals: true });
@@ -59,26 +60,11 @@ await runMain(async () => {
     (paths.length === 0 || paths.some((part) => file.includes(part)))
     && (!only.node || version === only.node) && (packed || !only.build || build === only.build)));
   if (runs.length === 0) throw new SetupError(`No test file matches.\nUsage: ${usage}`);
+  return { ...only, packed, runs, checksToo: paths.length === 0 && Object.keys(only).length === 0 };
+}
 
-  ensureNoClient();
-  ensureTools({ forTests: true, finished: packed });
-  const prefixes = onWindows ? [] : lanes.map((lane) => winePrefix(lane));
-  await Promise.all([packed ? makePackedFolder(packed) : build({ tests: true }), ...prefixes]);
-  const standIns = path.join(packed ? testFolders.packed : root, 'build', 'mingw', 'runtime');
-  const nodes = Object.fromEntries(nodeVersions.map((version) => [version, windowsNode(version, standIns)]));
-  // The Clang build and the checks run at the same time as the tests, which mostly wait. Their errors are thrown later,
-  // where their results are awaited.
-  const checksToo = paths.length === 0 && Object.keys(only).length === 0;
-  const clang = runs.some((run) => run.build === 'clang') ? makeClangFolder() : Promise.resolve();
-  const checks = checksToo ? checkAll(clang) : Promise.resolve([]);
-  for (const later of [clang, checks]) later.catch(() => {});
-
-  async function runOne({ name, file, version, build: built }, lane) {
-    if (built === 'clang') await clang;
-    const result = await runTestFile(version ? nodes[version] : process.execPath, file, {
-      lane, host: onWindows || !version, pattern: only.name, cwd: testFolders[built] });
-    report({ name, ...result }, only.output);
-  }
+/** Calls `runOne(run, lane)` for all runs, in each lane for one after the other. */
+async function runInLanes(runs, runOne) {
   // The tests of the watchdog mostly wait and write no registry, and the second build has a low priority. So these run,
   // one after the other, at the same time as all others, in the first lane's prefix.
   const waits = ({ file }) => file.startsWith('tests/watchdog/');
@@ -91,11 +77,37 @@ await runMain(async () => {
     for (let next = queue.shift(); next; next = queue.shift()) await runOne(next, lane);
   }
   try {
-    if (!onWindows) await Promise.all(lanes.map((lane) => holdDesktop(lane, nodes[nodeVersions.at(-1)])));
     await Promise.all([runAll(queues[0], lanes[0]), ...lanes.map((lane) => runAll(queues[1], lane))]);
   } finally {
     // If one lane has thrown, the others must not start another test in a prefix that is being stopped.
     for (const queue of queues) queue.length = 0;
+  }
+}
+
+await runMain(async () => {
+  const { packed, runs, checksToo, name: pattern, output } = readOptions();
+  ensureNoClient();
+  ensureTools({ forTests: true, finished: packed });
+  const prefixes = onWindows ? [] : lanes.map((lane) => winePrefix(lane));
+  await Promise.all([packed ? makePackedFolder(packed) : build({ tests: true }), ...prefixes]);
+  const standIns = path.join(packed ? testFolders.packed : root, 'build', 'mingw', 'runtime');
+  const nodes = Object.fromEntries(nodeVersions.map((version) => [version, windowsNode(version, standIns)]));
+  // The Clang build and the checks run at the same time as the tests, which mostly wait. Their errors are thrown later,
+  // where their results are awaited.
+  const clang = runs.some((run) => run.build === 'clang') ? makeClangFolder() : Promise.resolve();
+  const checks = checksToo ? checkAll(clang) : Promise.resolve([]);
+  for (const later of [clang, checks]) later.catch(() => {});
+
+  async function runOne({ name, file, version, build: built }, lane) {
+    if (built === 'clang') await clang;
+    const result = await runTestFile(version ? nodes[version] : process.execPath, file, {
+      lane, host: onWindows || !version, pattern, cwd: testFolders[built] });
+    report({ name, ...result }, output);
+  }
+  try {
+    if (!onWindows) await Promise.all(lanes.map((lane) => holdDesktop(lane, nodes[nodeVersions.at(-1)])));
+    await runInLanes(runs, runOne);
+  } finally {
     for (const prefix of await Promise.all(prefixes)) stopWine(prefix);
   }
   for (const result of await checks) report(result);

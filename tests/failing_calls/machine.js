@@ -1,9 +1,7 @@
 'use strict';
 // The machine on which calls fail. Every script function finds something to do there: the client is installed, the
 // module is a build with a debug period, a thread has stalled, and the graphics processor is busy.
-const {
-  call, captureArgs, koffi, memoryAt, openHandles, scriptedSystem, until, windows,
-} = require('../support');
+const { call, captureArgs, koffi, memoryAt, openHandles, scriptedSystem, until, windows } = require('../support');
 
 /**
  * What the tests do while calls fail. Each scenario returns its answer. A copy of the module does the work of 'machine

@@ -1,5 +1,6 @@
 'use strict';
 const { assert, call, koffi, scriptedSystem, sleep, test, until, windows } = require('../support');
+const { declarations } = require('../support/declarations.js');
 
 const moreData = 0x800007D2 | 0;
 const failure = 0xC0000BBA | 0;
@@ -8,8 +9,8 @@ const Item = koffi.struct('Item', { name: 'str16', status: 'int', value: 'double
 
 /**
  * A system with a played PDH. It opens everything except what `pdh.missing` names, and gives the instances that a test
- * passes to `pdh.sample`. It lacks the function `pdh.lacking`. Its statuses are wrong where the module must ignore them.
- * `pdh.calls` records its calls, each with the first two arguments.
+ * passes to `pdh.sample`. It has no function `pdh.missing`, if that is a whole name. Its statuses are wrong where the
+ * module must ignore them. `pdh.calls` records its calls, each with the first two arguments.
  */
 function systemWithPdh(t) {
   const system = scriptedSystem(t);
@@ -31,7 +32,7 @@ function systemWithPdh(t) {
   };
   system.play('GetProcAddress', (real, library, name) => {
     if (!name.startsWith('Pdh')) return real(library, name);
-    return name === pdh.lacking ? 0n : system.callback(name, (_, ...args) => answer(name.slice(3), ...args));
+    return name === pdh.missing ? 0n : system.callback(name, (_, ...args) => answer(name.slice(3), ...args));
   });
   /** Resolves to the result of a sample of these `instances`, [name, value] each. */
   pdh.sample = (instances = busy, ids = [12, 34]) => {
@@ -123,10 +124,8 @@ test('if values cannot be read, the result is an empty object, and their memory 
 });
 
 test('a PDH that lacks a function is not used', async (t) => {
-  for (const name of ['OpenQueryW', 'AddCounterW', 'CollectQueryData', 'GetFormattedCounterArrayW', 'RemoveCounter',
-    'CloseQuery']) {
-    const pdh = systemWithPdh(t);
-    pdh.lacking = `Pdh${name}`;
+  for (const name of Object.keys(declarations).filter((declared) => declared.startsWith('Pdh'))) {
+    const pdh = Object.assign(systemWithPdh(t), { missing: name });
     assert.deepEqual([await pdh.sample(), await pdh.sample(), pdh.calls], [{}, {}, []], name);
   }
 });

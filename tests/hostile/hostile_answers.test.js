@@ -1,11 +1,7 @@
 'use strict';
 // A short form of "npm run hostile".
-const assert = require('node:assert/strict');
 const { spawnSync } = require('node:child_process');
-const path = require('node:path');
-const test = require('node:test');
-const { longestWait } = require('../support/waiting.js');
-const { buildFolder } = require('../support/windows.js');
+const { assert, buildFolder, longestWait, path, test } = require('../support');
 
 const skip = path.basename(buildFolder) !== 'clang' && 'only for the build with traps';
 

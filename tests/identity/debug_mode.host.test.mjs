@@ -1,21 +1,13 @@
 // Tests debug mode with real files, signed with osslsigncode. Wine accepts the signature of an unknown certificate.
 import assert from 'node:assert/strict';
-import { execFileSync } from 'node:child_process';
-import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
-import os from 'node:os';
+import { readFileSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import test from 'node:test';
-import { fileURLToPath } from 'node:url';
+import { folder, root, run, script } from '../support/host.mjs';
 
-const root = fileURLToPath(new URL('../..', import.meta.url));
-const folder = mkdtempSync(path.join(os.tmpdir(), 'borvanta-debug-'));
-test.after(() => rmSync(folder, { recursive: true, force: true }));
-
-const run = (command, ...args) => execFileSync(command, args,
-  { cwd: folder, env: { ...process.env, INIT_CWD: folder }, encoding: 'utf8', stdio: ['ignore', 'pipe', 'pipe'] });
 /** Runs a script in Node.js for Windows. In the script, `support` is the folder of the test helpers. */
-const onWindows = (script) => run(process.execPath, path.join(root, 'scripts', 'windows-node.mjs'), '-e',
-  `const [fs, support] = [require('node:fs'), ${JSON.stringify(`Z:${root}tests/support`)}]; ${script}`);
+const onWindows = (body) => run(...script('windows-node.mjs'), '-e',
+  `const [fs, support] = [require('node:fs'), ${JSON.stringify(`Z:${root}tests/support`)}]; ${body}`);
 
 test('isDebugMode is true for a build with a debug period and a valid signature, and false once it is changed', () => {
   onWindows(`

@@ -1,7 +1,5 @@
 'use strict';
-const {
-  assert, koffi, makeWritable, memoryAt, RegistryKey, scriptedSystem, test, windows,
-} = require('../support');
+const { assert, koffi, makeWritable, memoryAt, RegistryKey, scriptedSystem, test, windows } = require('../support');
 
 const classKey = 'SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002bE10318}';
 const setThreadLocale = windows('kernel32', 'int SetThreadLocale(uint32)');

@@ -1,20 +1,12 @@
 // Tests what lldb and symbolise find in the dumps and reports of real stalls. Runs in the build machine's Node.js.
 import assert from 'node:assert/strict';
-import { execFileSync } from 'node:child_process';
-import { mkdtempSync, readdirSync, rmSync } from 'node:fs';
-import os from 'node:os';
+import { readdirSync } from 'node:fs';
 import path from 'node:path';
 import test from 'node:test';
-import { fileURLToPath } from 'node:url';
+import { folder, root, run, script } from '../support/host.mjs';
 
-const here = path.dirname(fileURLToPath(import.meta.url));
-const script = (name) => path.resolve(here, '..', '..', 'scripts', name);
-const folder = mkdtempSync(path.join(os.tmpdir(), 'borvanta-janks-'));
-test.after(() => rmSync(folder, { recursive: true, force: true }));
-
-const run = (program, ...args) => execFileSync(program, args, { encoding: 'utf8', stdio: 'pipe' });
-const symbolise = (report) => run(process.execPath, script('symbolise.mjs'), path.join(folder, report)).split('\n');
-const [chain, deep] = JSON.parse(run(process.execPath, script('windows-node.mjs'), path.join(here, 'real_captures.js'),
+const symbolise = (report) => run(...script('symbolise.mjs'), report).split('\n');
+const [chain, deep] = JSON.parse(run(...script('windows-node.mjs'), path.join(root, 'tests/jank/real_captures.js'),
   `Z:${folder.replaceAll('/', '\\')}`));
 const dumpOf = (report) => report.replace(/-\d+\.json$/, '');
 
@@ -27,7 +19,7 @@ test('a capture leaves a dump and a report, and the stack trace of a deep stack 
 });
 
 test('lldb finds the stalled thread, the other thread and the modules in the dump', () => {
-  const dump = path.join(folder, `chain ${dumpOf(chain.jsonFilename)}`);
+  const dump = `chain ${dumpOf(chain.jsonFilename)}`;
   const said = run('lldb-19', '-b', '-o', `target create --core "${dump}"`, '-o', 'thread list', '-o', 'image list');
   const hex = (id) => `tid = 0x${id.toString(16).padStart(4, '0')}`;
   const stalled = said.split('\n').filter((line) => line.trim().startsWith('* thread'));

@@ -1,22 +1,16 @@
 // Tests the tarballs of "npm run package", which ship. Installs the package with npm into an empty project, loads it
 // there in Node.js for Windows, and compiles TypeScript that uses it. Runs in the build machine's Node.js.
 import assert from 'node:assert/strict';
-import { execFileSync, spawnSync } from 'node:child_process';
-import { copyFileSync, mkdtempSync, readdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
-import os from 'node:os';
+import { execFileSync } from 'node:child_process';
+import { copyFileSync, readdirSync, readFileSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import test from 'node:test';
-import { fileURLToPath } from 'node:url';
+import { folder as project, root, run, script, tryRun } from '../support/host.mjs';
 
-const root = fileURLToPath(new URL('../..', import.meta.url));
-const project = mkdtempSync(path.join(os.tmpdir(), 'borvanta-package-'));
-test.after(() => rmSync(project, { recursive: true }));
-const options = { cwd: project, encoding: 'utf8', env: { ...process.env, INIT_CWD: project } };
-const run = (program, ...args) => spawnSync(program, args, options);
-const node = (...args) => run(process.execPath, ...args);
+const node = (...args) => tryRun(process.execPath, ...args);
 const write = (name, text) => writeFileSync(path.join(project, name), text);
 
-node(path.join(root, 'scripts/package.mjs'));
+run(...script('package.mjs'));
 const packages = path.join(root, 'build/packages');
 const [debug, , tarball] = readdirSync(packages).filter((name) => name.endsWith('.tgz')).sort();
 write('package.json', '{ "private": true }');
@@ -45,9 +39,9 @@ test('the manifest is the client\'s, npm packs the same files again, and refuses
     : Object.values(entry)));
   assert.deepEqual(exported.filter((file) => !names.includes(path.normalize(file))), []);
   assert.deepEqual(['scripts', 'private', 'devDependencies'].filter((name) => name in manifest), []);
-  const [{ files }] = JSON.parse(run('npm', 'pack', installed, '--dry-run', '--json').stdout);
+  const [{ files }] = JSON.parse(run('npm', 'pack', installed, '--dry-run', '--json'));
   assert.deepEqual(files.map((file) => file.path).sort(), names.sort());
-  assert.match(run('npm', 'pack', root, '--dry-run').stdout, /^This is not what ships\./m);
+  assert.match(tryRun('npm', 'pack', root, '--dry-run').stdout, /^This is not what ships\./m);
 });
 
 test('the tarballs have the module and the debug file of the build', () => {
@@ -61,7 +55,7 @@ test('the tarballs have the module and the debug file of the build', () => {
 test('the package loads in Node.js for Windows, and on Linux throws an error; its command runs everywhere', () => {
   write('main.mjs', `import { enumProcessList } from 'borvanta-util/promises';
     console.log((await enumProcessList()).list.find(({ pid }) => pid === process.pid).name);`);
-  assert.equal(node(path.join(root, 'scripts/windows-node.mjs'), 'main.mjs').stdout, 'node.exe\n');
+  assert.equal(run(...script('windows-node.mjs'), 'main.mjs'), 'node.exe\n');
   const { stderr } = node('main.mjs');
   assert.match(stderr, /^Error: borvanta-util needs x64 Node.js on Windows\. This is Node.js for linux [^]*PLATFORM'/m);
   assert.match(run('npx', '--offline', 'borvanta-util', '--help').stdout, /^Usage: borvanta-util/);

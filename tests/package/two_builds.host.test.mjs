@@ -5,9 +5,8 @@ import { execFileSync } from 'node:child_process';
 import { cpSync, readFileSync, rmSync } from 'node:fs';
 import path from 'node:path';
 import test from 'node:test';
-import { fileURLToPath } from 'node:url';
+import { root } from '../support/host.mjs';
 
-const root = fileURLToPath(new URL('../..', import.meta.url));
 const again = path.join(root, 'build', 'again', 'in-another-folder');
 
 test('two builds of a commit give the same bytes', () => {

@@ -14,14 +14,13 @@ const { until } = require('./waiting.js');
 const { modulePath } = require('./windows.js');
 
 const getProcAddress = windows('kernel32', 'void* GetProcAddress(void*, str)');
-const loadLibrary = windows('kernel32', 'void* LoadLibraryW(str16)');
 const createEvent = windows('kernel32', 'void* CreateEventW(void*, int, int, str16)');
 const setEvent = windows('kernel32', 'int SetEvent(void*)');
 const setLastError = windows('kernel32', 'void SetLastError(uint32)');
-const address = (library, name) => koffi.address(getProcAddress(loadLibrary(library), name));
 
 const never = 0xFFFFFFFFn;
-const wait = address('kernel32', 'WaitForSingleObject');
+const kernel32 = windows('kernel32', 'void* GetModuleHandleW(str16)')('kernel32');
+const wait = koffi.address(getProcAddress(kernel32, 'WaitForSingleObject'));
 
 class ScriptedSystem {
   #stubs = new Map();
@@ -43,9 +42,6 @@ class ScriptedSystem {
     this.#slots = new Map(this.loaded.imports.map(({ name, slot }) => [name, slot]));
     this.real = new Map([...this.#slots].map(([name, slot]) => [name, slot.readBigUInt64LE()]));
   }
-
-  /** The names of the functions that the module imports. */
-  get imports() { return [...this.#slots.keys()]; }
 
   /** A native function that the module file exports. */
   exported(name) { return koffi.decode(getProcAddress(this.loaded.address, name), declarations[name]); }
@@ -123,7 +119,7 @@ class ScriptedSystem {
     for (const [name, script] of Object.entries({ GetProcAddress: lookUp, ...scripts })) {
       this.stub(name, this.callback(name, script));
     }
-    for (const name of this.imports) this.#stubOf(name);
+    for (const name of this.#slots.keys()) this.#stubOf(name);
   }
 
   #stubOf(name) {
