@@ -3,19 +3,15 @@ import assert from 'node:assert/strict';
 import { readFileSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import test from 'node:test';
-import { folder, root, run, script } from '../support/host.mjs';
-
-/** Runs a script in Node.js for Windows. In the script, `support` is the folder of the test helpers. */
-const onWindows = (body) => run(...script('windows-node.mjs'), '-e',
-  `const [fs, support] = [require('node:fs'), ${JSON.stringify(`Z:${root}tests/support`)}]; ${body}`);
+import { folder, onWindows, run } from '../support/host.mjs';
 
 test('isDebugMode is true for a build with a debug period and a valid signature, and false once it is changed', () => {
   onWindows(`
-    const { windows } = require(support + '/windows_api.js');
+    const { fs, modulePath, windows } = support;
     const begin = windows('kernel32', 'void* BeginUpdateResourceW(str16, int)');
     const update = windows('kernel32', 'int UpdateResourceW(void*, str16, str16, uint16, str, uint32)');
     const end = windows('kernel32', 'int EndUpdateResourceW(void*, int)');
-    fs.copyFileSync(require(support + '/windows.js').modulePath, 'unsigned');
+    fs.copyFileSync(modulePath, 'unsigned');
     const file = begin('unsigned', 0);
     update(file, 'DHS', '101', 1033, '99999999999999', 14);
     end(file, 0);`);

@@ -1,13 +1,21 @@
 // Tests what lldb and symbolise find in the dumps and reports of real stalls. Runs in the build machine's Node.js.
 import assert from 'node:assert/strict';
 import { readdirSync } from 'node:fs';
-import path from 'node:path';
 import test from 'node:test';
-import { folder, root, run, script } from '../support/host.mjs';
+import { folder, onWindows, run, runScript } from '../support/host.mjs';
 
-const symbolise = (report) => run(...script('symbolise.mjs'), report).split('\n');
-const [chain, deep] = JSON.parse(run(...script('windows-node.mjs'), path.join(root, 'tests/jank/real_captures.js'),
-  `Z:${folder.replaceAll('/', '\\')}`));
+const symbolise = (report) => runScript('symbolise.mjs', report).split('\n');
+const [chain, deep] = JSON.parse(onWindows(`(async () => {
+  const { call, captureArgs, load, startStallTarget } = support;
+  const captured = [];
+  for (const [depth, name] of [[1, 'chain'], [500, 'deep']]) {
+    const { kill, ...target } = await startStallTarget(depth);
+    const args = captureArgs({ ...target, janksDir: process.cwd() + '\\\\' + name + ' ' });
+    captured.push({ ...target, ...await call(load().captureNativeJank, args) });
+    await kill();
+  }
+  console.log(JSON.stringify(captured));
+})();`));
 const dumpOf = (report) => report.replace(/-\d+\.json$/, '');
 
 test('a capture leaves a dump and a report, and the stack trace of a deep stack has every frame', () => {

@@ -5,12 +5,12 @@ import { execFileSync } from 'node:child_process';
 import { copyFileSync, readdirSync, readFileSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import test from 'node:test';
-import { folder as project, root, run, script, tryRun } from '../support/host.mjs';
+import { folder as project, root, run, runScript, tryRun } from '../support/host.mjs';
 
 const node = (...args) => tryRun(process.execPath, ...args);
 const write = (name, text) => writeFileSync(path.join(project, name), text);
 
-run(...script('package.mjs'));
+runScript('package.mjs');
 const packages = path.join(root, 'build/packages');
 const [debug, , tarball] = readdirSync(packages).filter((name) => name.endsWith('.tgz')).sort();
 write('package.json', '{ "private": true }');
@@ -55,7 +55,7 @@ test('the tarballs have the module and the debug file of the build', () => {
 test('the package loads in Node.js for Windows, and on Linux throws an error; its command runs everywhere', () => {
   write('main.mjs', `import { enumProcessList } from 'borvanta-util/promises';
     console.log((await enumProcessList()).list.find(({ pid }) => pid === process.pid).name);`);
-  assert.equal(run(...script('windows-node.mjs'), 'main.mjs'), 'node.exe\n');
+  assert.equal(runScript('windows-node.mjs', 'main.mjs'), 'node.exe\n');
   const { stderr } = node('main.mjs');
   assert.match(stderr, /^Error: borvanta-util needs x64 Node.js on Windows\. This is Node.js for linux [^]*PLATFORM'/m);
   assert.match(run('npx', '--offline', 'borvanta-util', '--help').stdout, /^Usage: borvanta-util/);

@@ -4,10 +4,8 @@
 // "x86_64-w64-mingw32-as -al" print the left side.
 
 /** A stub's fields: their offsets from its start. Each has eight bytes, behind the code. */
-exports.field = {
-  count: 160, first: 168, last: 176, value: 184, error: 192, late: 200, event: 208, real: 216, wait: 224, held: 232,
-  refused: 240,
-};
+exports.field = Object.fromEntries(['count', 'first', 'last', 'value', 'error', 'late', 'event', 'real', 'wait', 'held',
+  'refused'].map((name, index) => [name, 160 + 8 * index]));
 exports.size = 256;
 
 // "late" calls the real function with its arguments in registers only: it has four at most.
