@@ -97,6 +97,7 @@ exports.readStall = async (reportPath) => {
     throw Object.assign(new Error(`${reportPath} names another dump than its own: ${report.dmp_file}`),
       { code: 'ERR_INVALID_REPORT' });
   }
+  /** @type {Record<string, any>} */
   let known = fromReport(report);
   let recordError;
   try {

@@ -123,7 +123,7 @@ test('if values cannot be read, the result is an empty object, and their memory 
   assert.ok(balance() - before < 10);
 });
 
-test('bad arguments throw and start nothing; without PDH or one of its functions the result is an empty object', async (t) => {
+test('bad arguments throw and start nothing; without PDH or a function of it the result is empty', async (t) => {
   for (const name of Object.keys(declarations).filter((declared) => declared.startsWith('Pdh'))) {
     const pdh = Object.assign(systemWithPdh(t), { missing: name });
     assert.deepEqual([await pdh.sample(), await pdh.sample(), pdh.calls], [{}, {}, []], name);

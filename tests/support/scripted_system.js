@@ -43,6 +43,9 @@ class ScriptedSystem {
     this.real = new Map([...this.#slots].map(([name, slot]) => [name, slot.readBigUInt64LE()]));
   }
 
+  /** The names of the functions that the module imports. */
+  get imports() { return [...this.#slots.keys()]; }
+
   /** A native function that the module file exports. */
   exported(name) { return koffi.decode(getProcAddress(this.loaded.address, name), declarations[name]); }
 
@@ -119,7 +122,7 @@ class ScriptedSystem {
     for (const [name, script] of Object.entries({ GetProcAddress: lookUp, ...scripts })) {
       this.stub(name, this.callback(name, script));
     }
-    for (const name of this.#slots.keys()) this.#stubOf(name);
+    for (const name of this.imports) this.#stubOf(name);
   }
 
   #stubOf(name) {
