@@ -1,7 +1,7 @@
 'use strict';
 
-const { Session } = require('node:inspector');
 const { isMainThread } = require('node:worker_threads');
+const inspector = require('./inspector.js');
 
 /** Throws in a worker, with the code that Node.js uses for this. `name` is the function that was called. */
 exports.checkMainThread = (name) => {
@@ -25,10 +25,22 @@ function traceBriefly(session) {
   });
 }
 
+/** Opens a session. If that is denied or impossible, the error says what to do instead. */
+function openSession() {
+  try {
+    if (!inspector) throw new Error('This build of Node.js has no inspector');
+    const session = new inspector.Session();
+    session.connect();
+    return session;
+  } catch (error) {
+    error.message += ' (so the id of the main thread cannot be found out: pass it as threadId)';
+    throw error;
+  }
+}
+
 exports.mainThreadId = async () => {
   exports.checkMainThread('mainThreadId');
-  const session = new Session();
-  session.connect();
+  const session = openSession();
   try {
     const main = (await traceBriefly(session))
       .find(({ name, args }) => name === 'thread_name' && args.name === 'JavaScriptMainThread');
