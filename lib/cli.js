@@ -27,9 +27,9 @@ async function read(file) {
   return { stalls: [stall], unreadable: recordError ? [{ path: file, error: recordError }] : [] };
 }
 
-function describeGroup({ frames, count, duration }) {
+function describeGroup({ frames, count, ms }) {
   const lines = frames.length > 0 ? frames : ['(no function of the client is known)'];
-  return [`${count} stall${count === 1 ? '' : 's'}, ${(duration / 1000).toFixed(1)} s in all`,
+  return [`${count} stall${count === 1 ? '' : 's'}, ${(ms / 1000).toFixed(1)} s in all`,
     ...lines.map((line) => `  ${line}`)].join('\n');
 }
 

@@ -53,20 +53,30 @@ export function readReport(path: string): Promise<JankReport>;
 
 /** A stall that was captured, as {@link readStalls} finds it again. */
 export interface Stall {
-  /** Since when the loop stood still: an ISO date in UTC. Left out if the stall has no record. */
+  /** When the stall began: an ISO date in UTC. Left out if the stall has no record. */
   since?: string;
   /**
-   * How long the event loop had stood still when its thread was frozen, in milliseconds. When `late`: how long the
-   * whole stall lasted. The true time may be longer by up to one heartbeat interval (a tenth of `thresholdMs`, at most
-   * 200 ms). The report's own `duration` is smaller: it ends when captureNativeJank was called, before DbgHelp was
-   * ready.
+   * How long the whole stall lasted, in milliseconds, counted from the first heartbeat that did not come. The true time
+   * may be longer by up to one heartbeat interval (a fifth of `thresholdMs`, at most 200 ms). Left out
+   * if the loop never turned again, and if the stall has no record.
    */
-  duration: number;
-  /** True when the loop had turned again before the thread was frozen: the stack shows what came after the stall. */
+  stallMs?: number;
+  /**
+   * How long after the beginning of the stall the thread was frozen, in milliseconds. The report's own `duration` is
+   * smaller: it ends when captureNativeJank was called, before DbgHelp was ready. Without a record: the `duration`.
+   */
+  frozenAfterMs: number;
+  /**
+   * True when the loop had turned again before the thread was frozen: the native stack shows what came after the stall.
+   * Also true in the rare case in which the thread was frozen while its script stack was read.
+   */
   late: boolean;
   /** The script stack, the innermost function first, at most fifty; empty if none could be had. */
   scriptFrames: ScriptFrame[];
-  /** True when the script stack was taken after the native code that blocked the thread had returned. */
+  /**
+   * True when the thread answered only after some time, mostly because it ran native code: then the frames show where
+   * it came back to script. That is the function that had made the call, if this function did anything else afterwards.
+   */
   scriptFramesLate: boolean;
   /** The parsed report. */
   report: JankReport;
@@ -96,7 +106,8 @@ export interface StallsOfFolder {
 
 /**
  * Reads all stalls of a folder: from their reports, and from the records that the watchdog writes beside them. Without
- * a record, `duration` is that of the report, `late` is false, and there is no script stack. Works on every system.
+ * a record, `frozenAfterMs` is the report's `duration`, `late` is false, and there is no script stack. Works on every
+ * system.
  *
  * Files of other kinds are not opened. A file that cannot be read does not hide the others. Nothing is deleted.
  *
@@ -126,15 +137,25 @@ export function removeStall(stall: Pick<Stall, 'reportPath'>): Promise<void>;
  */
 export function formatStall(stall: Stall | Jank): string;
 
-/** An error that {@link WatchOptions.onError} gets. */
-export interface WatchError extends Error {
-  /**
-   * "ERR_CAPTURE_FAILED": there is no report, and `result` says why. Also comes when a watcher starts, if captures of
-   * this process cannot succeed. "ERR_CAPTURE_LIMIT": there had already been `maxCapturesPerHour` captures before this
-   * stall. "ERR_WATCHER_ENDED": the watcher's process has ended; the message says why, and whether it is started again.
-   * Errors of Node.js have other codes.
-   */
-  code?: string;
+/** Why there is an error. */
+export type WatchErrorCode =
+  /** There is no report; `result`, if there is one, says why. Also comes at the start, if no capture can succeed. */
+  | 'ERR_CAPTURE_FAILED'
+  /** There had already been `maxCapturesPerHour` captures before this stall. */
+  | 'ERR_CAPTURE_LIMIT'
+  /** The stall was over before it could be captured. */
+  | 'ERR_STALL_OVER'
+  /** The record of a stall could not be written. */
+  | 'ERR_RECORD_FAILED'
+  /** The worker that reads script stacks has ended: there are none from now on. */
+  | 'ERR_SCRIPT_STACK_ENDED'
+  /** The watcher has ended or cannot be started; the message says why, and whether it is started again. */
+  | 'ERR_WATCHER_ENDED';
+
+/** An error of the watchdog. It says what is known of a stall that was not captured. */
+export interface WatchError extends Error,
+  Partial<Pick<Stall, 'since' | 'stallMs' | 'scriptFrames' | 'scriptFramesLate'>> {
+  code: WatchErrorCode;
   /** The result of captureNativeJank. */
   result?: CaptureJankResult;
 }
@@ -144,43 +165,63 @@ export interface WatchError extends Error {
  * {@link mainThreadId} returns, `jankType` is "event-loop", `systemVersion` is what `getOsVersionWithReleaseId`
  * returns, and every other one is "".
  */
-type CaptureOptions = Partial<Omit<CaptureJankArgs, 'processId' | 'janksDir' | 'living' | 'uptime' | 'duration'>>;
+type CaptureOptions = {
+  [Name in Exclude<keyof CaptureJankArgs, 'processId' | 'janksDir' | 'living' | 'uptime' | 'duration'>]?:
+    CaptureJankArgs[Name] | undefined;
+};
 
 /** The options of {@link watchForJank}. Only `janksDir` and `onJank` are required. */
 export interface WatchOptions extends CaptureOptions {
   /** The directory for dumps and reports. Created when it is missing. */
   janksDir: string;
-  /** Called with each captured stall, as soon as the loop turns again. */
-  onJank: (jank: Jank) => void;
-  /** Called when a stall was not captured or the watcher has ended. Without it, a process warning is emitted. */
-  onError?: (error: WatchError) => void;
+  /** Called with each captured stall when it is over. May be asynchronous: `onError` gets what it rejects with. */
+  onJank: (jank: Jank) => unknown;
+  /**
+   * Called with a {@link WatchError} when a stall was not captured or the watcher has ended, and with what `onJank`
+   * rejects with. Without it, a process warning is emitted.
+   */
+  onError?: ((error: WatchError) => void) | undefined;
   /** How long the loop must stand still before it is captured, in milliseconds: 100 to 3600000. Default: 1000. */
-  thresholdMs?: number;
+  thresholdMs?: number | undefined;
   /** How many captures there may be in any hour: 1 to 3600. Each freezes the process's main thread. Default: 10. */
-  maxCapturesPerHour?: number;
+  maxCapturesPerHour?: number | undefined;
   /**
    * For the report: called at each heartbeat. The report gets the last result before the stall. Default: `() => true`,
    * because a process that can be captured is alive. An exception counts as false, and becomes an uncaught exception of
    * this process.
    */
-  living?: () => boolean;
+  living?: (() => boolean) | undefined;
   /** The executable that runs the watcher, which is a script for Node.js. Default: `process.execPath`. */
-  execPath?: string;
+  execPath?: string | undefined;
   /** Environment variables of the watcher's process, in addition to those of this process. Default: none. */
-  env?: Record<string, string | undefined>;
+  env?: Record<string, string | undefined> | undefined;
+  /** Whether the script stack of each stall is read, with a worker in this process. Default: true. */
+  scriptStack?: boolean | undefined;
+  /**
+   * How long the watcher may take until it is ready, in milliseconds: 1000 to 3600000. After that it is ended, because
+   * `execPath` does not seem to run its script, and not started again. Default: 30000.
+   */
+  startTimeoutMs?: number | undefined;
+  /** Stops the watch when it is aborted. */
+  signal?: AbortSignal | undefined;
 }
 
 /** A running watchdog. */
 export interface JankWatch {
   /** The id of the watcher's process; undefined while there is none. */
   readonly pid: number | undefined;
-  /** Resolves when the watcher is ready, some seconds after the call. Awaiting it does not keep the process alive. */
+  /**
+   * Resolves when the watcher is ready, some seconds after the call. Rejects with code "ERR_WATCHER_ENDED" after
+   * stop(), and when no watcher can be started. Reading this property keeps the process alive until then.
+   */
   readonly ready: Promise<void>;
   /**
    * Ends the watcher. `onJank` and `onError` are not called any more. A capture that is under way is finished first.
    * The promise resolves when the watcher's process has ended: from then on nothing is frozen.
    */
   stop(): Promise<void>;
+  /** The same as stop(), for `await using`. Node.js has it since 18.18. */
+  [Symbol.asyncDispose](): Promise<void>;
 }
 
 /**
@@ -188,9 +229,10 @@ export interface JankWatch {
  * for too long, the watcher captures the thread with captureNativeJank. Call this function once, when start-up is over.
  * The watcher does not keep this process alive, and ends with it. See docs/watchdog.md.
  *
- * @throws TypeError with code "ERR_INVALID_ARG_TYPE", or RangeError with code "ERR_OUT_OF_RANGE", that names the wrong
- *   option; an error of the file system when `janksDir` cannot be created; an error with code
- *   "ERR_WORKER_UNSUPPORTED_OPERATION" in a worker; an error with code "MODULE_NOT_FOUND" in a bundle; an error in a
- *   process that was started as the watcher but runs the application. Nothing has been started then.
+ * @throws TypeError with code "ERR_INVALID_ARG_TYPE" or "ERR_INVALID_ARG_VALUE", or RangeError with code
+ *   "ERR_OUT_OF_RANGE", that names the wrong option; an error of the file system when `janksDir` cannot be created or
+ *   written to; an error with code "ERR_FOLDER_IN_USE" when another watch of this process has the same `janksDir`; an
+ *   error with code "ERR_WORKER_UNSUPPORTED_OPERATION" in a worker; an error with code "MODULE_NOT_FOUND" in a bundle;
+ *   an error in a process that was started as the watcher but runs the application. Nothing has been started then.
  */
 export function watchForJank(options: WatchOptions): JankWatch;

@@ -9,22 +9,30 @@ const failure = (result) => Object.assign(new Error(`A capture failed: ${result.
   { code: 'ERR_CAPTURE_FAILED', result });
 
 /**
+ * Calls captureNativeJank, which appends file names to janksDir without a separator, and which gives Windows the path
+ * as it is. Only a path with the prefix of path.toNamespacedPath() may be long.
+ */
+const capture = ({ janksDir, ...args }) => (
+  captureNativeJank({ ...args, janksDir: path.toNamespacedPath(janksDir) + path.sep }));
+
+/**
  * Runs a capture up to the freeze, so that DbgHelp and the files that it reads are in memory when a stall comes. The
  * capture stops there because the process has no thread with the id 0. Rejects if it fails earlier, because every other
  * capture would then fail too.
  */
 exports.warmUp = async (settings) => {
-  const result = await captureNativeJank({ ...settings, threadId: 0, living: true, uptime: 0, duration: 0 });
+  const result = await capture({ ...settings, threadId: 0, living: true, uptime: 0, duration: 0 });
   if (result.errorText !== 'Failed open thread') throw failure(result);
 };
 
 /**
- * Captures a loop that has stood still for `stalledMs` and resolves to the argument of onJank. `turnedAt` returns the
- * time at which the loop turned again, as Date.now() of the watched process, or undefined if it has not.
+ * Captures `stall` (stall.js). Resolves to `jank`, the argument of onJank as far as it is known before the stall is
+ * over, and to the times between which the thread was frozen, `frozenAt` and `thawedAt`, as Date.now().
  */
-exports.captureStall = async (settings, { stalledMs, uptime, living, turnedAt }) => {
+exports.captureStall = async (settings, stall) => {
+  await fs.mkdir(settings.janksDir, { recursive: true }); // Somebody may have removed it.
   const calledAt = Date.now();
-  const result = await captureNativeJank({ ...settings, living, uptime, duration: Math.round(stalledMs) });
+  const result = await capture({ ...settings, ...stall.fields });
   const returnedAt = Date.now();
   if (!result.jsonFilename) throw failure(result);
 
@@ -33,9 +41,7 @@ exports.captureStall = async (settings, { stalledMs, uptime, living, turnedAt })
   const dumpPath = path.join(settings.janksDir, report.dmp_file);
   // The dump is created and closed while the thread is frozen, and the report is created right after that.
   const { birthtimeMs, mtimeMs } = await fs.stat(dumpPath).catch(() => fs.stat(reportPath));
-  const late = turnedAt() < mtimeMs;
-  const end = Math.min(Math.max(late ? turnedAt() : birthtimeMs, calledAt), returnedAt);
-  const since = new Date(calledAt - stalledMs).toISOString();
-  const duration = Math.round(stalledMs + end - calledAt);
-  return { since, late, duration, scriptFrames: [], scriptFramesLate: false, report, reportPath, dumpPath, result };
+  const frozenAt = Math.min(Math.max(birthtimeMs, calledAt), returnedAt);
+  const frozenAfterMs = Math.round(frozenAt - stall.startedAt);
+  return { jank: { frozenAfterMs, report, reportPath, dumpPath, result }, frozenAt, thawedAt: mtimeMs };
 };

@@ -25,8 +25,9 @@ function describeStack(title, frames, describe, count) {
 }
 
 /** The first line: how long and since when the loop stood still, and in which client. */
-function describeTime({ report, duration, since, late }) {
-  const long = late ? `stood still for ${seconds(duration)}` : `had stood still for ${seconds(duration)} when captured`;
+function describeTime({ report, stallMs, frozenAfterMs, since }) {
+  const long = stallMs === undefined ? `had stood still for ${seconds(frozenAfterMs)} when captured`
+    : `stood still for ${seconds(stallMs)}`;
   // Without a record only the name of the dump tells when that was, in the local time of that machine.
   const when = since ? `since ${printable(since)}` : `in the local time ${printable(path.parse(report.dmp_file).name)}`;
   const version = report.version && `, version ${printable(report.version)}`;

@@ -30,18 +30,18 @@ function tellingFrames({ late, scriptFrames, report }) {
 
 /**
  * Groups stalls that share their innermost frames: those of script without Node.js' own, or, where there are none,
- * those of modules that are neither Windows' nor Node.js'. Returns { frames, count, duration }[], the longest sum of
- * durations first. `frames` has printable lines; it is empty for the stalls that have no such frame.
+ * those of modules that are neither Windows' nor Node.js'. Returns { frames, count, ms }[], the longest sum of
+ * milliseconds first. `frames` has printable lines; it is empty for the stalls that have no such frame.
  */
 exports.groupStalls = (stalls) => {
   const groups = new Map();
   for (const stall of stalls) {
     const frames = tellingFrames(stall);
     const key = frames.join('\n');
-    const group = groups.get(key) ?? { frames, count: 0, duration: 0 };
+    const group = groups.get(key) ?? { frames, count: 0, ms: 0 };
     groups.set(key, group);
     group.count += 1;
-    group.duration += stall.duration;
+    group.ms += stall.stallMs ?? stall.frozenAfterMs;
   }
-  return [...groups.values()].sort((one, other) => other.duration - one.duration);
+  return [...groups.values()].sort((one, other) => other.ms - one.ms);
 };

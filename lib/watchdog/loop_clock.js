@@ -1,39 +1,51 @@
 'use strict';
 
-/** Computes from heartbeats how long another process's event loop has stood still. All times are in milliseconds. */
+/**
+ * Computes from heartbeats how long another process's event loop stands still. All times are in milliseconds. A stall
+ * counts from the first heartbeat that did not come.
+ */
 exports.LoopClock = class LoopClock {
   #thresholdMs;
   #beatMs;
   #lastBeat;
-  #lastTick;
+  #lastRun;
   #armed = false;
 
-  /** Heartbeats come every `beatMs`. A stall is to be captured when it has lasted `thresholdMs`. */
-  constructor({ thresholdMs, beatMs }) {
+  /** Heartbeats come every `beatMs`. A stall is noticed when it has lasted `thresholdMs`. */
+  constructor({ thresholdMs, beatMs }, now) {
     this.#thresholdMs = thresholdMs;
     this.#beatMs = beatMs;
+    this.#lastBeat = this.#lastRun = now;
   }
 
-  /** To be called for each heartbeat. With `mayPause` (a debugger), no stall is found until the next heartbeat. */
-  beat(now, mayPause) {
-    this.#lastBeat = now;
-    this.#armed = !mayPause;
+  /** How long the loop has stood still. */
+  #stalledMs(now) {
+    // If this process has not run either, the machine was asleep or too busy for all processes: leave that time out.
+    const gap = now - this.#lastRun;
+    if (gap > this.#thresholdMs / 2) this.#lastBeat += gap;
+    this.#lastRun = now;
+    return now - this.#lastBeat - this.#beatMs;
   }
 
   /**
-   * To be called every `beatMs`. If a stall is to be captured now, returns the least time for which the loop has stood
-   * still; else 0. The time counts from the first heartbeat that did not come.
+   * To be called for each heartbeat. With `mayPause` (a debugger), no stall is noticed until the next heartbeat.
+   * Returns how long the loop had stood still: the whole length of a stall that was noticed.
    */
-  tick(now) {
-    // If this process has not run either, the machine was asleep or too busy for all processes: count from now.
-    if (now - this.#lastTick > this.#thresholdMs / 2) this.#lastBeat = now;
-    this.#lastTick = now;
-    const stalledMs = now - this.#lastBeat - this.#beatMs;
-    return this.#armed && stalledMs >= this.#thresholdMs ? stalledMs : 0;
+  beat(now, mayPause) {
+    const stalledMs = this.#stalledMs(now);
+    this.#lastBeat = now;
+    this.#armed = !mayPause;
+    return stalledMs;
   }
 
-  /** To be called when a stall is captured: no stall is found until the next heartbeat. */
-  disarm() {
+  /**
+   * To be called at least every `thresholdMs` / 2 while no heartbeat comes. Returns how long the loop has stood still,
+   * once for each stall, when it is noticed; else 0.
+   */
+  tick(now) {
+    const stalledMs = this.#stalledMs(now);
+    if (!this.#armed || stalledMs < this.#thresholdMs) return 0;
     this.#armed = false;
+    return stalledMs;
   }
 };

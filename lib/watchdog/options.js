@@ -21,6 +21,8 @@ const defaults = () => ({
   living: () => true,
   execPath: process.execPath,
   env: {},
+  scriptStack: true,
+  startTimeoutMs: 30_000,
 });
 
 function checkRange(name, value, min, max) {
@@ -29,20 +31,27 @@ function checkRange(name, value, min, max) {
     { code: 'ERR_OUT_OF_RANGE' });
 }
 
+function checkValue(name, isRight, expected) {
+  if (isRight) return;
+  throw Object.assign(new TypeError(`The "${name}" property must be ${expected}`), { code: 'ERR_INVALID_ARG_VALUE' });
+}
+
 /** Checks the options of watchForJank() and returns all of them, with defaults and an absolute janksDir. */
 exports.readOptions = (options) => {
   checkType('options', options, 'object');
-  const { janksDir, onJank } = options;
+  const { janksDir, onJank, signal } = options;
   checkType('options.janksDir', janksDir, 'string');
   checkType('options.onJank', onJank, 'function');
-  // captureNativeJank appends file names without a separator, so the directory must end with one.
-  /** @type {any} */
-  const read = { onJank, janksDir: path.join(path.resolve(janksDir), path.sep) };
+  checkValue('options.janksDir', janksDir !== '', 'the path of a folder');
+  if (signal !== undefined) checkType('options.signal.aborted', signal?.aborted, 'boolean');
+  const read = { onJank, signal, janksDir: path.resolve(janksDir) };
   for (const [name, value] of Object.entries(defaults())) {
     read[name] = options[name] === undefined ? value : options[name];
     checkType(`options.${name}`, read[name], typeof value);
   }
   checkRange('options.thresholdMs', read.thresholdMs, 100, 3_600_000);
   checkRange('options.maxCapturesPerHour', read.maxCapturesPerHour, 1, 3600);
+  checkRange('options.startTimeoutMs', read.startTimeoutMs, 1000, 3_600_000);
+  checkRange('options.threadId', read.threadId, 0, 0xFFFF_FFFF);
   return read;
 };

@@ -14,14 +14,16 @@ const isScriptFrame = (value) => typeof value?.function === 'string' && typeof v
 /** The properties of a stall that only its record has, each with a check of its value. */
 const properties = {
   since: (value) => value === undefined || (typeof value === 'string' && !Number.isNaN(Date.parse(value))),
-  duration: Number.isFinite,
+  stallMs: (value) => value === undefined || Number.isFinite(value),
+  frozenAfterMs: Number.isFinite,
   late: (value) => typeof value === 'boolean',
   scriptFrames: (value) => Array.isArray(value) && value.every(isScriptFrame),
   scriptFramesLate: (value) => typeof value === 'boolean',
 };
 
 /** What is known of a stall without a record. */
-const fromReport = ({ duration }) => ({ duration, late: false, scriptFrames: [], scriptFramesLate: false });
+const fromReport = ({ duration }) => (
+  { frozenAfterMs: duration, late: false, scriptFrames: [], scriptFramesLate: false });
 
 /** Antivirus programs open new files for a moment, and Windows then does not replace them. */
 async function rename(from, to) {

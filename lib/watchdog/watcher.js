@@ -4,68 +4,59 @@
 // must first let its thread run again.
 
 const send = (message, sent = () => {}) => process.send(message, sent);
-const sendError = (/** @type {any} */ { message, code, result }, sent = () => {}) => send({ error: { message, code, result } }, sent);
+const sendError = ({ message, code, result }) => send({ error: { message, code, result } });
 
-// Set before the modules below are loaded, because loading them can fail too.
+// Set before the modules below are loaded, because loading them can fail too. The watched process reads the last lines.
 process.once('uncaughtException', (error) => {
   process.exitCode = 1;
-  sendError(error, () => process.disconnect());
+  console.error(error);
+  if (process.connected) process.disconnect();
 });
 
-const { atMostPerHour } = require('./at_most_per_hour.js');
-const { captureStall, warmUp } = require('./capture_stall.js');
+const { warmUp } = require('./capture_stall.js');
+const { stallHandler } = require('./handle_stall.js');
 const { LoopClock } = require('./loop_clock.js');
-const { writeStallRecord } = require('./stall_record.js');
+const { Stall } = require('./stall.js');
 
-/** Names of dumps have a resolution of one second: a capture must not replace the files of the previous one. */
-const pauseMs = 1000;
-
-function watch(settings) {
-  const clock = new LoopClock(settings);
-  const mayCapture = atMostPerHour(settings.maxCapturesPerHour);
-  let ticks;
+/** Watches the heartbeats. Calls `onStall` with each Stall when it is noticed. */
+function watchHeartbeats(settings, onStall) {
+  const clock = new LoopClock(settings, performance.now());
   let lastBeat;
   let lastBeatAt;
-  let turnedAt;
-  let capturing = false;
-
-  async function capture(stalledMs) {
-    if (!mayCapture()) {
-      const message = `A stall was not captured: there were ${settings.maxCapturesPerHour} captures within an hour`;
-      sendError({ message, code: 'ERR_CAPTURE_LIMIT' });
-      return;
-    }
-    capturing = true;
-    turnedAt = undefined;
-    const { living } = lastBeat;
-    const uptime = lastBeat.uptime + (performance.now() - lastBeatAt) / 1000;
-    await captureStall(settings, { stalledMs, uptime, living, turnedAt: () => turnedAt })
-      .then(async (jank) => {
-        // Before onJank: it may remove the stall's files.
-        await writeStallRecord(jank).catch(sendError);
-        send({ jank });
-      }, sendError);
-    setTimeout(() => { capturing = false; }, pauseMs).unref();
+  let stall;
+  let ticks;
+  function tickIn(ms) {
+    clearTimeout(ticks);
+    ticks = setTimeout(tick, ms);
   }
-
   function tick() {
-    const stalledMs = clock.tick(performance.now());
-    if (!stalledMs || capturing) return;
-    clock.disarm();
-    capture(stalledMs);
+    tickIn(settings.beatMs / 2);
+    const now = performance.now();
+    const noticedMs = clock.tick(now);
+    if (!noticedMs) return;
+    stall = new Stall({ noticedMs, lastBeat, silentMs: now - lastBeatAt });
+    onStall(stall);
   }
-
-  process.on('message', (/** @type {any} */ beat) => {
+  process.on('message', (beat) => {
+    tickIn(settings.beatMs * 1.25); // While the heartbeats come, each puts it off.
     lastBeat = beat;
     lastBeatAt = performance.now();
-    turnedAt ??= beat.at;
-    clock.beat(lastBeatAt, beat.mayPause);
+    const stallMs = clock.beat(lastBeatAt, beat.mayPause);
+    stall?.turn(stallMs);
+    stall = undefined;
   });
-  process.on('disconnect', () => { clearInterval(ticks); });
-  warmUp(settings).catch(sendError).then(() => {
-    if (!process.connected) return;
-    ticks = setInterval(tick, settings.beatMs);
-    send({ ready: true });
+  process.on('disconnect', () => {
+    clearTimeout(ticks);
+    stall?.abandon();
+  });
+}
+
+async function watch(settings) {
+  const handle = stallHandler(settings, send);
+  let handled = warmUp(settings).catch(sendError);
+  handled.then(() => send({ ready: true }));
+  watchHeartbeats(settings, (stall) => {
+    handled = handled.then(() => handle(stall));
   });
 }
 

@@ -2,8 +2,8 @@
 
 const { fork } = require('node:child_process');
 const fs = require('node:fs');
-const inspector = require('node:inspector');
 const path = require('node:path');
+const { startHeartbeats } = require('./heartbeats.js');
 
 /**
  * Environment variables that the watcher does not get: options of Node.js, which are meant for the client, and paths of
@@ -23,58 +23,86 @@ exports.checkScript = () => {
 /** The environment variable that marks the watcher's process. */
 const mark = 'BORVANTA_JANK_WATCHER';
 
+/** How much of the watcher's standard error is kept for the reason of its end, in characters. */
+const errorLength = 1500;
+
+/** How long to wait for the rest of the watcher's standard error when it has ended, in milliseconds. */
+const restMs = 500;
+
+/** How long a watcher that is stopped before it was ready may take to end by itself. */
+const endMs = 2000;
+
 exports.checkNotWatcher = () => {
   if (!process.env[mark]) return;
   throw new Error('This process was started to watch another one, but runs the application: give watchForJank() an '
     + 'execPath and an env that run the scripts of Node.js (docs/watchdog.md)');
 };
 
-/**
- * Starts the watcher, a process that watches this one, and sends it heartbeats. Calls `onMessage` with each message of
- * the watcher. Calls `onEnd` once, with the reason, when the watcher has ended or could not be started. None of this
- * keeps this process alive.
- *
- * Returns the ChildProcess. To end it, disconnect it: if a watcher is killed during a capture, the thread stays frozen.
- */
-exports.startWatcher = ({ execPath, env, living, ...settings }, onMessage, onEnd) => {
-  const child = fork(script, [], {
+function forkWatcher({ execPath, env }) {
+  return fork(script, [], {
     execPath,
     execArgv: [],
     env: { ...process.env, ...notForWatcher, ...env, [mark]: '1' },
-    stdio: ['ignore', 'ignore', 'ignore', 'ipc'],
-    // @ts-ignore: Node.js 18 has it, but its types do not.
+    stdio: ['ignore', 'ignore', 'pipe', 'ipc'],
     windowsHide: true,
   });
-  // What living() throws becomes an uncaught exception, and the heartbeats go on.
-  function isLiving() {
-    try {
-      return !!living();
-    } catch (error) {
-      process.nextTick(() => { throw error; });
-      return false;
+}
+
+/** Calls `onEnd` with the reason when the process has ended or could not be started. */
+function watchEnd(child, onEnd) {
+  let stderr = '';
+  child.stderr?.setEncoding('utf8').on('data', (text) => { stderr = (stderr + text).slice(-errorLength); });
+  child.once('error', ({ message }) => onEnd(message));
+  child.once('exit', (code, signal) => {
+    // The rest of standard error comes now. Its end may not come, if another process has inherited it.
+    const rest = setTimeout(end, restMs);
+    function end() {
+      clearTimeout(rest);
+      onEnd([signal ?? `exit code ${code}`, stderr.trim()].filter(Boolean).join(': '));
     }
-  }
-  let written = true;
-  function beat() {
-    // A suspended watcher reads no messages: do not fill the memory with them.
-    if (!written) return;
-    written = false;
-    child.send({ at: Date.now(), uptime: process.uptime(), living: isLiving(), mayPause: !!inspector.url() },
-      () => { written = true; });
-  }
-  const beats = setInterval(beat, settings.beatMs);
+    if (child.stderr.readableEnded) end();
+    else child.stderr.once('end', end);
+  });
+}
+
+/**
+ * Starts the watcher, a process that watches this one, and sends it `settings` and heartbeats. Calls `onMessage` with
+ * each message of the watcher. Calls `onEnd` once, with the reason, when the watcher has ended or could not be started.
+ * Its second argument is true if the watcher never answered. None of this keeps this process alive. Throws if there is
+ * nothing to start.
+ *
+ * Returns the id of the process, and stop(), which keeps this process alive until the watcher has ended. A watcher must
+ * not be killed when it may be capturing: the thread would stay frozen. Before it is ready it captures nothing, but
+ * this process may hear later that it is ready: so it is killed only when this event loop has turned for a while.
+ */
+exports.startWatcher = (options, settings, onMessage, onEnd) => {
+  const child = forkWatcher(options);
+  child.send(settings, () => {});
+  let isReady = false;
+  let neverAnswered = false;
+  const beats = startHeartbeats(child, options, (count, isRegular) => {
+    if (isReady || !isRegular || count * options.beatMs < options.startTimeoutMs) return;
+    neverAnswered = true;
+    child.kill();
+  });
   let ended = false;
-  function end(reason) {
+  watchEnd(child, (reason) => {
     if (ended) return;
     ended = true;
     clearInterval(beats);
-    onEnd(reason);
-  }
-  child.on('error', ({ message }) => end(message));
-  child.on('exit', (code, signal) => end(signal ?? `exit code ${code}`));
-  child.on('message', onMessage);
-  child.send(settings, () => {});
-  beat();
-  for (const handle of [child, child.channel, beats]) handle.unref();
-  return child;
+    onEnd(neverAnswered ? `it was not ready after ${options.startTimeoutMs} ms` : reason, neverAnswered);
+  });
+  child.on('message', (message) => {
+    if (message.ready) isReady = true;
+    onMessage(message);
+  });
+  for (const handle of [child, child.channel, child.stderr, beats]) handle?.unref();
+  return {
+    pid: child.pid,
+    stop() {
+      child.ref();
+      if (child.connected) child.disconnect();
+      if (!isReady) setTimeout(() => child.kill(), endMs).unref();
+    },
+  };
 };

@@ -12,8 +12,8 @@ function makeFolder(t) {
     duration: 600, jank_type: '', living: true, log_file: '', system_version: '', uptime: 1, user_id: '', version: '1',
     main_thread_trace: 'ntdll.dll!0x1\r\nthird.dll!0x2\r\n', ...values });
   const record = (dump, id, values) => write(`${dump}.dmp-${id}.stall`, {
-    uptime: 1, functions: [null, 'Wait'], since: '2026-11-20T01:00:00.000Z', duration: 900, late: true,
-    scriptFrames: [], scriptFramesLate: false, ...values });
+    uptime: 1, functions: [null, 'Wait'], since: '2026-11-20T01:00:00.000Z', stallMs: 900, frozenAfterMs: 800,
+    late: true, scriptFrames: [], scriptFramesLate: false, ...values });
   for (const name of ['settings.json', 'old.dmp', '2026-11-22 00-00-00.dmp']) write(name, 'foreign');
   return { folder, write, report, record, files: () => fs.readdirSync(folder) };
 }
@@ -37,10 +37,11 @@ test('readStalls finds the stalls, oldest first, and says which files it cannot 
     assert.deepEqual(stalls.map(({ reportPath }) => path.basename(reportPath)),
       [`${third}.dmp-3.json`, `${first}.dmp-1.json`, `${first}.dmp-2.json`]);
     const { report: read, reportPath, dumpPath, ...known } = stalls[0];
-    assert.deepEqual(known, { since: '2026-11-20T01:00:00.000Z', duration: 900, late: true, scriptFrames: [frame],
+    assert.deepEqual(known, { since: '2026-11-20T01:00:00.000Z', stallMs: 900, frozenAfterMs: 800, late: true,
+      scriptFrames: [frame],
       scriptFramesLate: true });
     assert.equal(read.frames[1].function, 'Wait');
-    assert.deepEqual([stalls[2].duration, stalls[2].late, stalls[2].scriptFrames], [600, false, []]);
+    assert.deepEqual([stalls[2].frozenAfterMs, stalls[2].late, stalls[2].scriptFrames], [600, false, []]);
     assert.deepEqual(reasons(unreadable), [[`${first}.dmp-2.stall`, 'ERR_INVALID_RECORD'],
       [`${second}.dmp-4.json`, 'ERR_INVALID_REPORT'], [`${second}.dmp-5.json`, 'ERR_INVALID_REPORT'],
       [`${third}.dmp-9.stall`, 'ERR_NO_REPORT'], ['2026-11-22 00-00-00.dmp', 'ERR_NO_REPORT']]);
@@ -76,7 +77,7 @@ test('the command groups stalls by script, else by modules of the client, and te
   const { folder, report, record } = makeFolder(t);
   const own = (line) => ({ scriptFrames: [{ function: 'read', url: 'node:fs', line: 1, column: 1 },
     { function: 'load', url: 'file:///C:/one/main.js', line, column: 1 }] });
-  [own(1), own(2), { late: false }, { duration: 5000 }].forEach((values, index) => {
+  [own(1), own(2), { late: false }, { stallMs: 5000 }].forEach((values, index) => {
     report(first, index);
     record(first, index, values);
   });

@@ -25,8 +25,8 @@ const countHandles = (handle) => Array.from({ length: 2000 }, (_, index) => 4 * 
 const open = (pid) => openProcess(0x1FFFFF /* PROCESS_ALL_ACCESS */, 0, pid);
 
 test('a blocking wait is captured; a short stall, a debugged stall and a sleep of the machine are not', async (t) => {
-  const { watch, janks, errors, ready, files } = watchThisProcess(t, { thresholdMs: 1000 });
-  await ready();
+  const { watch, janks, errors, files } = watchThisProcess(t, { thresholdMs: 1000 });
+  await watch.ready;
   block((ms) => ms >= 500);
   inspector.open(0);
   await sleep(300);
@@ -47,8 +47,8 @@ test('a blocking wait is captured; a short stall, a debugged stall and a sleep o
   assert.ok(report.uptime > uptime && report.frames.some(({ module }) => /^node/i.test(module)));
 });
 
-test('a killed watcher is replaced; stalls leak no handle; late traces are marked; captures are limited', async (t) => {
-  const { watch, janks, errors, files } = watchThisProcess(t, { thresholdMs: 100, maxCapturesPerHour: 3 });
+test('a killed watcher is replaced; every stall is told; late traces are marked; captures are limited', async (t) => {
+  const { watch, janks, errors, files } = watchThisProcess(t, { thresholdMs: 500, maxCapturesPerHour: 3 });
   await until(() => watch.pid);
   process.kill(watch.pid);
   await until(() => errors.length && watch.pid);
@@ -56,12 +56,16 @@ test('a killed watcher is replaced; stalls leak no handle; late traces are marke
   const watcher = open(watch.pid);
   block(() => files().length >= 2);
   const handles = countHandles(watcher);
-  for (let stalls = 0; stalls < 50 || !errors.length; stalls += 1) {
-    block((ms) => ms >= 100 + 2 * stalls, 2);
-    await sleep(20);
+  let stalls = 1;
+  for (; !errors.some(({ code }) => code === 'ERR_CAPTURE_LIMIT'); stalls += 1) {
+    block((ms) => ms >= 1000 + 10 * stalls, 2);
+    await sleep(50);
   }
-  assert.deepEqual([janks.length, errors[0].code, files().length], [3, 'ERR_CAPTURE_LIMIT', 9]);
-  assert.ok(janks.some(({ late, duration }) => late && duration >= 100 && duration < 1000), JSON.stringify(janks));
+  // The freeze of a late capture is not counted, so a stall that it falls into can be too short to be told.
+  await until(() => janks.length + errors.length >= stalls - 3);
+  assert.deepEqual([janks.length, files().length], [3, 9]);
+  assert.ok(errors.every(({ code, stallMs }) => /^ERR_(STALL_OVER|CAPTURE_LIMIT)$/.test(code) && stallMs >= 900));
+  assert.ok(janks.some(({ late, stallMs, frozenAfterMs }) => late && stallMs < 2000 && frozenAfterMs > 500));
   assert.ok(handles > 20 && countHandles(watcher) < handles + 10);
   const { pid } = watch;
   await watch.stop();

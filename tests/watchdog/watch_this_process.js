@@ -2,7 +2,7 @@
 // Starts a watchdog that watches the test's own process.
 const { enumProcessList } = require('borvanta-util/promises');
 const { watchForJank } = require('borvanta-util/watchdog');
-const { fs, path, temporaryFolder, test, until } = require('../support');
+const { fs, path, temporaryFolder, test } = require('../support');
 
 exports.isRunning = async (id) => (await enumProcessList()).list.some(({ pid }) => pid === id);
 
@@ -13,7 +13,5 @@ exports.watchThisProcess = (t, options) => {
   const watch = watchForJank({ janksDir, onJank: (jank) => janks.push(jank), onError: (error) => errors.push(error),
     ...options });
   t.after(() => watch.stop());
-  let isReady = false;
-  watch.ready.then(() => { isReady = true; });
-  return { watch, janks, errors, ready: () => until(() => isReady), files: () => fs.readdirSync(janksDir) };
+  return { watch, janks, errors, janksDir, files: () => fs.readdirSync(janksDir) };
 };
