@@ -43,7 +43,7 @@ exports.askForStack = (pipe, { lastBeat, over }) => {
   socket.on('error', () => {});
   const closed = new Promise((resolve) => { socket.once('close', resolve); });
   const answering = new Promise((resolve) => {
-    socket.on('data', (text) => {
+    socket.on('data', (/** @type {any} */ text) => {
       json += text;
       if (text.endsWith('\n')) socket.destroy();
       resolve();

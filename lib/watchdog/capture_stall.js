@@ -12,7 +12,7 @@ const failure = (result) => Object.assign(new Error(`A capture failed: ${result.
  * Calls captureNativeJank, which appends file names to janksDir without a separator, and which gives Windows the path
  * as it is. Only a path with the prefix of path.toNamespacedPath() may be long.
  */
-const capture = ({ janksDir, ...args }) => (
+const capture = (/** @type {any} */ { janksDir, ...args }) => (
   captureNativeJank({ ...args, janksDir: path.toNamespacedPath(janksDir) + path.sep }));
 
 /**

@@ -23,7 +23,8 @@ const frozenMs = ({ startedAt, turnedAt = Date.now() }, { frozenAt, thawedAt }) 
   Math.max(0, Math.min(turnedAt, thawedAt) - Math.max(startedAt, frozenAt)));
 
 /** What is known of a stall besides its report. */
-const describe = (stall, captured, { scriptFrames = [], scriptFramesLate = false, readAt } = {}) => ({
+const describe = (stall, captured,
+  /** @type {any} */ { scriptFrames = [], scriptFramesLate = false, readAt } = {}) => ({
   since: stall.since, stallMs: stall.stallMs, late: isLate(captured, stall, readAt), scriptFrames, scriptFramesLate });
 
 /**
@@ -38,6 +39,7 @@ const describe = (stall, captured, { scriptFrames = [], scriptFramesLate = false
 exports.stallHandler = ({ stackPipe, maxCapturesPerHour, captureAgesMs, ...settings }, send) => {
   const mayCapture = atMostPerHour(maxCapturesPerHour, captureAgesMs);
   let paused;
+  /** @type {any} */
   let frozen;
 
   /** A capture that comes late makes the loop stand still itself. Waits until it is clear what has done it. */
@@ -77,6 +79,7 @@ exports.stallHandler = ({ stackPipe, maxCapturesPerHour, captureAgesMs, ...setti
     const { stack, inTime } = askForStack(stackPipe, stall);
     const early = await inTime;
     if (early?.isDebugged) return;
+    /** @type {any} */
     const captured = await capture(stall).catch((error) => ({ error }));
     // The client may never come back.
     if (captured.jank && !stall.isOver) await record({ ...describe(stall, captured, early), ...captured.jank });

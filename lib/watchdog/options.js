@@ -44,6 +44,7 @@ exports.readOptions = (options) => {
   checkType('options.onJank', onJank, 'function');
   checkValue('options.janksDir', janksDir !== '', 'the path of a folder');
   if (signal !== undefined) checkType('options.signal.aborted', signal?.aborted, 'boolean');
+  /** @type {any} */
   const read = { onJank, signal, janksDir: path.resolve(janksDir) };
   for (const [name, value] of Object.entries(defaults())) {
     read[name] = options[name] === undefined ? value : options[name];

@@ -6,7 +6,7 @@ const maxFrames = 50;
 const checkMs = 20;
 
 /** The frame that onJank gets for a frame of the inspector, which counts lines and columns from 0. */
-const toFrame = ({ functionName, location: { scriptId, lineNumber, columnNumber } }, urls) => (
+const toFrame = (/** @type {any} */ { functionName, location: { scriptId, lineNumber, columnNumber } }, urls) => (
   { function: functionName, url: urls.get(scriptId) ?? '', line: lineNumber + 1, column: columnNumber + 1 });
 
 /**

@@ -8,8 +8,11 @@
 // closes the connection. If it does so before that, nothing is read any more.
 
 const net = require('node:net');
-const { parentPort, workerData: { pipe, beats } } = require('node:worker_threads');
+const { parentPort, workerData } = require('node:worker_threads');
 const { readScriptStack } = require('./read_script_stack.js');
+
+/** @type {{ pipe: string, beats: Int32Array }} */
+const { pipe, beats } = workerData;
 
 function serve(socket) {
   socket.on('error', () => {});

@@ -20,6 +20,7 @@ const resourceLimits = { maxYoungGenerationSizeMb: 2, maxOldGenerationSizeMb: 64
  * then abort the process if a worker tries.
  */
 exports.startStackWorker = (beats, onEnd) => {
+  // @ts-ignore: the types are those of Node.js 18, which has no permission model.
   if (!inspector || process.permission?.has('inspector') === false) return undefined;
   const pipe = `\\\\.\\pipe\\borvanta-util-${process.pid}-${randomUUID()}`;
   const worker = new Worker(path.join(__dirname, 'stack_worker.js'), { ...settings, resourceLimits,

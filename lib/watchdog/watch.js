@@ -27,6 +27,7 @@ function deferred() {
  */
 exports.Watch = class Watch {
   #options;
+  /** @type {any} */
   #settings;
   #onJank;
   #onError;

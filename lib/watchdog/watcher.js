@@ -37,7 +37,7 @@ function watchHeartbeats(settings, onStall) {
     stall = new Stall({ noticedMs, lastBeat, silentMs: now - lastBeatAt });
     onStall(stall);
   }
-  process.on('message', (beat) => {
+  process.on('message', (/** @type {any} */ beat) => {
     tickIn(settings.beatMs * 1.25); // While the heartbeats come, each puts it off.
     lastBeat = beat;
     lastBeatAt = performance.now();

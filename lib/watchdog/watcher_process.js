@@ -44,6 +44,7 @@ function forkWatcher({ execPath, env }) {
     execArgv: [],
     env: { ...process.env, ...notForWatcher, ...env, [mark]: '1' },
     stdio: ['ignore', 'ignore', 'pipe', 'ipc'],
+    // @ts-ignore: Node.js 18 has it, but its types do not.
     windowsHide: true,
   });
 }
@@ -92,11 +93,13 @@ exports.startWatcher = (options, settings, onMessage, onEnd) => {
     clearInterval(beats);
     onEnd(neverAnswered ? `it was not ready after ${options.startTimeoutMs} ms` : reason, neverAnswered);
   });
-  child.on('message', (message) => {
+  child.on('message', (/** @type {any} */ message) => {
     if (message.ready) isReady = true;
     onMessage(message);
   });
-  for (const handle of [child, child.channel, child.stderr, beats]) handle?.unref();
+  /** @type {any[]} */
+  const handles = [child, child.channel, child.stderr, beats];
+  for (const handle of handles) handle?.unref();
   return {
     pid: child.pid,
     stop() {
