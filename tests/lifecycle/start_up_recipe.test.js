@@ -1,7 +1,7 @@
 'use strict';
 // Runs the recipe of docs/start-up.md, as it stands there, in real processes.
 const {
-  assert, fs, modulePath, path, RegistryKey, startScript, system: windows, temporaryFolder, test, until,
+  assert, fs, modulePath, path, RegistryKey, startScript, windows, temporaryFolder, test, until,
 } = require('../support');
 
 const page = fs.readFileSync(path.join(__dirname, '..', '..', 'docs', 'start-up.md'), 'utf8');
