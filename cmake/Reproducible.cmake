@@ -1,5 +1,5 @@
-# Two builds of one commit give the same bytes: file paths begin with /borvanta-util wherever the checkout is, and the
-# time stamp is the commit's. Sets commit_time, in seconds since 1970.
+# Two builds of one commit by the same GCC or Clang give the same bytes: file paths begin with /borvanta-util wherever the
+# checkout is, and the time stamp is the commit's. Sets commit_time, in seconds since 1970.
 if(DEFINED ENV{SOURCE_DATE_EPOCH})
   set(commit_time $ENV{SOURCE_DATE_EPOCH})
 else()

@@ -4,8 +4,8 @@
 
 namespace lifecycle {
 
-// These functions record the start-ups of this build, so that the client's launcher notices when one has crashed. All
-// strings are UTF-8. When the registry or the file system fails, the string that needed it is empty, and nothing is
+// These functions record the start-ups of this build, so that the next start notices when one has crashed. All strings
+// are UTF-8. A string whose registry key or file cannot be read is empty, except as its comment says, and nothing is
 // thrown. Each function throws std::bad_alloc when memory runs out. Any thread.
 
 struct StartupEntry {
@@ -26,7 +26,8 @@ struct StartupRecord {
   /// This version, when the installer has noted a normal or a silent install of it.
   std::string installVersion;
   std::string silentVersion;
-  /// The folder of installed builds. Empty, like all the other fields, when the install key cannot be opened.
+  /// The folder of installed builds; "\bin" if the installer's value cannot be read. Empty, like all the other fields,
+  /// when the install key cannot be opened.
   std::string deleteFolderPath;
 };
 
