@@ -1,5 +1,6 @@
 'use strict';
 const inspector = require('node:inspector');
+const { atMostPerHour } = require('../../lib/watchdog/at_most_per_hour.js');
 const { assert, block, sleep, test, until, windows } = require('../support');
 const { isRunning, watchThisProcess } = require('./watch_this_process.js');
 
@@ -70,4 +71,21 @@ test('a killed watcher is replaced; every stall is told; late traces are marked;
   const { pid } = watch;
   await watch.stop();
   assert.equal(await isRunning(pid), false);
+});
+
+test('stop() lets a capture that is under way come to its end', async (t) => {
+  const { watch, files } = watchThisProcess(t, { thresholdMs: 500 });
+  await watch.ready;
+  // The thread has just been let go: the watcher has not written the record yet.
+  block(() => files().some((name) => name.endsWith('.dmp')), 0);
+  await watch.stop();
+  assert.deepEqual(files().map((name) => name.split('.').at(-1)).sort(), ['dmp', 'json', 'stall']);
+});
+
+test('captures are allowed again after an hour', (t) => {
+  let now = 0;
+  t.mock.method(performance, 'now', () => now);
+  const mayCapture = atMostPerHour(2, [60_000]);
+  const at = (minutes) => { now = minutes * 60_000; return mayCapture(); };
+  assert.deepEqual([0, 1, 58, 60, 61, 62].map(at), [true, false, false, true, true, false]);
 });
