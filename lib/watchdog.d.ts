@@ -4,8 +4,8 @@ import type { CaptureJankArgs, CaptureJankResult, JankReportFile } from './index
  * The Windows id of this process's main script thread, as `GetCurrentThreadId` returns it. Another process can pass it
  * to captureNativeJank as `threadId`. Takes some milliseconds. Other traces of this process go on meanwhile.
  *
- * @returns a promise of the id. Rejects with code "ERR_WORKER_UNSUPPORTED_OPERATION" in a worker, and if this build of
- *   Node.js does not report the id.
+ * @returns a promise of the id. Rejects with code "ERR_WORKER_UNSUPPORTED_OPERATION" in a script worker, and if this
+ *   build of Node.js does not report the id.
  */
 export function mainThreadId(): Promise<number>;
 
@@ -147,7 +147,7 @@ export type WatchErrorCode =
   | 'ERR_STALL_OVER'
   /** The record of a stall could not be written. */
   | 'ERR_RECORD_FAILED'
-  /** The worker that reads script stacks has ended: there are none from now on. */
+  /** The script worker that reads script stacks has ended: there are none from now on. */
   | 'ERR_SCRIPT_STACK_ENDED'
   /** The watcher has ended or cannot be started; the message says why, and whether it is started again. */
   | 'ERR_WATCHER_ENDED';
@@ -195,7 +195,7 @@ export interface WatchOptions extends CaptureOptions {
   execPath?: string | undefined;
   /** Environment variables of the watcher's process, in addition to those of this process. Default: none. */
   env?: Record<string, string | undefined> | undefined;
-  /** Whether the script stack of each stall is read, with a worker in this process. Default: true. */
+  /** Whether the script stack of each stall is read, with a script worker in this process. Default: true. */
   scriptStack?: boolean | undefined;
   /**
    * How long the watcher may take until it is ready, in milliseconds: 1000 to 3600000. After that it is ended, because
@@ -232,7 +232,8 @@ export interface JankWatch {
  * @throws TypeError with code "ERR_INVALID_ARG_TYPE" or "ERR_INVALID_ARG_VALUE", or RangeError with code
  *   "ERR_OUT_OF_RANGE", that names the wrong option; an error of the file system when `janksDir` cannot be created or
  *   written to; an error with code "ERR_FOLDER_IN_USE" when another watch of this process has the same `janksDir`; an
- *   error with code "ERR_WORKER_UNSUPPORTED_OPERATION" in a worker; an error with code "MODULE_NOT_FOUND" in a bundle;
- *   an error in a process that was started as the watcher but runs the application. Nothing has been started then.
+ *   error with code "ERR_WORKER_UNSUPPORTED_OPERATION" in a script worker; an error with code "MODULE_NOT_FOUND" in a
+ *   bundle; an error in a process that was started as the watcher but runs the application. Nothing has been started
+ *   then.
  */
 export function watchForJank(options: WatchOptions): JankWatch;

@@ -3,10 +3,10 @@
 const { isMainThread } = require('node:worker_threads');
 const inspector = require('./inspector.js');
 
-/** Throws in a worker, with the code that Node.js uses for this. `name` is the function that was called. */
+/** Throws in a script worker, with the code that Node.js uses for this. `name` is the function that was called. */
 exports.checkMainThread = (name) => {
   if (isMainThread) return;
-  throw Object.assign(new Error(`${name}() is for the main thread of the process, not for workers`),
+  throw Object.assign(new Error(`${name}() is for the main thread of the process, not for script workers`),
     { code: 'ERR_WORKER_UNSUPPORTED_OPERATION' });
 };
 
