@@ -84,8 +84,8 @@ export interface StartupRecord {
   silentVersion?: string;
   /**
    * The folder of installed builds, without a trailing backslash. Left out when the client's key cannot be opened.
-   * Check it before you use it: it is only "\bin" when that key has no install directory. That can happen even where no
-   * client is installed, because setting a start-up mark creates the key.
+   * Check it before you use it: it is only "\bin" (which path.isAbsolute() accepts) when that key has no install
+   * directory. That can happen even where no client is installed, because setting a start-up mark creates the key.
    */
   deleteFolderPath?: string;
 }
@@ -249,8 +249,8 @@ export function captureNativeJank(args: CaptureJankArgs, callback: ResultCallbac
  * The result of {@link getGpuUsage}. A number is a percentage of one engine's time since the previous sample. A number
  * of exactly 0 is left out. All properties of an engine kind are left out if no process uses such an engine. The object
  * is also empty when the sample only opened the counter, and when the counter cannot be read: for instance because it
- * has no English name here, because there is no PDH library, or because memory has run out. To tell the two apart, take
- * a second sample.
+ * has no English name here, because there is no PDH library, or because memory has run out. If a second sample is
+ * empty too, it was not the opening.
  */
 export interface GpuUsage {
   /** 3D: the GPU process. */

@@ -4,8 +4,8 @@ import type { CaptureJankArgs, CaptureJankResult, JankReportFile } from './index
  * The Windows id of this process's main script thread, as `GetCurrentThreadId` returns it. Another process can pass it
  * to captureNativeJank as `threadId`. Takes some milliseconds. Other traces of this process go on meanwhile.
  *
- * @returns a promise of the id. Rejects with code "ERR_WORKER_UNSUPPORTED_OPERATION" in a script worker, and if this
- *   build of Node.js does not report the id.
+ * @returns a promise of the id. Rejects in a script worker (code "ERR_WORKER_UNSUPPORTED_OPERATION"), where the
+ *   inspector is missing or denied (`--permission`), and if this build of Node.js does not report the id.
  */
 export function mainThreadId(): Promise<number>;
 
@@ -174,11 +174,14 @@ type CaptureOptions = {
 export interface WatchOptions extends CaptureOptions {
   /** The directory for dumps and reports. Created when it is missing. */
   janksDir: string;
-  /** Called with each captured stall when it is over. May be asynchronous: `onError` gets what it rejects with. */
+  /**
+   * Called with each captured stall when it is over. May be asynchronous: `onError` gets what it rejects with. What it
+   * throws is an uncaught exception of this process.
+   */
   onJank: (jank: Jank) => unknown;
   /**
    * Called with a {@link WatchError} when a stall was not captured or the watcher has ended, and with what `onJank`
-   * rejects with. Without it, a process warning is emitted.
+   * rejects with, which has no `code` of {@link WatchErrorCode}. Without it, a process warning is emitted.
    */
   onError?: ((error: WatchError) => void) | undefined;
   /** How long the loop must stand still before it is captured, in milliseconds: 100 to 3600000. Default: 1000. */
@@ -220,7 +223,7 @@ export interface JankWatch {
    * The promise resolves when the watcher's process has ended: from then on nothing is frozen.
    */
   stop(): Promise<void>;
-  /** The same as stop(), for `await using`. Node.js has it since 18.18. */
+  /** The same as stop(), for `await using` (Node.js 24 and later, or TypeScript). Missing in Node.js before 18.18. */
   [Symbol.asyncDispose](): Promise<void>;
 }
 
@@ -233,7 +236,8 @@ export interface JankWatch {
  *   "ERR_OUT_OF_RANGE", that names the wrong option; an error of the file system when `janksDir` cannot be created or
  *   written to; an error with code "ERR_FOLDER_IN_USE" when another watch of this process has the same `janksDir`; an
  *   error with code "ERR_WORKER_UNSUPPORTED_OPERATION" in a script worker; an error with code "MODULE_NOT_FOUND" in a
- *   bundle; an error in a process that was started as the watcher but runs the application. Nothing has been started
- *   then.
+ *   bundle; an error with code "ERR_FEATURE_UNAVAILABLE_ON_PLATFORM" on other systems than Windows; the errors of
+ *   require('borvanta-util') when the module cannot be loaded; an error in a process that was started as the watcher
+ *   but runs the application. Nothing has been started then.
  */
 export function watchForJank(options: WatchOptions): JankWatch;

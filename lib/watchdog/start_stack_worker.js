@@ -16,8 +16,8 @@ const resourceLimits = { maxYoungGenerationSizeMb: 2, maxOldGenerationSizeMb: 64
  * memory whose first element counts the heartbeats. `onEnd` is called if the worker ends by itself, with the reason.
  *
  * Returns the name of its pipe, `listening`, a promise that resolves when the watcher can connect or never will, and
- * `stop`. Returns undefined where there is no inspector, or where the permission model denies it: Node.js 20 and 22
- * then abort the process if a worker tries.
+ * `stop`. Returns undefined where there is no inspector, or where the permission model denies it: Node.js 22 then
+ * aborts the process if a worker tries.
  */
 exports.startStackWorker = (beats, onEnd) => {
   // @ts-ignore: the types are those of Node.js 18, which has no permission model.
