@@ -12,7 +12,7 @@ const claimed = new Set();
  */
 exports.claimFolder = (folder) => {
   fs.mkdirSync(folder, { recursive: true });
-  const real = fs.realpathSync.native(folder).toLowerCase();
+  const real = fs.realpathSync(folder).toLowerCase();
   if (claimed.has(real)) {
     const error = new Error(`A watch of this process already writes to ${folder}`);
     throw Object.assign(error, { code: 'ERR_FOLDER_IN_USE' });
