@@ -149,6 +149,8 @@ export type WatchErrorCode =
   | 'ERR_RECORD_FAILED'
   /** The script worker that reads script stacks has ended: there are none from now on. */
   | 'ERR_SCRIPT_STACK_ENDED'
+  /** `threadId` is not the id that Node.js reports for the main thread; it is used all the same. Comes at the start. */
+  | 'ERR_WRONG_THREAD'
   /** The watcher has ended or cannot be started; the message says why, and whether it is started again. */
   | 'ERR_WATCHER_ENDED';
 

@@ -1,5 +1,6 @@
 'use strict';
 
+const { watch } = require('node:fs');
 const fs = require('node:fs/promises');
 const path = require('node:path');
 const { captureNativeJank } = require('../promises.js');
@@ -25,14 +26,29 @@ exports.warmUp = async (settings) => {
   if (result.errorText !== 'Failed open thread') throw failure(result);
 };
 
+/** Calls `onDump` when a new dump appears, if the drive tells such things. Returns the function that ends this. */
+async function onNextDump(folder, onDump) {
+  const known = await fs.readdir(folder); // Others may remove old dumps meanwhile.
+  try {
+    const watcher = watch(folder, (event, name) => { if (name?.endsWith('.dmp') && !known.includes(name)) onDump(); });
+    watcher.on('error', () => {});
+    return () => watcher.close();
+  } catch {
+    return () => {};
+  }
+}
+
 /**
  * Captures `stall` (stall.js). Resolves to `jank`, the argument of onJank as far as it is known before the stall is
- * over, and to the times between which the thread was frozen, `frozenAt` and `thawedAt`, as Date.now().
+ * over, and to the times between which the thread was frozen, `frozenAt` and `thawedAt`, as Date.now(). Calls `onFrozen`
+ * when the thread is frozen, if the drive of janksDir tells it.
  */
-exports.captureStall = async (settings, stall) => {
+exports.captureStall = async (settings, stall, onFrozen) => {
   await fs.mkdir(settings.janksDir, { recursive: true }); // Somebody may have removed it.
+  const stopWatching = await onNextDump(settings.janksDir, onFrozen);
   const calledAt = Date.now();
   const result = await capture({ ...settings, ...stall.fields });
+  stopWatching();
   const returnedAt = Date.now();
   if (!result.jsonFilename) throw failure(result);
 

@@ -1,6 +1,6 @@
 'use strict';
 
-const { askForStack } = require('./ask_for_stack.js');
+const { StackRequest } = require('./ask_for_stack.js');
 const { atMostPerHour } = require('./at_most_per_hour.js');
 const { captureStall } = require('./capture_stall.js');
 const { writeStallRecord } = require('./stall_record.js');
@@ -11,28 +11,27 @@ const pauseMs = 1000;
 const wait = (ms) => new Promise((resolve) => { setTimeout(resolve, ms).unref(); });
 const notCaptured = (why, code) => Object.assign(new Error(`A stall was not captured: ${why}`), { code });
 
-/**
- * True if the stack of a capture shows something else than the stall: the loop had turned before the thread ran again,
- * or the thread was frozen in the moment in which the stack worker read its script stack.
- */
-const isLate = ({ frozenAt, thawedAt }, { turnedAt }, readAt) => (
-  turnedAt < thawedAt || (readAt >= frozenAt && readAt < thawedAt));
+/** True if the loop had turned before the thread ran again: the native stack shows something else than the stall. */
+const isLate = ({ turnedAt }, { thawedAt }) => turnedAt < thawedAt;
 
 /** How much of a stall is the time for which the previous capture had frozen the thread. */
 const frozenMs = ({ startedAt, turnedAt = Date.now() }, { frozenAt, thawedAt }) => (
   Math.max(0, Math.min(turnedAt, thawedAt) - Math.max(startedAt, frozenAt)));
 
 /** What is known of a stall besides its report. */
-const describe = (stall, captured,
-  /** @type {any} */ { scriptFrames = [], scriptFramesLate = false, readAt } = {}) => ({
-  since: stall.since, stallMs: stall.stallMs, late: isLate(captured, stall, readAt), scriptFrames, scriptFramesLate });
+const describe = (stall, captured, { stack }) => (
+  { since: stall.since, stallMs: stall.stallMs, late: isLate(stall, captured), ...stack });
+
+function checkNotOver({ isOver }) {
+  if (isOver) throw notCaptured('it was over before the capture could begin', 'ERR_STALL_OVER');
+}
 
 /**
  * Returns handle(stall), to be called when the handling of the previous stall has ended. It reads the script stack,
  * then captures the main thread, writes the stall's record, and resolves when the stall is over. Then it has sent the
  * watched process a message with `jank` or `error`; or none if it was no stall, but somebody who debugs or the freeze
- * of the previous capture. A capture never begins while the thread may be paused for its script stack, unless the
- * thread runs native code: then the pause is left to wait for it.
+ * of the previous capture. A thread that runs native code pauses for its script stack when it comes back to script: so
+ * that the freeze does not meet this pause, the request is withdrawn for the time from the capture's call to the freeze.
  *
  * `captureAgesMs` has, for each capture of the last hour, how long ago it was. A message `capturing` tells of each.
  */
@@ -50,16 +49,18 @@ exports.stallHandler = ({ stackPipe, maxCapturesPerHour, captureAgesMs, ...setti
     return missingMs() > 0;
   }
 
-  async function capture(stall) {
+  async function capture(stall, request) {
     await Promise.race([paused, stall.over]);
-    if (stall.isOver) throw notCaptured('it was over before the capture could begin', 'ERR_STALL_OVER');
+    checkNotOver(stall);
+    await request.withdraw();
+    checkNotOver(stall);
     if (!mayCapture()) {
       throw notCaptured(`there were ${maxCapturesPerHour} captures within an hour`, 'ERR_CAPTURE_LIMIT');
     }
     send({ capturing: true });
     frozen = { frozenAt: Date.now() };
     try {
-      frozen = await captureStall(settings, stall);
+      frozen = await captureStall(settings, stall, () => request.renew());
       return frozen;
     } catch (error) {
       frozen.thawedAt = Date.now();
@@ -76,15 +77,17 @@ exports.stallHandler = ({ stackPipe, maxCapturesPerHour, captureAgesMs, ...setti
 
   return async (stall) => {
     if (await isFreeze(stall)) return;
-    const { stack, inTime } = askForStack(stackPipe, stall);
-    const early = await inTime;
-    if (early?.isDebugged) return;
+    const request = new StackRequest(stackPipe, stall);
+    await request.inTime();
+    if (request.isDebugged) return;
     /** @type {any} */
-    const captured = await capture(stall).catch((error) => ({ error }));
+    const captured = await capture(stall, request).catch((error) => ({ error }));
+    request.renew();
     // The client may never come back.
-    if (captured.jank && !stall.isOver) await record({ ...describe(stall, captured, early), ...captured.jank });
+    if (captured.jank && !stall.isOver) await record({ ...describe(stall, captured, request), ...captured.jank });
     await stall.over;
-    const known = describe(stall, captured, await stack);
+    await request.settled();
+    const known = describe(stall, captured, request);
     if (captured.jank) {
       const jank = { ...known, ...captured.jank };
       await record(jank); // Before onJank: it may remove the stall's files.

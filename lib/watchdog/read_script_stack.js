@@ -53,7 +53,8 @@ exports.readScriptStack = ({ hasTurned, onAnswer }) => {
     }
   });
   session.connectToMainThread();
-  session.post('Debugger.enable', () => {
+  session.post('Debugger.enable', (error) => {
+    if (error) return; // The session has ended before the thread answered.
     isEnabled = true;
     onAnswer();
   });

@@ -4,8 +4,8 @@
 // stands still: the channel of child_process.fork belongs to the main thread.
 //
 // The watcher sends the number of the last heartbeat that it got. The worker answers with a space when the main thread
-// begins to answer, then with { scriptFrames, readAt }, { isDebugged } or null as a line of JSON. The watcher then
-// closes the connection. If it does so before that, nothing is read any more.
+// begins to answer, then with { scriptFrames }, { isDebugged } or null as a line of JSON. The watcher then closes the
+// connection. If it does so before that, or sends more, nothing is read any more, and the answer is null.
 
 const net = require('node:net');
 const { parentPort, workerData } = require('node:worker_threads');
@@ -22,10 +22,11 @@ function serve(socket) {
     let read = null;
     if (!hasTurned()) {
       const { stack, cancel } = readScriptStack({ hasTurned, onAnswer: () => socket.write(' ') });
+      socket.once('data', cancel);
       socket.once('close', cancel);
       read = await stack;
     }
-    socket.write(`${JSON.stringify(read && { ...read, readAt: Date.now() })}\n`);
+    socket.write(`${JSON.stringify(read)}\n`);
   });
 }
 

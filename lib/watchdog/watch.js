@@ -87,7 +87,8 @@ exports.Watch = class Watch {
   async #start(scriptStack) {
     const { counter } = this.#options;
     try {
-      this.#settings.threadId ||= await mainThreadId();
+      if (this.#settings.threadId) this.#checkThread(this.#settings.threadId);
+      else this.#settings.threadId = await mainThreadId();
     } catch (cause) {
       this.#giveUp(watchError(`The watcher cannot be started: ${cause.message}`, 'ERR_WATCHER_ENDED', { cause }));
       return;
@@ -96,6 +97,14 @@ exports.Watch = class Watch {
     if (scriptStack) this.#stackWorker = startStackWorker(counter, (reason) => this.#onStackWorkerEnd(reason));
     this.#settings.stackPipe = this.#stackWorker?.pipe;
     this.#startWatcher();
+  }
+
+  /** Tells if the option threadId seems to be wrong. It is used all the same: a host may know better than Node.js. */
+  async #checkThread(threadId) {
+    const reported = await mainThreadId().catch(() => threadId);
+    if (reported === threadId || this.#stopped) return;
+    this.#onError(watchError(`The option threadId is ${threadId}, but Node.js reports that the id of the main thread is `
+      + reported, 'ERR_WRONG_THREAD'));
   }
 
   #startWatcher() {

@@ -57,6 +57,21 @@ test('a main thread that another session has paused is neither captured nor let 
   assert.deepEqual([janks, errors], [[], []]);
 });
 
+const reader = JSON.stringify(require.resolve('../../lib/watchdog/read_script_stack.js'));
+
+test('a thread that runs native code does not answer a request that has been withdrawn', async () => {
+  const worker = new Worker(`const { parentPort } = require('worker_threads');
+    const onAnswer = () => parentPort.postMessage('answered');
+    const { stack, cancel } = require(${reader}).readScriptStack({ hasTurned: () => false, onAnswer });
+    setTimeout(cancel, 100);
+    stack.then((read) => parentPort.postMessage(read));`, { eval: true });
+  const messages = [];
+  worker.on('message', (message) => messages.push(message));
+  run();
+  await once(worker, 'exit');
+  assert.deepEqual(messages, [null]);
+});
+
 /** The source of a worker that reads the main thread's stack, and does `failure` where it would let the thread run. */
 const failing = (failure) => `const { Session } = require('inspector');
   const { parentPort } = require('worker_threads');
@@ -66,8 +81,8 @@ const failing = (failure) => `const { Session } = require('inspector');
     return post.call(this, method, ...rest);
   };
   setTimeout(() => {}, 3000);
-  require(${JSON.stringify(require.resolve('../../lib/watchdog/read_script_stack.js'))})
-    .readScriptStack({ hasTurned: () => false, onAnswer() {} }).stack.then(() => parentPort.postMessage('ended'));`;
+  require(${reader}).readScriptStack({ hasTurned: () => false, onAnswer() {} }).stack
+    .then(() => parentPort.postMessage('ended'));`;
 
 test('the main thread goes on when the worker throws, or is terminated, while the thread is paused', async () => {
   const throwing = new Worker(failing("throw new Error('no resume');"), { eval: true });
