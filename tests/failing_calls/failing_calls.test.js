@@ -3,9 +3,7 @@
 // leaks, or stays suspended or locked, the callback has been called, and the next call works. What a function returns
 // when a system call fails is tested in that function's test file.
 //   Environment variables: SEED repeats the random attempts, ROUNDS is their number.
-const {
-  assert, randomNumbers, RegistryKey, runScript, sleep, startStallTarget, temporaryFolder, test,
-} = require('../support');
+const { assert, randomNumbers, runScript, sleep, startStallTarget, temporaryFolder, test } = require('../support');
 const { Machine, scenarios } = require('./machine.js');
 
 /** Functions that the module cannot do without: the process ends when one of them fails. */
@@ -56,9 +54,6 @@ async function checkAtRandom(machine) {
 }
 
 test('after a system call that fails, nothing leaks or stays locked, and the next call works', async (t) => {
-  const client = new RegistryKey('SOFTWARE\\Borvanta', 32);
-  client.set('', 'D:\\Apps');
-  t.after(() => client.remove());
   const target = { ...await startStallTarget(), janksDir: `${temporaryFolder(test)}\\` };
   t.after(target.kill);
   const newMachine = () => new Machine(t, target);

@@ -1,7 +1,9 @@
 'use strict';
 // The machine on which calls fail. Every script function finds something to do there: the client is installed, the
 // module is a build with a debug period, a thread has stalled, and the graphics processor is busy.
-const { call, captureArgs, koffi, memoryAt, openHandles, scriptedSystem, until, windows } = require('../support');
+const {
+  call, captureArgs, koffi, memoryAt, openHandles, RegistryKey, scriptedSystem, until, windows,
+} = require('../support');
 
 /**
  * What the tests do while calls fail. Each scenario returns its answer. A copy of the module does the work of 'machine
@@ -62,6 +64,9 @@ const pairs = [['free', 'malloc', 'calloc'], ['SysFreeString', 'SysAllocStringLe
 /** A fresh copy of the module. All its system calls go through stubs. */
 exports.Machine = class Machine {
   constructor(t, target) {
+    const client = new RegistryKey('SOFTWARE\\Borvanta', 32);
+    client.set('', 'D:\\Apps');
+    t.after(() => client.remove());
     this.target = target;
     this.system = scriptedSystem(t);
     this.system.stubAll(played);
