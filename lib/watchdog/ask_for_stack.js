@@ -5,6 +5,10 @@ const net = require('node:net');
 /** How long to wait for a thread that does not answer: it runs native code. */
 const silenceMs = 500;
 
+/** A thread that takes longer to answer has just come back from native code: the loop may turn within turnMs. */
+const promptMs = 100;
+const turnMs = 100;
+
 /** How long to wait for an answer when the stall is over, and for the worker to withdraw a request. */
 const restMs = 1000;
 
@@ -91,12 +95,18 @@ exports.StackRequest = class StackRequest {
   /** True if somebody else has paused the thread. */
   get isDebugged() { return this.#question.answer?.isDebugged === true; }
 
-  /** Resolves when the thread has answered, or when it seems to run native code. An answer after that is late. */
+  /**
+   * Resolves when the thread has answered and the stall does not seem to be over, or when the thread seems to run
+   * native code. An answer after that is late.
+   */
   async inTime() {
     const { begun, closed } = this.#question;
+    const askedAt = performance.now();
     await Promise.race([closed, begun, wait(silenceMs)]);
+    const isPrompt = performance.now() - askedAt < promptMs;
     await this.#restOfAnswer();
     this.#isLate = !this.#question.answer;
+    if (!this.#isLate && !isPrompt) await Promise.race([this.#stall.over, wait(turnMs)]);
   }
 
   /** Resolves at once if the thread has not begun to answer. */
