@@ -68,7 +68,6 @@ export interface Stall {
   frozenAfterMs: number;
   /**
    * True when the loop had turned again before the thread was frozen: the native stack shows what came after the stall.
-   * Also true in the rare case in which the thread was frozen while its script stack was read.
    */
   late: boolean;
   /** The script stack, the innermost function first, at most fifty; empty if none could be had. */

@@ -5,15 +5,17 @@ const net = require('node:net');
 /** How long to wait for a thread that does not answer: it runs native code. */
 const silenceMs = 500;
 
-/** A thread that takes longer to answer has just come back from native code: the loop may turn within turnMs. */
+/** How long to wait for a thread that has begun to answer. With 3,000 loaded modules it needs 0.7 s. */
+const answerMs = 3000;
+
+/** A thread that runs script mostly answers sooner than this. */
 const promptMs = 100;
+
+/** How long the loop may take to turn when the thread has come back from native code. */
 const turnMs = 100;
 
 /** How long to wait for an answer when the stall is over, and for the worker to withdraw a request. */
 const restMs = 1000;
-
-/** How long to wait for a thread that has begun to answer. With 3,000 loaded modules it needs 0.7 s. */
-const answerMs = 3000;
 
 const wait = (ms) => new Promise((resolve) => { setTimeout(resolve, ms).unref(); });
 
@@ -26,117 +28,124 @@ function parse(json) {
   }
 }
 
-/**
- * Asks the stack worker (stack_worker.js) at `pipe`. `begun` resolves when the thread begins to answer. `closed`
- * resolves when the connection is closed; `answer` is set then, or null if there is none.
- */
+/** A question to the stack worker (stack_worker.js) at `pipe`, over a connection of its own. */
 class Question {
-  #json = '';
   #socket;
-  hasBegun = false;
-  /** @type {any} */
+  #json = '';
+  /** Settles some time after the thread has begun to answer. */
+  #tooLong;
+
+  /** True when the connection is closed. */
+  isClosed = false;
+
+  /** What the worker has answered. Null until the connection is closed, and if there is no answer. @type {any} */
   answer = null;
 
   constructor(pipe, lastBeat) {
     const socket = net.connect(pipe, () => socket.write(`${lastBeat}`)).setEncoding('utf8');
     this.#socket = socket;
     socket.on('error', () => {});
-    this.begun = new Promise((resolve) => {
-      socket.on('data', (/** @type {any} */ text) => {
-        this.#json += text;
-        this.hasBegun = true;
-        if (text.endsWith('\n')) socket.destroy();
+    /** Resolves when the connection is closed. */
+    this.closed = new Promise((resolve) => {
+      socket.once('close', () => {
+        this.isClosed = true;
+        this.answer = parse(this.#json);
         resolve();
       });
     });
-    this.closed = new Promise((resolve) => {
-      socket.once('close', () => {
-        this.answer = parse(this.#json);
+    /** Resolves when the thread begins to answer. */
+    this.begun = new Promise((resolve) => {
+      socket.on('data', (/** @type {any} */ text) => {
+        this.#json += text;
+        this.#tooLong ??= wait(answerMs);
+        if (text.endsWith('\n')) socket.destroy();
         resolve();
       });
     });
   }
 
-  /** The worker answers this at once. */
-  withdraw() { this.#socket.write('withdraw'); }
+  /** Resolves when an answer that has begun is whole, or takes too long. */
+  async rest() { if (this.#tooLong) await Promise.race([this.closed, this.#tooLong]); }
 
-  close() { this.#socket.destroy(); }
+  /** Resolves when nothing is asked any more. The worker confirms it, if it can run at all. */
+  async withdraw() {
+    this.#socket.write('withdraw');
+    await Promise.race([this.closed, wait(restMs)]);
+    await this.close();
+  }
+
+  async close() {
+    this.#socket.destroy();
+    await this.closed;
+  }
 }
 
-/** Stands for a question where there is no stack worker. */
-const unanswered = { hasBegun: false, answer: null, begun: undefined, closed: undefined, withdraw() {}, close() {} };
-
 /**
- * The request for the script stack of the client's main thread in one stall. A request is pending until the thread
- * comes back to script: then it pauses for its stack. So the thread may be paused at any time while one is pending.
+ * The request for the script stack of the client's main thread in one stall. It is pending until the thread comes back
+ * to script, and then pauses the thread: so the thread may be paused at any time while a request is pending.
  */
 exports.StackRequest = class StackRequest {
-  #pipe;
+  #ask;
   #stall;
+  /** @type {Question | undefined} */
   #question;
+  #isPrompt = false;
   #isLate = false;
   #isWithdrawn = false;
 
   /** Asks the stack worker at `pipe`. Without a pipe there is no stack. `stall` is a Stall (stall.js). */
   constructor(pipe, stall) {
-    this.#pipe = pipe;
+    this.#ask = () => (pipe ? new Question(pipe, stall.lastBeat) : undefined);
     this.#stall = stall;
     this.#question = this.#ask();
   }
 
-  #ask() { return this.#pipe ? new Question(this.#pipe, this.#stall.lastBeat) : unanswered; }
-
   /** What there is so far. `scriptFrames` is empty if there is no stack. */
   get stack() {
-    const { scriptFrames = [] } = this.#question.answer ?? {};
+    const { scriptFrames = [] } = this.#question?.answer ?? {};
     return { scriptFrames, scriptFramesLate: this.#isLate && scriptFrames.length > 0 };
   }
 
   /** True if somebody else has paused the thread. */
-  get isDebugged() { return this.#question.answer?.isDebugged === true; }
+  get isDebugged() { return this.#question?.answer?.isDebugged === true; }
 
-  /**
-   * Resolves when the thread has answered and the stall does not seem to be over, or when the thread seems to run
-   * native code. An answer after that is late.
-   */
+  /** Resolves when there is an answer, or none is to be expected soon. An answer after that is late. */
   async inTime() {
+    if (!this.#question) return;
     const { begun, closed } = this.#question;
     const askedAt = performance.now();
     await Promise.race([closed, begun, wait(silenceMs)]);
-    const isPrompt = performance.now() - askedAt < promptMs;
-    await this.#restOfAnswer();
+    this.#isPrompt = performance.now() - askedAt < promptMs;
+    await this.#question.rest();
     this.#isLate = !this.#question.answer;
-    if (!this.#isLate && !isPrompt) await Promise.race([this.#stall.over, wait(turnMs)]);
   }
 
-  /** Resolves at once if the thread has not begun to answer. */
-  async #restOfAnswer() {
-    if (this.#question.hasBegun) await Promise.race([this.#question.closed, wait(answerMs)]);
-  }
-
-  /** Resolves when nothing is pending any more: the thread does not pause after that. */
+  /**
+   * To be called before the thread is frozen. Resolves when the request cannot pause the thread any more, or when the
+   * worker does not even run. If the thread seems to have come back from native code, the loop gets time to turn.
+   */
   async withdraw() {
-    await this.#restOfAnswer();
     const question = this.#question;
-    if (question.answer) return;
-    this.#isWithdrawn = true;
-    question.withdraw();
-    await Promise.race([question.closed, wait(restMs)]);
-    question.close();
+    if (!question) return;
+    await question.rest();
+    if (!question.isClosed) {
+      await question.withdraw();
+      this.#isWithdrawn = !question.answer;
+    }
+    if (this.#isWithdrawn || (this.#isPrompt && question.answer)) return;
+    await Promise.race([this.#stall.over, wait(turnMs)]);
   }
 
-  /** Makes the request anew if it was withdrawn. */
+  /** Makes the request anew if it was withdrawn and the stall goes on. */
   renew() {
-    if (!this.#isWithdrawn || this.#question.answer) return;
+    if (!this.#isWithdrawn || this.#stall.isOver) return;
     this.#isWithdrawn = false;
     this.#question = this.#ask();
   }
 
-  /** Resolves when the thread has answered, or soon after the stall is over. */
+  /** Resolves when there is an answer, or soon after the stall is over. */
   async settled() {
-    const question = this.#question;
-    await Promise.race([question.closed, this.#stall.over.then(() => wait(restMs))]);
-    question.close();
-    await question.closed;
+    await Promise.race([this.#question?.closed, this.#stall.over.then(() => wait(restMs))]);
+    await this.#question?.close();
   }
 };

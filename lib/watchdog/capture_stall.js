@@ -1,8 +1,8 @@
 'use strict';
 
-const { watch } = require('node:fs');
 const fs = require('node:fs/promises');
 const path = require('node:path');
+const { setTimeout: sleep } = require('node:timers/promises');
 const { captureNativeJank } = require('../promises.js');
 const { readReport } = require('./read_report.js');
 
@@ -26,29 +26,34 @@ exports.warmUp = async (settings) => {
   if (result.errorText !== 'Failed open thread') throw failure(result);
 };
 
-/** Calls `onDump` when a new dump appears, if the drive tells such things. Returns the function that ends this. */
-async function onNextDump(folder, onDump) {
-  const known = await fs.readdir(folder); // Others may remove old dumps meanwhile.
-  try {
-    const watcher = watch(folder, (event, name) => { if (name?.endsWith('.dmp') && !known.includes(name)) onDump(); });
-    watcher.on('error', () => {});
-    return () => watcher.close();
-  } catch {
-    return () => {};
+const lookMs = 10;
+const listDumps = async (folder) => (
+  (await fs.readdir(folder).catch(() => [])).filter((name) => /^\d{4}(-\d\d){2} \d\d(-\d\d){2}\.dmp$/.test(name)));
+
+/**
+ * Calls `onDump` when there is a dump in the folder that is not `known`; not after `signal` is aborted. It looks again
+ * and again, because fs.watch() may abort the process if the path has a short name such as "RUNNER~1" (libuv's issue
+ * 5010): the thread would stay frozen.
+ */
+async function watchForDump(folder, known, onDump, signal) {
+  while (!signal.aborted) {
+    if ((await listDumps(folder)).some((name) => !known.includes(name))) return onDump();
+    await sleep(lookMs);
   }
 }
 
 /**
  * Captures `stall` (stall.js). Resolves to `jank`, the argument of onJank as far as it is known before the stall is
  * over, and to the times between which the thread was frozen, `frozenAt` and `thawedAt`, as Date.now(). Calls `onFrozen`
- * when the thread is frozen, if the drive of janksDir tells it.
+ * when the thread is seen to be frozen.
  */
 exports.captureStall = async (settings, stall, onFrozen) => {
   await fs.mkdir(settings.janksDir, { recursive: true }); // Somebody may have removed it.
-  const stopWatching = await onNextDump(settings.janksDir, onFrozen);
+  const known = await listDumps(settings.janksDir);
   const calledAt = Date.now();
-  const result = await capture({ ...settings, ...stall.fields });
-  stopWatching();
+  const captured = new AbortController();
+  watchForDump(settings.janksDir, known, onFrozen, captured.signal);
+  const result = await capture({ ...settings, ...stall.fields }).finally(() => captured.abort());
   const returnedAt = Date.now();
   if (!result.jsonFilename) throw failure(result);
 

@@ -49,10 +49,13 @@ exports.stallHandler = ({ stackPipe, maxCapturesPerHour, captureAgesMs, ...setti
     return missingMs() > 0;
   }
 
+  /** Resolves to what captureStall does, or to undefined if somebody else has paused the thread. */
   async function capture(stall, request) {
+    await request.inTime();
     await Promise.race([paused, stall.over]);
     checkNotOver(stall);
     await request.withdraw();
+    if (request.isDebugged) return undefined;
     checkNotOver(stall);
     if (!mayCapture()) {
       throw notCaptured(`there were ${maxCapturesPerHour} captures within an hour`, 'ERR_CAPTURE_LIMIT');
@@ -78,10 +81,9 @@ exports.stallHandler = ({ stackPipe, maxCapturesPerHour, captureAgesMs, ...setti
   return async (stall) => {
     if (await isFreeze(stall)) return;
     const request = new StackRequest(stackPipe, stall);
-    await request.inTime();
-    if (request.isDebugged) return;
     /** @type {any} */
     const captured = await capture(stall, request).catch((error) => ({ error }));
+    if (!captured) return;
     request.renew();
     // The client may never come back.
     if (captured.jank && !stall.isOver) await record({ ...describe(stall, captured, request), ...captured.jank });

@@ -35,6 +35,8 @@ exports.readScriptStack = ({ hasTurned, onAnswer }) => {
     session.disconnect();
     resolve(read);
   }
+  // The first of these events is the beginning of the answer to "enable".
+  session.once('Debugger.scriptParsed', onAnswer);
   session.on('Debugger.scriptParsed', ({ params }) => { urls.set(params.scriptId, params.url); });
   session.once('Debugger.paused', ({ params }) => {
     // A thread that is paused already says so before it answers "enable".
@@ -53,11 +55,7 @@ exports.readScriptStack = ({ hasTurned, onAnswer }) => {
     }
   });
   session.connectToMainThread();
-  session.post('Debugger.enable', (error) => {
-    if (error) return; // The session has ended before the thread answered.
-    isEnabled = true;
-    onAnswer();
-  });
+  session.post('Debugger.enable', () => { isEnabled = true; });
   session.post('Debugger.pause');
   check = setInterval(() => { if (hasTurned()) end(); }, checkMs);
   return { stack, cancel: () => end() };

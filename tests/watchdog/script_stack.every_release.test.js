@@ -8,10 +8,10 @@ const { watchThisProcess } = require('./watch_this_process.js');
 const source = fs.readFileSync(__filename, 'utf8').split('\n');
 const never = new Int32Array(new SharedArrayBuffer(4));
 
-// Each stalls for two seconds. The comment marks the line.
+// Each stalls for some seconds. The comment marks the line.
 function spin() { for (const end = Date.now() + 2000; Date.now() < end;); } // "spin"
 function wait() { Atomics.wait(never, 0, 0, 2000); } // "wait"
-function run() { execSync(`"${process.execPath}" -e "setTimeout(() => {}, 2000)"`); } // "run"
+function run() { execSync(`"${process.execPath}" -e "setTimeout(() => {}, 4000)"`); } // "run"
 
 test('a stall names its function, line and column; a native call names its caller when it returns', async (t) => {
   const told = [];
@@ -60,11 +60,14 @@ test('a main thread that another session has paused is neither captured nor let 
 const reader = JSON.stringify(require.resolve('../../lib/watchdog/read_script_stack.js'));
 
 test('a thread that runs native code does not answer a request that has been withdrawn', async () => {
+  // The worker asks when the thread is in native code for sure.
   const worker = new Worker(`const { parentPort } = require('worker_threads');
     const onAnswer = () => parentPort.postMessage('answered');
-    const { stack, cancel } = require(${reader}).readScriptStack({ hasTurned: () => false, onAnswer });
-    setTimeout(cancel, 100);
-    stack.then((read) => parentPort.postMessage(read));`, { eval: true });
+    setTimeout(() => {
+      const { stack, cancel } = require(${reader}).readScriptStack({ hasTurned: () => false, onAnswer });
+      setTimeout(cancel, 100);
+      stack.then((read) => parentPort.postMessage(read));
+    }, 1000);`, { eval: true });
   const messages = [];
   worker.on('message', (message) => messages.push(message));
   run();

@@ -67,10 +67,10 @@ test('a killed watcher is replaced; every stall is told; late traces are marked;
   await sleep(1000);
   fs.rmSync(janksDir, { recursive: true });
   block(() => fs.existsSync(janksDir), 2);
-  await until(() => janks.length === 2);
+  await until(() => janks.length >= 2);
   let stalls = 2;
   for (; !errors.some(({ code }) => code === 'ERR_CAPTURE_LIMIT'); stalls += 1) {
-    block((ms) => ms >= 750, 2);
+    block((ms) => ms >= 750 + 20 * stalls, 2);
     await sleep(50);
   }
   // The freeze of a late capture is not counted, so a stall that it falls into can be too short to be told.
@@ -79,7 +79,7 @@ test('a killed watcher is replaced; every stall is told; late traces are marked;
   // A busy machine adds short stalls of its own.
   assert.ok(errors.every(({ code, stallMs }) => /^ERR_(STALL_OVER|CAPTURE_LIMIT)$/.test(code) && stallMs >= 450));
   assert.ok(errors.some(({ stallMs }) => stallMs >= 700));
-  assert.deepEqual(janks.slice(0, 2).map(({ late }) => late), [false, true]);
+  assert.ok(!janks[0].late && janks.some(({ late }) => late));
   assert.ok(handles > 20 && countHandles(watcher) < handles + 10);
   const { pid } = watch;
   await watch.stop();
@@ -87,12 +87,12 @@ test('a killed watcher is replaced; every stall is told; late traces are marked;
 });
 
 test('nothing asks for the script stack from the call of a capture until the thread is frozen', async (t) => {
-  const { kill, ...target } = await startStallTarget();
+  const { kill, ...target } = await startStallTarget(500); // To walk so many frames takes a while.
   t.after(kill);
   const janksDir = temporaryFolder(t);
   const stackPipe = `\\\\.\\pipe\\borvanta-test-${process.pid}`;
   const asked = [];
-  const server = net.createServer((socket) => socket.on('data', (question) => {
+  const server = net.createServer((socket) => socket.on('error', () => {}).on('data', (question) => {
     asked.push([String(question), fs.readdirSync(janksDir).length]);
     if (asked.length > 1) socket.write('{"scriptFrames":["a frame"]}\n'.slice(asked.length === 2 ? -1 : 0));
   })).listen(stackPipe);

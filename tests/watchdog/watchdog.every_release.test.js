@@ -103,9 +103,8 @@ test('a folder has one watch; ready and stop() settle for every watcher; an abor
   aborter.abort();
 
   const broken = watchThisProcess(t, { env: { NODE_OPTIONS: '--no-such-option' }, threadId: 1 });
-  await until(() => broken.errors.length === 2);
-  assert.equal(broken.errors[0].code, 'ERR_WRONG_THREAD');
-  assert.match(broken.errors[1].message, /no-such-option/);
+  await until(() => broken.errors.some(({ code }) => code === 'ERR_WRONG_THREAD'));
+  await until(() => broken.errors.some(({ message }) => message.includes('no-such-option')));
   broken.watch.stop();
   await assert.rejects(broken.watch.ready, ended);
   const again = watchThisProcess(t, { janksDir: silent.janksDir, signal: aborter.signal });
