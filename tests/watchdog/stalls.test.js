@@ -100,15 +100,21 @@ test('nothing asks for the script stack from the call of a capture until the thr
   const sent = [];
   const handle = stallHandler({ ...captureArgs({ janksDir }), ...target, stackPipe, captureAgesMs: [],
     maxCapturesPerHour: 1, thresholdMs: 1000 }, (message) => sent.push(message));
-  const stall = new Stall({ noticedMs: 1000, lastBeat: { number: 7, uptime: 1, living: true }, silentMs: 1000 });
-  const handled = handle(stall);
-  await until(() => asked.length === 3);
-  stall.turn(2000);
-  await handled;
+  const stallOnce = async () => {
+    asked.length = 0;
+    const stall = new Stall({ noticedMs: 1000, lastBeat: { number: 7, uptime: 1, living: true }, silentMs: 1000 });
+    const handled = handle(stall);
+    await until(() => asked.length === 3);
+    stall.turn(2000);
+    await handled;
+    return sent.at(-1);
+  };
+  const { jank } = await stallOnce();
   // The last question came when there was a dump and no report yet.
   assert.deepEqual(asked, [['7', 0], ['withdraw', 0], ['7', 1]]);
-  const { scriptFrames, scriptFramesLate } = sent.at(-1).jank;
-  assert.deepEqual([scriptFrames, scriptFramesLate], [['a frame'], true]);
+  const { error } = await stallOnce(); // There is no freeze, because there may be no second capture.
+  assert.equal(error.code, 'ERR_CAPTURE_LIMIT');
+  for (const told of [jank, error]) assert.deepEqual([told.scriptFrames, told.scriptFramesLate], [['a frame'], true]);
 });
 
 test('stop() lets a capture that is under way come to its end', async (t) => {
