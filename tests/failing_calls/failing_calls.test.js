@@ -48,7 +48,7 @@ async function checkAtRandom(machine) {
     const failing = Array.from({ length: 2 + random(4) }, () => pick(calls[name]));
     return [name, Object.fromEntries(failing.map(([called, count]) => [called, 1 + random(count)]))];
   };
-  for (let rounds = Number(process.env.ROUNDS ?? 1500); rounds > 0; rounds -= 50) {
+  for (let rounds = Number(process.env.ROUNDS ?? 1000); rounds > 0; rounds -= 50) {
     await check(Array.from({ length: 50 }, attempt), () => machine);
   }
 }

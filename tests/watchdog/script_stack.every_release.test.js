@@ -47,7 +47,8 @@ const debugSource = `const { Session } = require('inspector');
 test('a main thread that another session has paused is neither captured nor let go', async (t) => {
   const { watch, janks, errors } = watchThisProcess(t, { thresholdMs: 500 });
   await watch.ready;
-  // On a busy machine, the thread may not say in time that it is paused.
+  const seen = [];
+  // On a busy machine, the thread may not say in time that it is paused. And V8 can lose the request to pause it.
   for (let attempts = 3; attempts > 0; attempts -= 1) {
     let hasEnded = false;
     new Worker(debugSource, { eval: true }).once('exit', () => { hasEnded = true; });
@@ -56,11 +57,11 @@ test('a main thread that another session has paused is neither captured nor let 
       await sleep(10);
       longest = Math.max(longest, Date.now() - last);
     }
-    assert.ok(longest > 1900, `${longest} ms`);
     await sleep(300);
-    if (janks.splice(0).length + errors.splice(0).length === 0) return;
+    seen.push([longest, ...janks.splice(0), ...errors.splice(0)]);
+    if (longest > 1900 && seen.at(-1).length === 1) return;
   }
-  assert.fail('it was captured three times');
+  assert.fail(JSON.stringify(seen));
 });
 
 const reader = JSON.stringify(require.resolve('../../lib/watchdog/read_script_stack.js'));
@@ -102,6 +103,6 @@ test('the main thread goes on when the worker throws, or is terminated, while th
     inner.once('message', () => inner.terminate().then(tell));`;
   const ended = [throwing, new Worker(terminating, { eval: true })].map((worker) => once(worker, 'message'));
   // Both pause this thread, the one after the other.
-  block((ms) => ms >= 1500, 0);
+  block((ms) => ms >= 1500, 1);
   assert.deepEqual(await Promise.all(ended), [['ended'], ['ended']]);
 });

@@ -54,7 +54,7 @@ test('a blocking wait is captured; a short stall, a debugged stall and a sleep o
 });
 
 test('a killed watcher is replaced; every stall is told; late traces are marked; captures are limited', async (t) => {
-  const { watch, janks, errors, files, janksDir } = watchThisProcess(t, { thresholdMs: 500, maxCapturesPerHour: 3 });
+  const { watch, janks, errors, files, janksDir } = watchThisProcess(t, { thresholdMs: 500, maxCapturesPerHour: 4 });
   await until(() => watch.pid);
   process.kill(watch.pid);
   await until(() => errors.length && watch.pid);
@@ -63,23 +63,27 @@ test('a killed watcher is replaced; every stall is told; late traces are marked;
   block(() => files().length >= 2);
   const handles = countHandles(watcher);
   await until(() => janks.length);
-  // The watcher makes the folder just before a capture: this stall ends before the freeze.
-  await sleep(1000);
-  fs.rmSync(janksDir, { recursive: true });
-  block(() => fs.existsSync(janksDir), 2);
-  await until(() => janks.length >= 2);
-  let stalls = 2;
+  assert.equal(janks[0].late, false);
+  let removed;
+  // The watcher makes the folder just before a capture: so these stalls end before the freeze, if this thread runs.
+  while (!janks.some(({ late }) => late)) {
+    removed = janks.length;
+    await sleep(1000);
+    fs.rmSync(janksDir, { recursive: true });
+    block(() => fs.existsSync(janksDir), 2);
+    await until(() => janks.length > removed);
+  }
+  let stalls = janks.length;
   for (; !errors.some(({ code }) => code === 'ERR_CAPTURE_LIMIT'); stalls += 1) {
     block((ms) => ms >= 750 + 20 * stalls, 2);
     await sleep(50);
   }
   // The freeze of a late capture is not counted, so a stall that it falls into can be too short to be told.
   await until(() => janks.length + errors.length >= stalls - 3);
-  assert.deepEqual([janks.length, files().length], [3, 6]);
+  assert.deepEqual([janks.length, files().length], [4, 3 * (4 - removed)]);
   // A busy machine adds short stalls of its own.
   assert.ok(errors.every(({ code, stallMs }) => /^ERR_(STALL_OVER|CAPTURE_LIMIT)$/.test(code) && stallMs >= 450));
   assert.ok(errors.some(({ stallMs }) => stallMs >= 700));
-  assert.ok(!janks[0].late && janks.some(({ late }) => late));
   assert.ok(handles > 20 && countHandles(watcher) < handles + 10);
   const { pid } = watch;
   await watch.stop();
@@ -121,7 +125,7 @@ test('stop() lets a capture that is under way come to its end', async (t) => {
   const { watch, files } = watchThisProcess(t, { thresholdMs: 500 });
   await watch.ready;
   // The thread has just been let go: the watcher has not written the record yet.
-  block(() => files().some((name) => name.endsWith('.dmp')), 0);
+  block(() => files().some((name) => name.endsWith('.dmp')), 1);
   await watch.stop();
   assert.deepEqual(files().map((name) => name.split('.').at(-1)).sort(), ['dmp', 'json', 'stall']);
 });

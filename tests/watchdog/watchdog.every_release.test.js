@@ -2,7 +2,9 @@
 const { Session } = require('node:inspector');
 const { mainThreadId, readReport, readStalls, watchForJank } = require('borvanta-util/watchdog');
 const { LoopClock } = require('../../lib/watchdog/loop_clock.js');
-const { assert, block, fs, path, runScript, startScript, temporaryFolder, test, until, windows } = require('../support');
+const {
+  assert, block, fs, path, runScript, startScript, temporaryFolder, test, until, windows,
+} = require('../support');
 const { isRunning, watchThisProcess } = require('./watch_this_process.js');
 
 test('mainThreadId gives the result of GetCurrentThreadId, and does not disturb the host\'s own tracing', async () => {
