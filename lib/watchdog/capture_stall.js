@@ -44,8 +44,8 @@ async function watchForDump(folder, known, onDump, signal) {
 
 /**
  * Captures `stall` (stall.js). Resolves to `jank`, the argument of onJank as far as it is known before the stall is
- * over, and to the times between which the thread was frozen, `frozenAt` and `thawedAt`, as Date.now(). Calls `onFrozen`
- * when the thread is seen to be frozen.
+ * over, and to the times between which the thread was frozen, `frozenAt` and `thawedAt`, as Date.now(). Calls
+ * `onFrozen` when the thread is seen to be frozen.
  */
 exports.captureStall = async (settings, stall, onFrozen) => {
   await fs.mkdir(settings.janksDir, { recursive: true }); // Somebody may have removed it.

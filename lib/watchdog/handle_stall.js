@@ -30,8 +30,10 @@ function checkNotOver({ isOver }) {
  * Returns handle(stall), to be called when the handling of the previous stall has ended. It reads the script stack,
  * then captures the main thread, writes the stall's record, and resolves when the stall is over. Then it has sent the
  * watched process a message with `jank` or `error`; or none if it was no stall, but somebody who debugs or the freeze
- * of the previous capture. A thread that runs native code pauses for its script stack when it comes back to script: so
- * that the freeze does not meet this pause, the request is withdrawn for the time from the capture's call to the freeze.
+ * of the previous capture.
+ *
+ * A thread that runs native code pauses for its script stack when it comes back to script. So that the freeze does not
+ * meet this pause, the request is withdrawn for the time from the capture's call to the freeze.
  *
  * `captureAgesMs` has, for each capture of the last hour, how long ago it was. A message `capturing` tells of each.
  */

@@ -103,8 +103,8 @@ exports.Watch = class Watch {
   async #checkThread(threadId) {
     const reported = await mainThreadId().catch(() => threadId);
     if (reported === threadId || this.#stopped) return;
-    this.#onError(watchError(`The option threadId is ${threadId}, but Node.js reports that the id of the main thread is `
-      + reported, 'ERR_WRONG_THREAD'));
+    this.#onError(watchError(`The option threadId is ${threadId}, but Node.js reports ${reported} for the main thread`,
+      'ERR_WRONG_THREAD'));
   }
 
   #startWatcher() {
