@@ -87,10 +87,12 @@ exports.stallHandler = ({ stackPipe, maxCapturesPerHour, captureAgesMs, ...setti
     const captured = await capture(stall, request).catch((error) => ({ error }));
     if (!captured) return;
     request.renew();
-    // The client may never come back.
-    if (captured.jank && !stall.isOver) await record({ ...describe(stall, captured, request), ...captured.jank });
-    await stall.over;
+    const save = () => record({ ...describe(stall, captured, request), ...captured.jank });
+    // The client may never come back, and its end is the end of this process: so what is known is written at once.
+    if (captured.jank && !stall.isOver) await save();
     await request.settled();
+    if (captured.jank && !stall.isOver && request.stack.scriptFramesLate) await save();
+    await stall.over;
     const known = describe(stall, captured, request);
     if (captured.jank) {
       const jank = { ...known, ...captured.jank };

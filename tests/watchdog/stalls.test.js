@@ -5,7 +5,7 @@ const { atMostPerHour } = require('../../lib/watchdog/at_most_per_hour.js');
 const { stallHandler } = require('../../lib/watchdog/handle_stall.js');
 const { Stall } = require('../../lib/watchdog/stall.js');
 const {
-  assert, block, captureArgs, fs, sleep, startStallTarget, temporaryFolder, test, until, windows,
+  assert, block, captureArgs, fs, path, sleep, startStallTarget, temporaryFolder, test, until, windows,
 } = require('../support');
 const { isRunning, watchThisProcess } = require('./watch_this_process.js');
 
@@ -98,7 +98,9 @@ test('nothing asks for the script stack from the call of a capture until the thr
   const asked = [];
   const server = net.createServer((socket) => socket.on('error', () => {}).on('data', (question) => {
     asked.push([String(question), fs.readdirSync(janksDir).length]);
-    if (asked.length > 1) socket.write('{"scriptFrames":["a frame"]}\n'.slice(asked.length === 2 ? -1 : 0));
+    if (asked.length === 2) socket.write('\n');
+    // So late that the first record has been written before.
+    if (asked.length === 3) setTimeout(() => socket.write('{"scriptFrames":["a frame"]}\n'), 1000);
   })).listen(stackPipe);
   t.after(() => server.close());
   const sent = [];
@@ -109,6 +111,9 @@ test('nothing asks for the script stack from the call of a capture until the thr
     const stall = new Stall({ noticedMs: 1000, lastBeat: { number: 7, uptime: 1, living: true }, silentMs: 1000 });
     const handled = handle(stall);
     await until(() => asked.length === 3);
+    // A client that is killed now must not lose the stack.
+    await until(() => fs.readdirSync(janksDir).some((name) => name.endsWith('.stall')
+      && fs.readFileSync(path.join(janksDir, name), 'utf8').includes('a frame')), 'the frame in the record');
     stall.turn(2000);
     await handled;
     return sent.at(-1);
