@@ -54,6 +54,7 @@ exports.stallHandler = ({ stackPipe, maxCapturesPerHour, captureAgesMs, ...setti
   /** Resolves to what captureStall does, or to undefined if somebody else has paused the thread. */
   async function capture(stall, request) {
     await request.inTime();
+    if (request.isDebugged) return undefined;
     await Promise.race([paused, stall.over]);
     checkNotOver(stall);
     await request.withdraw();
